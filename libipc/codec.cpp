@@ -1,0 +1,83 @@
+#include "codec.h"
+
+#include "compactcodec.h"
+#include "xmlscodec.h"
+
+namespace ipc {
+
+bool parse_encoding(const std::string& text, Encoding& out)
+{
+    if (text == "compact") {
+        out = Encoding::Compact;
+        return true;
+    }
+    if (text == "xmls") {
+        out = Encoding::Xmls;
+        return true;
+    }
+    return false;
+}
+
+const char* encoding_name(Encoding encoding)
+{
+    return encoding == Encoding::Compact ? "compact" : "xmls";
+}
+
+std::string encode(Encoding encoding, const Message& message)
+{
+    return encoding == Encoding::Compact ? compact::encode(message) : xmls::encode(message);
+}
+
+bool decode(Encoding encoding, const char* data, std::size_t size, Message& out, std::string& error)
+{
+    if (size > Limits::kMaxFrameBytes) {
+        error = "payload of " + std::to_string(size) + " bytes exceeds the frame limit";
+        return false;
+    }
+    // Decoded into a fresh tree, so that `out` is untouched by a failure.
+    Message decoded;
+    const bool ok = encoding == Encoding::Compact ? compact::decode(data, size, decoded, error)
+                                                  : xmls::decode(data, size, decoded, error);
+    if (ok)
+        out = std::move(decoded);
+    return ok;
+}
+
+std::string frame(const std::string& payload)
+{
+    const auto size = static_cast<uint32_t>(payload.size());
+    std::string framed;
+    framed.reserve(kFrameHeaderBytes + payload.size());
+    framed += static_cast<char>(size >> 24);
+    framed += static_cast<char>(size >> 16);
+    framed += static_cast<char>(size >> 8);
+    framed += static_cast<char>(size);
+    framed += payload;
+    return framed;
+}
+
+FrameStatus peek_frame(const char* buffer, std::size_t size, std::size_t& payloadSize)
+{
+    if (size < kFrameHeaderBytes)
+        return FrameStatus::Incomplete;
+    const auto* header = reinterpret_cast<const unsigned char*>(buffer);
+    const std::size_t length = (std::size_t{header[0]} << 24) | (std::size_t{header[1]} << 16)
+        | (std::size_t{header[2]} << 8) | std::size_t{header[3]};
+    if (length > Limits::kMaxFrameBytes)
+        return FrameStatus::TooLarge;
+    if (size - kFrameHeaderBytes < length)
+        return FrameStatus::Incomplete;
+    payloadSize = length;
+    return FrameStatus::Complete;
+}
+
+bool pattern_matches(const std::string& pattern, const std::string& identifier)
+{
+    if (!pattern.empty() && pattern.back() == '*') {
+        const std::size_t prefixLength = pattern.size() - 1;
+        return identifier.compare(0, prefixLength, pattern, 0, prefixLength) == 0;
+    }
+    return pattern == identifier;
+}
+
+} // namespace ipc

@@ -104,6 +104,7 @@ public:
 
     // The password for `user`, or false to refuse the user outright.
     virtual bool password_for(const std::string& user, std::string& password) const;
+    // A session's login was accepted / a logged-in session ended.
     virtual void session_opened(const IPCSessionInfo&) {}
     virtual void session_closed(const IPCSessionInfo&) {}
     virtual void process_command(const IPCSessionInfo& session, const Message& msg) = 0;
@@ -117,6 +118,7 @@ public:
     std::size_t push_unso(const std::string& id, const Message& msg);
     // Closes every session (the clients see their link drop and reconnect).
     void drop_sessions();
+    // The logged-in sessions.
     std::vector<IPCSessionInfo> sessions() const;
 
 private:

@@ -56,7 +56,9 @@ public:
     bool listen_server(const std::string& encoding, const std::string& transport, const SocketAddr& addr,
                        const std::string& name);
 
-    // Runs until stop(). Any thread may call stop().
+    // Runs until stop(); call it without holding the lock. Any thread may call stop(); a stop()
+    // that comes first ends the next event_loop() at once. The loop must have returned before
+    // the manager is destroyed.
     void event_loop();
     void stop();
     // Wakes a waiting loop so it picks up queued output; send paths call it themselves.
@@ -71,8 +73,19 @@ public:
 
 private:
     class Impl;
+    friend class IPCEndpointServer;
     friend class IPCClientLink;
     friend class IPCServerLink;
+
+    // Takes ownership; the socket lives until it has closed and told its owner.
+    IPCSocket& add_socket(std::unique_ptr<IPCSocket> socket);
+    // Closes at once without telling the owner, which is going away.
+    void discard_socket(IPCSocket& socket);
+    void forget_server(IPCEndpointServer* server);
+    void close_pending_sockets();
+    void run_due_timers();
+    void run_tick();
+
     std::unique_ptr<Impl> m_impl;
     IPCMutex m_defaultMutex;
 };

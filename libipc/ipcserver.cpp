@@ -1,0 +1,53 @@
+#include "ipcendpoint.h"
+
+#include "ipcmanager.h"
+#include "ipcserverlink.h"
+
+namespace {
+
+IPCMutex* lock_of(const IPCEndpoint& endpoint)
+{
+    return endpoint.manager() ? endpoint.manager()->get_mutex() : nullptr;
+}
+
+} // namespace
+
+IPCEndpointServer::IPCEndpointServer() = default;
+
+IPCEndpointServer::~IPCEndpointServer()
+{
+    if (IPCManager* owner = manager()) {
+        IPCLockGuard lock(owner->get_mutex());
+        owner->forget_server(this);
+    }
+}
+
+bool IPCEndpointServer::password_for(const std::string&, std::string&) const
+{
+    return false;
+}
+
+bool IPCEndpointServer::send_response(unsigned int sessionId, const Message& msg)
+{
+    IPCLockGuard lock(lock_of(*this));
+    return m_link && m_link->send_response(sessionId, msg);
+}
+
+std::size_t IPCEndpointServer::push_unso(const std::string& id, const Message& msg)
+{
+    IPCLockGuard lock(lock_of(*this));
+    return m_link ? m_link->push_unso(id, msg) : 0;
+}
+
+void IPCEndpointServer::drop_sessions()
+{
+    IPCLockGuard lock(lock_of(*this));
+    if (m_link)
+        m_link->drop_sessions();
+}
+
+std::vector<IPCSessionInfo> IPCEndpointServer::sessions() const
+{
+    IPCLockGuard lock(lock_of(*this));
+    return m_link ? m_link->sessions() : std::vector<IPCSessionInfo>();
+}

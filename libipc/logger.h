@@ -5,8 +5,10 @@
 #include <atomic>
 #include <cstdarg>
 #include <functional>
+#include <memory>
 #include <mutex>
 #include <string>
+#include <utility>
 
 enum LOG_LEVEL : unsigned int {
     LOG_NONE = 0,
@@ -26,7 +28,11 @@ public:
     static constexpr unsigned int kCategories = 32;
     using Sink = std::function<void(unsigned int category, LOG_LEVEL level, const std::string& line)>;
 
-    Logger();
+    // Constant-initialised, so that other static objects may log from their constructors.
+    constexpr Logger()
+        : m_threshold(default_thresholds(std::make_index_sequence<kCategories>()))
+    {
+    }
 
     bool enabled(unsigned int category, LOG_LEVEL level) const
     {
@@ -45,15 +51,24 @@ public:
     void set_log_level(unsigned int category, LOG_LEVEL level);
     LOG_LEVEL log_level(unsigned int category = 0) const;
 
-    // Null restores standard error. Returns the previous sink.
+    // Null restores standard error. Returns the previous sink. The sink runs under the
+    // logger's lock, so it must not log itself.
     Sink set_sink(Sink sink);
 
 private:
+    using Thresholds = std::array<std::atomic<unsigned int>, kCategories>;
+    template <std::size_t... Category>
+    static constexpr Thresholds default_thresholds(std::index_sequence<Category...>)
+    {
+        return {{((void)Category, LOG_ERROR)...}};
+    }
+
     void write(unsigned int category, LOG_LEVEL level, const char* format, va_list args);
 
-    std::array<std::atomic<unsigned int>, kCategories> m_threshold;
+    Thresholds m_threshold;
     std::mutex m_sinkMutex;
-    Sink m_sink;
+    // Behind a pointer: std::function cannot be constant-initialised.
+    std::unique_ptr<Sink> m_sink;
 };
 
 extern Logger g_log;

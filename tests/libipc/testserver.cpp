@@ -1,0 +1,75 @@
+#include "testserver.h"
+
+#include <unistd.h>
+
+#include <atomic>
+
+std::string TestServer::unique_local_address()
+{
+    static std::atomic<unsigned int> counter{0};
+    return "/orvane-test-" + std::to_string(getpid()) + "-" + std::to_string(++counter);
+}
+
+TestServer::TestServer(const std::string& password, const std::string& user)
+    : m_user(user)
+    , m_password(password)
+{
+    m_manager.add_server("test", this);
+}
+
+TestServer::~TestServer()
+{
+    // No virtual of this object may run once its destruction has begun.
+    m_manager.stop_thread();
+}
+
+bool TestServer::listen(const std::string& encoding, const SocketAddr& address)
+{
+    if (!m_manager.listen_server(encoding, "stream", address, "test"))
+        return false;
+    m_manager.start_thread();
+    return true;
+}
+
+void TestServer::set_handler(Handler handler)
+{
+    IPCLockGuard lock(m_manager.get_mutex());
+    m_handler = std::move(handler);
+}
+
+std::vector<Message> TestServer::commands()
+{
+    IPCLockGuard lock(m_manager.get_mutex());
+    return m_commands;
+}
+
+std::size_t TestServer::logins()
+{
+    IPCLockGuard lock(m_manager.get_mutex());
+    return m_logins;
+}
+
+bool TestServer::wait_until(const std::function<bool()>& condition, std::chrono::milliseconds timeout)
+{
+    return m_manager.wait_until(condition, timeout);
+}
+
+bool TestServer::password_for(const std::string& user, std::string& password) const
+{
+    if (user != m_user)
+        return false;
+    password = m_password;
+    return true;
+}
+
+void TestServer::session_opened(const IPCSessionInfo&)
+{
+    ++m_logins;
+}
+
+void TestServer::process_command(const IPCSessionInfo& session, const Message& msg)
+{
+    m_commands.push_back(msg);
+    if (m_handler)
+        m_handler(*this, session, msg);
+}

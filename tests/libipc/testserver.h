@@ -1,0 +1,51 @@
+#ifndef TESTS_LIBIPC_TESTSERVER_H
+#define TESTS_LIBIPC_TESTSERVER_H
+
+#include "ipcendpoint.h"
+#include "socketaddr.h"
+#include "threadedmanager.h"
+
+#include <chrono>
+#include <functional>
+#include <string>
+#include <vector>
+
+// An in-process backend for tests: a server endpoint on its own manager thread that accepts one
+// user, records every command it receives and, when a handler is set, lets the test answer.
+// push_unso, drop_sessions and sessions() of the base may be called from the test thread.
+class TestServer : public IPCEndpointServer {
+public:
+    // Runs on the loop thread with the lock held, for every command after it is recorded.
+    using Handler = std::function<void(TestServer& server, const IPCSessionInfo& session, const Message& msg)>;
+
+    // A fresh abstract socket name, so that tests never meet each other's servers.
+    static std::string unique_local_address();
+
+    explicit TestServer(const std::string& password, const std::string& user = "user");
+    ~TestServer() override;
+
+    // Listens (several times for several addresses) and starts the loop thread.
+    bool listen(const std::string& encoding, const SocketAddr& address);
+    void set_handler(Handler handler);
+
+    std::vector<Message> commands();
+    std::size_t logins();
+    // Polls `condition` under the server's lock.
+    bool wait_until(const std::function<bool()>& condition,
+                    std::chrono::milliseconds timeout = std::chrono::seconds(10));
+    ThreadedManager& loop() { return m_manager; }
+
+    bool password_for(const std::string& user, std::string& password) const override;
+    void session_opened(const IPCSessionInfo& session) override;
+    void process_command(const IPCSessionInfo& session, const Message& msg) override;
+
+private:
+    ThreadedManager m_manager;
+    const std::string m_user;
+    const std::string m_password;
+    Handler m_handler;
+    std::vector<Message> m_commands;
+    std::size_t m_logins = 0;
+};
+
+#endif

@@ -1,0 +1,226 @@
+// One request and its answer over a local socket, two ways:
+//   library: client send_command -> server process_command -> send_response -> client
+//            process_response, the client's loop running on the benchmark thread and the
+//            server's on its own thread;
+//   raw:     the same encoded frames written and read on a socketpair by two threads with
+//            blocking calls, which is the floor any transport pays.
+// Prints the median of each and the ratio library / raw per encoding.
+
+#include "codec.h"
+#include "ipcendpoint.h"
+#include "ipcmanager.h"
+#include "testserver.h"
+#include "threadedmanager.h"
+
+#include <benchmark/benchmark.h>
+
+#include <sys/socket.h>
+#include <unistd.h>
+
+#include <cstdio>
+#include <map>
+#include <string>
+#include <thread>
+
+namespace {
+
+const char* const kEncodings[] = {"compact", "xmls"};
+const std::string kPassword = "bench";
+
+Message peer_list_request()
+{
+    return Message("getPeerList", Params("seq=peerList"));
+}
+
+// About the size of a unit's peer list with a handful of remotes.
+Message peer_list_answer()
+{
+    Message answer("peerList", Params("seq=peerList"));
+    for (int id = 1; id <= 8; ++id) {
+        Message& peer = answer.add_child("peer");
+        Params& params = peer.params();
+        params.set_int("id", id);
+        params.set_string("name", "Studio " + std::to_string(id));
+        params.set_string("address", "sip:studio" + std::to_string(id) + "@example.net");
+        params.set_string("codec", "opus");
+        params.set_uint("bitrate", 64000u * static_cast<unsigned int>(id));
+        params.set_bool("active", id == 3);
+        params.set_string("state", id == 3 ? "connected" : "idle");
+        params.set_int("channel", id % 2);
+    }
+    return answer;
+}
+
+class EchoServer : public IPCEndpointServer {
+public:
+    bool password_for(const std::string& user, std::string& password) const override
+    {
+        password = kPassword;
+        return user == "user";
+    }
+    void process_command(const IPCSessionInfo& session, const Message&) override
+    {
+        send_response(session.id, m_answer);
+    }
+
+private:
+    const Message m_answer = peer_list_answer();
+};
+
+// Ends the loop it runs in at each step, so the benchmark thread drives it one answer at a time.
+class SteppingClient : public IPCEndpointClient {
+public:
+    std::string get_password() override { return kPassword; }
+    void logged_in() override { manager()->stop(); }
+    void process_response(const Message&) override { manager()->stop(); }
+};
+
+void library_round_trip(benchmark::State& state, const std::string& encoding)
+{
+    const SocketAddr address(TestServer::unique_local_address(), 0);
+    ThreadedManager serverLoop;
+    EchoServer server;
+    serverLoop.add_server("bench", &server);
+    if (!serverLoop.listen_server(encoding, "stream", address, "bench")) {
+        state.SkipWithError("cannot listen");
+        return;
+    }
+    serverLoop.start_thread();
+
+    IPCManager clientLoop;
+    SteppingClient client;
+    clientLoop.add_client("bench", &client);
+    clientLoop.connect_client(encoding, "stream", address, "bench", 0, "");
+    clientLoop.event_loop();
+    if (!client.is_logged_in()) {
+        state.SkipWithError("no login");
+        serverLoop.stop_thread();
+        return;
+    }
+
+    const Message request = peer_list_request();
+    for (auto _ : state) {
+        client.send_command(request);
+        clientLoop.event_loop();
+    }
+    serverLoop.stop_thread();
+}
+
+bool write_all(int fd, const std::string& bytes)
+{
+    std::size_t sent = 0;
+    while (sent < bytes.size()) {
+        const ssize_t n = write(fd, bytes.data() + sent, bytes.size() - sent);
+        if (n <= 0)
+            return false;
+        sent += static_cast<std::size_t>(n);
+    }
+    return true;
+}
+
+bool read_exactly(int fd, std::string& buffer)
+{
+    std::size_t got = 0;
+    while (got < buffer.size()) {
+        const ssize_t n = read(fd, &buffer[got], buffer.size() - got);
+        if (n <= 0)
+            return false;
+        got += static_cast<std::size_t>(n);
+    }
+    return true;
+}
+
+std::string framed(ipc::Encoding encoding, const char* kind, const Message& msg)
+{
+    Message envelope(kind);
+    envelope.add_child(msg);
+    return ipc::frame(ipc::encode(encoding, envelope));
+}
+
+void raw_round_trip(benchmark::State& state, const std::string& encodingName)
+{
+    ipc::Encoding encoding = ipc::Encoding::Compact;
+    ipc::parse_encoding(encodingName, encoding);
+    const std::string requestFrame = framed(encoding, ipc::envelope::kCommand, peer_list_request());
+    const std::string answerFrame = framed(encoding, ipc::envelope::kResponse, peer_list_answer());
+    int fds[2];
+    if (socketpair(AF_UNIX, SOCK_STREAM | SOCK_CLOEXEC, 0, fds) != 0) {
+        state.SkipWithError("socketpair");
+        return;
+    }
+    std::thread echo([&] {
+        std::string request(requestFrame.size(), '\0');
+        while (read_exactly(fds[1], request) && write_all(fds[1], answerFrame)) {
+        }
+    });
+
+    std::string answer(answerFrame.size(), '\0');
+    for (auto _ : state) {
+        write_all(fds[0], requestFrame);
+        read_exactly(fds[0], answer);
+    }
+    state.SetLabel(std::to_string(requestFrame.size()) + " B request, " + std::to_string(answerFrame.size())
+                   + " B answer");
+    shutdown(fds[0], SHUT_WR);
+    echo.join();
+    close(fds[0]);
+    close(fds[1]);
+}
+
+// The console output, plus the medians kept for the closing comparison.
+class MedianReporter : public benchmark::ConsoleReporter {
+public:
+    MedianReporter()
+        : ConsoleReporter(isatty(STDOUT_FILENO) ? OO_Defaults : OO_None)
+    {
+    }
+
+    void ReportRuns(const std::vector<Run>& reports) override
+    {
+        for (const Run& run : reports) {
+            if (run.run_type == Run::RT_Aggregate && run.aggregate_name == "median")
+                m_medians[run.run_name.function_name] = run.GetAdjustedRealTime();
+        }
+        ConsoleReporter::ReportRuns(reports);
+    }
+
+    void print_comparison() const
+    {
+        std::printf("\nmedian round trip, microseconds (real time)\n");
+        std::printf("%-10s %12s %12s %8s\n", "encoding", "library", "raw", "ratio");
+        for (const char* encoding : kEncodings) {
+            const auto library = m_medians.find(std::string("roundtrip/library/") + encoding);
+            const auto raw = m_medians.find(std::string("roundtrip/raw/") + encoding);
+            if (library == m_medians.end() || raw == m_medians.end())
+                continue;
+            std::printf("%-10s %12.2f %12.2f %7.2fx\n", encoding, library->second, raw->second,
+                        library->second / raw->second);
+        }
+    }
+
+private:
+    std::map<std::string, double> m_medians;
+};
+
+} // namespace
+
+int main(int argc, char** argv)
+{
+    benchmark::Initialize(&argc, argv);
+    for (const char* encoding : kEncodings) {
+        for (const auto& [kind, function] : {std::make_pair("library", &library_round_trip),
+                                             std::make_pair("raw", &raw_round_trip)}) {
+            benchmark::RegisterBenchmark((std::string("roundtrip/") + kind + "/" + encoding).c_str(), function,
+                                         std::string(encoding))
+                ->Unit(benchmark::kMicrosecond)
+                ->UseRealTime()
+                ->Repetitions(9)
+                ->ReportAggregatesOnly(true);
+        }
+    }
+    MedianReporter reporter;
+    benchmark::RunSpecifiedBenchmarks(&reporter);
+    reporter.print_comparison();
+    benchmark::Shutdown();
+    return 0;
+}

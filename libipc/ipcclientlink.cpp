@@ -1,0 +1,191 @@
+#include "ipcclientlink.h"
+
+#include "ipcendpoint.h"
+#include "ipcmanager.h"
+#include "login.h"
+#include "netutil.h"
+#include "strutil.h"
+
+#include <memory>
+
+IPCClientLink::IPCClientLink(IPCEndpointClient& client, IPCManager& manager, ipc::Encoding encoding,
+                             const SocketAddr& address)
+    : m_client(client)
+    , m_manager(manager)
+    , m_encoding(encoding)
+    , m_address(address)
+{
+}
+
+IPCClientLink::~IPCClientLink()
+{
+    if (m_startTimer)
+        m_manager.cancel(m_startTimer);
+    if (m_socket)
+        m_manager.discard_socket(*m_socket);
+}
+
+void IPCClientLink::start()
+{
+    m_startTimer = m_manager.schedule(std::chrono::milliseconds(0), [this] {
+        m_startTimer = 0;
+        attempt();
+    });
+}
+
+void IPCClientLink::service()
+{
+    const Clock::time_point now = Clock::now();
+    const std::chrono::seconds interval(m_client.retry_interval());
+    if (m_phase == Phase::Down) {
+        if (!m_startTimer && now - m_lastAttempt >= interval)
+            attempt();
+        return;
+    }
+    if (m_phase == Phase::LoggedIn || now - m_phaseStart < interval)
+        return;
+    const char* what = m_phase == Phase::Connecting ? "connect" : "login";
+    m_client.timed_out();
+    if (m_socket)
+        m_socket->abort(std::string(what) + " timed out", LOG_INFO);
+}
+
+bool IPCClientLink::send_command(const Message& msg)
+{
+    Message envelope(ipc::envelope::kCommand);
+    envelope.add_child(msg);
+    return send(envelope);
+}
+
+void IPCClientLink::send_subscription(const std::string& pattern, unsigned int flags)
+{
+    if (m_phase != Phase::LoggedIn)
+        return;
+    Message subscribe(ipc::envelope::kSubscribe);
+    subscribe.params().set_string("pattern", pattern);
+    subscribe.params().set_uint("flags", flags);
+    send(subscribe);
+}
+
+void IPCClientLink::attempt()
+{
+    m_lastAttempt = Clock::now();
+    const SocketAddr address = ipc::net::effective_address(m_address);
+    bool pending = false;
+    std::string error;
+    const int fd = ipc::net::connect_stream(address, pending, error);
+    if (fd < 0) {
+        g_log.log(LOG_INFO, "IPC client %s: cannot connect to %s: %s", m_client.endpoint_name().c_str(),
+                  address.to_string().c_str(), error.c_str());
+        return;
+    }
+    m_phase = Phase::Connecting;
+    m_phaseStart = m_lastAttempt;
+    IPCSocket::Owner& owner = *this;
+    m_socket = &m_manager.add_socket(std::make_unique<IPCSocket>(m_manager, owner, fd, pending, m_encoding,
+                                                                 "link to " + address.to_string()));
+    if (!pending)
+        socket_connected(*m_socket);
+}
+
+bool IPCClientLink::send(const Message& msg)
+{
+    if (m_client.debug() && g_log.enabled(LOG_DEBUG)) {
+        g_log.log(LOG_DEBUG, "IPC client %s sends:", m_client.endpoint_name().c_str());
+        msg._dump(LOG_DEBUG, 0, 1);
+    }
+    return m_socket && m_socket->send(msg);
+}
+
+void IPCClientLink::answer_challenge(const Message& challenge)
+{
+    std::string mac;
+    if (!ipc::login::compute_mac(challenge.params().get_string("nonce", ""), m_client.get_password(), mac)) {
+        fail("malformed challenge");
+        return;
+    }
+    const std::string protocol = challenge.params().get_string("protocol", "");
+    if (protocol != int_to_str(m_client.protocol_version()))
+        m_client.protocol_changed(protocol);
+    Message login(ipc::envelope::kLogin);
+    login.params().set_string("user", m_client.get_username());
+    login.params().set_string("mac", mac);
+    m_phase = Phase::AwaitingLoginResult;
+    send(login);
+}
+
+void IPCClientLink::finish_login(const Message& result)
+{
+    if (!result.params().get_bool("ok", false)) {
+        g_log.log(LOG_ERROR, "IPC client %s: login refused", m_client.endpoint_name().c_str());
+        m_client.auth_fail();
+        if (m_socket)
+            m_socket->abort("login refused", LOG_INFO);
+        return;
+    }
+    m_phase = Phase::LoggedIn;
+    m_client.m_loggedIn = true;
+    for (const IPCEndpointClient::Subscription& subscription : m_client.m_subscriptions)
+        send_subscription(subscription.pattern, subscription.flags);
+    m_client.logged_in();
+}
+
+void IPCClientLink::fail(const std::string& reason)
+{
+    if (m_socket)
+        m_socket->abort(reason, LOG_ERROR);
+}
+
+void IPCClientLink::socket_connected(IPCSocket&)
+{
+    m_phase = Phase::AwaitingChallenge;
+    m_phaseStart = Clock::now();
+    m_client.m_connected = true;
+    m_client.connection_changed();
+}
+
+void IPCClientLink::socket_message(IPCSocket&, const Message& msg)
+{
+    if (m_client.debug() && g_log.enabled(LOG_DEBUG)) {
+        g_log.log(LOG_DEBUG, "IPC client %s received:", m_client.endpoint_name().c_str());
+        msg._dump(LOG_DEBUG, 0, 1);
+    }
+    const bool oneChild = msg.child_count() == 1;
+    switch (m_phase) {
+    case Phase::AwaitingChallenge:
+        if (msg.name == ipc::envelope::kChallenge)
+            answer_challenge(msg);
+        else
+            fail("expected a challenge, got \"" + msg.name + "\"");
+        return;
+    case Phase::AwaitingLoginResult:
+        if (msg.name == ipc::envelope::kLoginResult)
+            finish_login(msg);
+        else
+            fail("expected a login result, got \"" + msg.name + "\"");
+        return;
+    case Phase::LoggedIn:
+        if (msg.name == ipc::envelope::kResponse && oneChild)
+            m_client.process_response(msg.child(0));
+        else if (msg.name == ipc::envelope::kUnso && oneChild && msg.params().has_param("id"))
+            m_client.process_unso_id(msg.params().get_string("id", ""), msg.child(0));
+        else
+            fail("malformed \"" + msg.name + "\" envelope");
+        return;
+    case Phase::Down:
+    case Phase::Connecting:
+        break;
+    }
+    fail("unexpected \"" + msg.name + "\"");
+}
+
+void IPCClientLink::socket_closed(IPCSocket&)
+{
+    const bool wasConnected = m_client.m_connected;
+    m_socket = nullptr;
+    m_phase = Phase::Down;
+    m_client.m_connected = false;
+    m_client.m_loggedIn = false;
+    if (wasConnected)
+        m_client.connection_changed();
+}

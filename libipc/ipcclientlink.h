@@ -1,0 +1,58 @@
+#ifndef LIBIPC_IPCCLIENTLINK_H
+#define LIBIPC_IPCCLIENTLINK_H
+
+#include "codec.h"
+#include "ipcsocket.h"
+#include "socketaddr.h"
+
+#include <chrono>
+#include <string>
+
+class IPCEndpointClient;
+class IPCManager;
+
+// The connection of one client endpoint: connects, answers the server's challenge, sends the
+// subscriptions after each login, routes answers and notifications to the endpoint's virtuals,
+// and reconnects while the link is down.
+class IPCClientLink : private IPCSocket::Owner {
+public:
+    IPCClientLink(IPCEndpointClient& client, IPCManager& manager, ipc::Encoding encoding, const SocketAddr& address);
+    IPCClientLink(const IPCClientLink&) = delete;
+    IPCClientLink& operator=(const IPCClientLink&) = delete;
+    ~IPCClientLink();
+
+    // Makes the first connect attempt from the loop as soon as it runs.
+    void start();
+    // Once a second: reconnects when down, gives up on a connect or login that takes too long.
+    void service();
+    // Only once logged in.
+    bool send_command(const Message& msg);
+    void send_subscription(const std::string& pattern, unsigned int flags);
+
+private:
+    using Clock = std::chrono::steady_clock;
+    enum class Phase { Down, Connecting, AwaitingChallenge, AwaitingLoginResult, LoggedIn };
+
+    void attempt();
+    bool send(const Message& msg);
+    void answer_challenge(const Message& challenge);
+    void finish_login(const Message& result);
+    void fail(const std::string& reason);
+
+    void socket_connected(IPCSocket& socket) override;
+    void socket_message(IPCSocket& socket, const Message& msg) override;
+    void socket_closed(IPCSocket& socket) override;
+
+    IPCEndpointClient& m_client;
+    IPCManager& m_manager;
+    const ipc::Encoding m_encoding;
+    const SocketAddr m_address;
+    IPCSocket* m_socket = nullptr;
+    Phase m_phase = Phase::Down;
+    Clock::time_point m_lastAttempt;
+    // Start of the current connect or login, for the time-out.
+    Clock::time_point m_phaseStart;
+    unsigned int m_startTimer = 0;
+};
+
+#endif

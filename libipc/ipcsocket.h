@@ -1,0 +1,102 @@
+#ifndef LIBIPC_IPCSOCKET_H
+#define LIBIPC_IPCSOCKET_H
+
+#include "codec.h"
+#include "logger.h"
+
+#include <cstddef>
+#include <string>
+
+class IPCManager;
+class Message;
+
+// One non-blocking stream connection carrying frames of one encoding. The manager owns every
+// socket and polls it; the link that opened it (its owner) hears of the connection, of each
+// decoded message and of the close.
+//
+// A close never happens in the middle of a call: abort() only records why, and the manager's
+// loop closes the socket afterwards, tells the owner and deletes it. So an owner may abort from
+// any thread holding the manager's lock, and from inside its own callbacks.
+class IPCSocket {
+public:
+    // Called on the loop thread with the manager's lock held.
+    class Owner {
+    public:
+        virtual void socket_connected(IPCSocket& socket) = 0;
+        virtual void socket_message(IPCSocket& socket, const Message& msg) = 0;
+        // The socket is closed and is deleted right after this returns.
+        virtual void socket_closed(IPCSocket& socket) = 0;
+
+    protected:
+        ~Owner() = default;
+    };
+
+    // Output waiting for a slow peer beyond this closes the connection.
+    static constexpr std::size_t kMaxQueuedBytes = 32u << 20;
+
+    // Takes `fd`; `connecting` while a non-blocking connect is still under way.
+    IPCSocket(IPCManager& manager, Owner& owner, int fd, bool connecting, ipc::Encoding encoding,
+              const std::string& peer);
+    IPCSocket(const IPCSocket&) = delete;
+    IPCSocket& operator=(const IPCSocket&) = delete;
+    ~IPCSocket();
+
+    unsigned int id() const { return m_id; }
+    const std::string& peer() const { return m_peer; }
+    ipc::Encoding encoding() const { return m_encoding; }
+    // Connected, or still connecting, and no close asked for.
+    bool is_open() const { return m_state == State::Connecting || m_state == State::Open; }
+
+    // Encodes, frames and queues one message; writes at once when nothing is waiting. Never
+    // blocks. False when the socket is closing or the output queue is full (then it aborts).
+    bool send(const Message& msg);
+    // The same for a frame already encoded in this socket's encoding.
+    bool send_frame(const std::string& frame);
+    // False (logged) when the message is too large for one frame.
+    static bool encode_frame(ipc::Encoding encoding, const Message& msg, std::string& frame);
+    // Closes soon, logging `reason` at `level`; the first reason wins.
+    void abort(const std::string& reason, LOG_LEVEL level);
+    // Stops reading and closes once the queued output is written.
+    void close_when_flushed(const std::string& reason);
+
+    // Loop side.
+    int fd() const { return m_fd; }
+    short wanted_events() const;
+    bool close_pending() const { return m_state == State::Aborted; }
+    bool is_closed() const { return m_state == State::Closed; }
+    void set_ready_events(short revents) { m_readyEvents = revents; }
+    // Handles the events set by set_ready_events: finishes a connect, writes, reads and
+    // dispatches whole frames.
+    void service();
+    // Closes an aborted socket, logs why and tells the owner.
+    void finish_close();
+    // Closes without telling the owner, which is going away.
+    void detach();
+
+private:
+    friend class IPCManager;
+    enum class State { Connecting, Open, Flushing, Aborted, Closed };
+
+    void finish_connect();
+    void flush();
+    void read_input();
+    // Dispatches every whole frame in the input buffer; false once the socket stops reading.
+    bool dispatch_frames();
+    void close_fd();
+
+    IPCManager& m_manager;
+    Owner* m_owner;
+    int m_fd;
+    unsigned int m_id = 0;
+    State m_state;
+    ipc::Encoding m_encoding;
+    std::string m_peer;
+    short m_readyEvents = 0;
+    std::string m_input;
+    std::string m_output;
+    std::size_t m_outputSent = 0;
+    std::string m_closeReason;
+    LOG_LEVEL m_closeLevel = LOG_INFO;
+};
+
+#endif

@@ -1,0 +1,18 @@
+#ifndef LIBIPC_XMLSCODEC_H
+#define LIBIPC_XMLSCODEC_H
+
+#include "message.h"
+
+#include <cstddef>
+#include <string>
+
+// The "xmls" encoding: the message tree as XML text.
+namespace ipc::xmls {
+
+std::string encode(const Message& message);
+// Fills `out` (which the caller passes empty) or gives the reason in `error`.
+bool decode(const char* data, std::size_t size, Message& out, std::string& error);
+
+} // namespace ipc::xmls
+
+#endif

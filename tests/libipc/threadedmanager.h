@@ -1,0 +1,41 @@
+#ifndef TESTS_LIBIPC_THREADEDMANAGER_H
+#define TESTS_LIBIPC_THREADEDMANAGER_H
+
+#include "ipcmanager.h"
+
+#include <chrono>
+#include <functional>
+#include <mutex>
+#include <thread>
+
+// An IPCManager whose loop runs on a thread of its own, guarded by a real recursive lock, as
+// in the program.
+class ThreadedManager : public IPCManager {
+public:
+    ThreadedManager() = default;
+    ~ThreadedManager() override;
+
+    IPCMutex* get_mutex() override { return &m_mutex; }
+
+    void start_thread();
+    // Stops the loop and joins the thread; endpoints stay registered.
+    void stop_thread();
+    // Polls `condition` under the lock until it holds or the time is up.
+    bool wait_until(const std::function<bool()>& condition,
+                    std::chrono::milliseconds timeout = std::chrono::seconds(10));
+
+private:
+    class RecursiveMutex : public IPCMutex {
+    public:
+        void lock() override { m_mutex.lock(); }
+        void unlock() override { m_mutex.unlock(); }
+
+    private:
+        std::recursive_mutex m_mutex;
+    };
+
+    RecursiveMutex m_mutex;
+    std::thread m_thread;
+};
+
+#endif
