@@ -1,0 +1,16 @@
+#include "ipcmutexqt.h"
+
+IPCMutexQt::IPCMutexQt()
+    : QMutex(QMutex::Recursive)
+{
+}
+
+void IPCMutexQt::lock()
+{
+    QMutex::lock();
+}
+
+void IPCMutexQt::unlock()
+{
+    QMutex::unlock();
+}

@@ -1,0 +1,66 @@
+#ifndef CLIENTPROBE_H
+#define CLIENTPROBE_H
+
+#include "ipcclient.h"
+#include "logger.h"
+
+#include <QMetaMethod>
+#include <QSignalSpy>
+#include <QStringList>
+
+#include <memory>
+#include <mutex>
+#include <vector>
+
+// Test helpers shared by the IPC client suites.
+
+// Collects g_log lines as "<level> <text>" at the given threshold while it lives.
+class LogCapture {
+public:
+    explicit LogCapture(LOG_LEVEL threshold = LOG_DEBUG);
+    ~LogCapture();
+    LogCapture(const LogCapture&) = delete;
+    LogCapture& operator=(const LogCapture&) = delete;
+
+    QStringList lines() const;
+
+private:
+    LOG_LEVEL m_previousLevel;
+    Logger::Sink m_previousSink;
+    mutable std::mutex m_mutex;
+    QStringList m_lines;
+};
+
+// A spy on every signal of one client.
+class SignalLog {
+public:
+    explicit SignalLog(IPCClient& client);
+
+    // Signal names, once per emission, in declaration order.
+    QStringList fired() const;
+    QSignalSpy& spy(const QString& name);
+    // The named parameter of the signal's first emission; invalid when it has no such parameter.
+    QVariant argument(const QString& name, const QByteArray& parameter);
+
+private:
+    struct Watched {
+        QMetaMethod method;
+        std::unique_ptr<QSignalSpy> spy;
+    };
+    Watched& watched(const QString& name);
+
+    std::vector<Watched> m_spies;
+};
+
+// The library's side of the client: every call with the manager's lock held, as its loop does.
+void feedAnswer(IPCClient& client, const Message& msg);
+void feedUnso(IPCClient& client, const std::string& id, const Message& msg);
+void feedLogin(IPCClient& client);
+void feedConnectionChange(IPCClient& client);
+
+// An answer as the backend sends it: named after, and carrying, its "seq".
+Message answer(const std::string& seq, const char* params = "");
+// A copy of the cache entry, or an empty message named "<none>".
+Message cached(IPCClient& client, const std::string& name);
+
+#endif

@@ -1,0 +1,96 @@
+// ThreadSanitizer builds only. The distribution's QtCore is not instrumented, so TSan cannot see
+// that QMutex orders memory, nor that QThread::wait() joins: every access guarded by the IPC lock,
+// and every teardown after the IPC thread ended, would be reported as a race. These definitions
+// take the place of QtCore's out-of-line entry points for calls from our own code (the
+// executable's definitions win), forward to QtCore and tell TSan about the ordering they provide.
+// A thread's unlocks also release on its QThread, so that waiting for the thread acquires
+// everything it did up to its last unlock.
+
+#include <QDeadlineTimer>
+#include <QMutex>
+#include <QThread>
+
+#include <sanitizer/tsan_interface.h>
+
+#include <dlfcn.h>
+
+#include <cstdlib>
+
+namespace {
+
+template <typename Function>
+Function qtCore(const char* symbol)
+{
+    void* address = dlvsym(RTLD_NEXT, symbol, "Qt_5");
+    if (!address)
+        std::abort();
+    return reinterpret_cast<Function>(address);
+}
+
+void* syncAddress(QBasicMutex* mutex)
+{
+    return mutex;
+}
+
+void releaseOnUnlock(QBasicMutex* mutex)
+{
+    __tsan_release(syncAddress(mutex));
+    __tsan_release(QThread::currentThread());
+}
+
+} // namespace
+
+void QMutex::lock() QT_MUTEX_LOCK_NOEXCEPT
+{
+    static const auto forward = qtCore<void (*)(QMutex*)>("_ZN6QMutex4lockEv");
+    forward(this);
+    __tsan_acquire(syncAddress(this));
+}
+
+bool QMutex::tryLock(int timeout) QT_MUTEX_LOCK_NOEXCEPT
+{
+    static const auto forward = qtCore<bool (*)(QMutex*, int)>("_ZN6QMutex7tryLockEi");
+    const bool locked = forward(this, timeout);
+    if (locked)
+        __tsan_acquire(syncAddress(this));
+    return locked;
+}
+
+void QMutex::unlock() noexcept
+{
+    static const auto forward = qtCore<void (*)(QMutex*)>("_ZN6QMutex6unlockEv");
+    releaseOnUnlock(this);
+    forward(this);
+}
+
+void QBasicMutex::lockInternal() QT_MUTEX_LOCK_NOEXCEPT
+{
+    static const auto forward = qtCore<void (*)(QBasicMutex*)>("_ZN11QBasicMutex12lockInternalEv");
+    forward(this);
+    __tsan_acquire(syncAddress(this));
+}
+
+bool QBasicMutex::lockInternal(int timeout) QT_MUTEX_LOCK_NOEXCEPT
+{
+    static const auto forward = qtCore<bool (*)(QBasicMutex*, int)>("_ZN11QBasicMutex12lockInternalEi");
+    const bool locked = forward(this, timeout);
+    if (locked)
+        __tsan_acquire(syncAddress(this));
+    return locked;
+}
+
+void QBasicMutex::unlockInternal() noexcept
+{
+    static const auto forward = qtCore<void (*)(QBasicMutex*)>("_ZN11QBasicMutex14unlockInternalEv");
+    releaseOnUnlock(this);
+    forward(this);
+}
+
+bool QThread::wait(QDeadlineTimer deadline)
+{
+    static const auto forward = qtCore<bool (*)(QThread*, QDeadlineTimer)>("_ZN7QThread4waitE14QDeadlineTimer");
+    const bool finished = forward(this, deadline);
+    if (finished)
+        __tsan_acquire(this);
+    return finished;
+}
