@@ -1,0 +1,34 @@
+#include "logger.h"
+#include "simoptions.h"
+#include "simulator.h"
+
+#include <cstdio>
+#include <cstdlib>
+
+namespace {
+const char* const kDefaultPassword = "velkor";
+}
+
+int main(int argc, char** argv)
+{
+    const char* envPassword = std::getenv("REMOTE_UI_PASS");
+    SimOptions options(ORVANE_SIM_SCENARIO, envPassword ? envPassword : kDefaultPassword);
+    std::string error;
+    if (!options.parse(argc, argv, error)) {
+        std::fprintf(stderr, "orvane-unitsim: %s\n%s", error.c_str(), SimOptions::usage());
+        return 2;
+    }
+    if (options.help) {
+        std::fputs(SimOptions::usage(), stdout);
+        return 0;
+    }
+    g_log.set_log_level(static_cast<LOG_LEVEL>(options.logLevel));
+
+    Simulator simulator(options);
+    if (!simulator.start(error)) {
+        std::fprintf(stderr, "orvane-unitsim: %s\n", error.c_str());
+        return 1;
+    }
+    simulator.run();
+    return 0;
+}

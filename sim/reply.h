@@ -1,0 +1,30 @@
+#ifndef SIM_REPLY_H
+#define SIM_REPLY_H
+
+#include "message.h"
+
+#include <functional>
+#include <string>
+
+// Answers one request to the session it came from.
+class Reply {
+public:
+    using Sender = std::function<void(const Message& answer)>;
+
+    Reply(Sender sender, const Message& request);
+
+    // The answer name the client asked for in the request's "seq".
+    const std::string& seq() const { return m_seq; }
+
+    // Sends `answer` under the request's seq; an answer without a name is named after it.
+    void send(Message answer);
+    // Sends a further answer under a name of the unit's choosing: how the unit delivers data
+    // that no request asks for by name.
+    void sendAs(const std::string& seq, Message answer);
+
+private:
+    Sender m_sender;
+    std::string m_seq;
+};
+
+#endif

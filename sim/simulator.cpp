@@ -1,0 +1,125 @@
+#include "simulator.h"
+
+#include "controlconsole.h"
+#include "logger.h"
+#include "netmgrhandlers.h"
+#include "signaldrift.h"
+#include "unitdatahandlers.h"
+
+#include <csignal>
+#include <cstdio>
+#include <sys/signalfd.h>
+#include <unistd.h>
+
+namespace {
+const char* const kLocalAddress = "/com/halvik/orvane";
+const char* const kLocalServer = "orvane-local";
+const char* const kTcpServer = "orvane-tcp";
+}
+
+Simulator::Simulator(const SimOptions& options)
+    : m_options(options),
+      m_unit(options.seed)
+{
+}
+
+Simulator::~Simulator()
+{
+    if (m_signalFd >= 0) {
+        m_manager.unwatch_fd(m_signalFd);
+        close(m_signalFd);
+    }
+}
+
+bool Simulator::start(std::string& error)
+{
+    if (!m_unit.loadFile(m_options.scenario, error))
+        return false;
+    addUnitDataHandlers(m_router, m_unit);
+    addNetmgrHandlers(m_router, m_unit);
+    watchStopSignals();
+    if (!listen(error))
+        return false;
+    m_console = std::make_unique<ControlConsole>(*this, STDIN_FILENO);
+    if (m_options.statsRateMs > 0)
+        m_drift = std::make_unique<SignalDrift>(*this, std::chrono::milliseconds(m_options.statsRateMs));
+    return true;
+}
+
+bool Simulator::listen(std::string& error)
+{
+    const SocketAddr local(kLocalAddress, 0);
+    if (!addListener(kLocalServer, "compact", local)) {
+        error = "cannot listen on " + local.to_string();
+        return false;
+    }
+    std::string where = "listening local=" + local.to_string();
+    if (m_options.tcp) {
+        const SocketAddr tcp(m_options.listenHost, m_options.listenPort);
+        if (!addListener(kTcpServer, "xmls", tcp)) {
+            error = "cannot listen on " + tcp.to_string();
+            return false;
+        }
+        where += " tcp=" + m_options.listenHost + ":" + std::to_string(tcp.effective_port());
+    }
+    std::printf("%s scenario=%s\n", where.c_str(), m_options.scenario.c_str());
+    std::fflush(stdout);
+    return true;
+}
+
+bool Simulator::addListener(const std::string& name, const std::string& encoding, const SocketAddr& address)
+{
+    m_servers.push_back(std::make_unique<UnitServer>(m_router, m_options.password));
+    return m_manager.add_server(name, m_servers.back().get())
+        && m_manager.listen_server(encoding, "stream", address, name);
+}
+
+// SIGINT and SIGTERM arrive through a descriptor, so stopping runs on the loop like any event.
+void Simulator::watchStopSignals()
+{
+    sigset_t stopSignals;
+    sigemptyset(&stopSignals);
+    sigaddset(&stopSignals, SIGINT);
+    sigaddset(&stopSignals, SIGTERM);
+    sigprocmask(SIG_BLOCK, &stopSignals, nullptr);
+    m_signalFd = signalfd(-1, &stopSignals, SFD_CLOEXEC);
+    if (m_signalFd < 0) {
+        g_log.log(LOG_ERROR, "signalfd failed; SIGINT and SIGTERM end the process abruptly");
+        sigprocmask(SIG_UNBLOCK, &stopSignals, nullptr);
+        return;
+    }
+    m_manager.watch_fd(m_signalFd, [this] {
+        signalfd_siginfo info;
+        if (read(m_signalFd, &info, sizeof info) == static_cast<ssize_t>(sizeof info))
+            g_log.log(LOG_INFO, "signal %u: stopping", info.ssi_signo);
+        stop();
+    });
+}
+
+void Simulator::run()
+{
+    m_manager.event_loop();
+}
+
+void Simulator::stop()
+{
+    m_manager.stop();
+}
+
+std::size_t Simulator::notify(const std::string& id, const Message& msg)
+{
+    std::size_t reached = 0;
+    for (const auto& server : m_servers)
+        reached += server->push_unso(id, msg);
+    return reached;
+}
+
+std::size_t Simulator::dropSessions()
+{
+    std::size_t dropped = 0;
+    for (const auto& server : m_servers) {
+        dropped += server->sessions().size();
+        server->drop_sessions();
+    }
+    return dropped;
+}

@@ -1,0 +1,55 @@
+#ifndef SIM_SIMULATOR_H
+#define SIM_SIMULATOR_H
+
+#include "ipcmanager.h"
+#include "requestrouter.h"
+#include "simoptions.h"
+#include "unit.h"
+#include "unitserver.h"
+
+#include <memory>
+#include <string>
+#include <vector>
+
+class ControlConsole;
+class SignalDrift;
+
+// The simulated unit's backend process: its state, its request handlers, a local listener
+// ("compact") and a TCP listener ("xmls"), the control console and the periodic notifications.
+class Simulator {
+public:
+    explicit Simulator(const SimOptions& options);
+    Simulator(const Simulator&) = delete;
+    Simulator& operator=(const Simulator&) = delete;
+    ~Simulator();
+
+    // Loads the scenario and opens the listeners; false with a reason.
+    bool start(std::string& error);
+    // Runs until stop(), "quit", SIGINT or SIGTERM.
+    void run();
+    void stop();
+
+    Unit& unit() { return m_unit; }
+    IPCManager& manager() { return m_manager; }
+
+    // To the sessions of both listeners that subscribed to `id`; returns how many got it.
+    std::size_t notify(const std::string& id, const Message& msg);
+    // Returns how many sessions were dropped.
+    std::size_t dropSessions();
+
+private:
+    bool listen(std::string& error);
+    bool addListener(const std::string& name, const std::string& encoding, const SocketAddr& address);
+    void watchStopSignals();
+
+    SimOptions m_options;
+    Unit m_unit;
+    RequestRouter m_router;
+    IPCManager m_manager;
+    std::vector<std::unique_ptr<UnitServer>> m_servers;
+    std::unique_ptr<ControlConsole> m_console;
+    std::unique_ptr<SignalDrift> m_drift;
+    int m_signalFd = -1;
+};
+
+#endif

@@ -1,0 +1,26 @@
+#ifndef SIM_UNITSERVER_H
+#define SIM_UNITSERVER_H
+
+#include "ipcendpoint.h"
+
+#include <string>
+
+class RequestRouter;
+
+// One listener of the simulated unit: logs clients in with the unit's password and hands
+// every request to the router.
+class UnitServer : public IPCEndpointServer {
+public:
+    UnitServer(const RequestRouter& router, std::string password);
+
+    bool password_for(const std::string& user, std::string& password) const override;
+    void session_opened(const IPCSessionInfo& session) override;
+    void session_closed(const IPCSessionInfo& session) override;
+    void process_command(const IPCSessionInfo& session, const Message& msg) override;
+
+private:
+    const RequestRouter& m_router;
+    std::string m_password;
+};
+
+#endif
