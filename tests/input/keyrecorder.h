@@ -1,0 +1,44 @@
+#ifndef KEYRECORDER_H
+#define KEYRECORDER_H
+
+#include <QKeyEvent>
+#include <QStringList>
+#include <QWidget>
+
+// A focusable widget that writes down every key it receives, one line per event:
+// "press <key> <text> <modifiers> <repeat> <spontaneous>".
+class KeyRecorder : public QWidget {
+public:
+    explicit KeyRecorder(QWidget* parent = nullptr, Qt::WindowFlags flags = Qt::WindowFlags())
+        : QWidget(parent, flags)
+    {
+        setFocusPolicy(Qt::StrongFocus);
+    }
+
+    static QString describe(bool press, int key, const QString& text, Qt::KeyboardModifiers modifiers,
+                            bool autoRepeat, bool spontaneous)
+    {
+        return QStringLiteral("%1 %2 '%3' %4%5%6")
+            .arg(press ? "press" : "release")
+            .arg(key, 0, 16)
+            .arg(text)
+            .arg(int(modifiers), 0, 16)
+            .arg(autoRepeat ? " repeat" : "")
+            .arg(spontaneous ? " spontaneous" : "");
+    }
+
+    QStringList keys;
+
+protected:
+    void keyPressEvent(QKeyEvent* event) override { record(event); }
+    void keyReleaseEvent(QKeyEvent* event) override { record(event); }
+
+private:
+    void record(QKeyEvent* event)
+    {
+        keys << describe(event->type() == QEvent::KeyPress, event->key(), event->text(), event->modifiers(),
+                         event->isAutoRepeat(), event->spontaneous());
+    }
+};
+
+#endif

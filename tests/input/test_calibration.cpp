@@ -1,0 +1,165 @@
+#include <calibration.h>
+#include <qwscalibratedmousehandler.h>
+#include <qwsserver.h>
+
+#include <QFile>
+#include <QGuiApplication>
+#include <QScreen>
+#include <QTemporaryDir>
+#include <QTest>
+#include <QTimer>
+#include <QTransform>
+
+namespace {
+
+constexpr int kTargets = QWSPointerCalibrationData::LastLocation + 1;
+
+// Where the skewed test device reports a touch at a screen position.
+QPoint reported(const QPoint& screen)
+{
+    return QTransform(0.95, 0.03, -0.04, 0.92, 20, 15).map(screen);
+}
+
+QVector<QPoint> screenTargets()
+{
+    const QWSPointerCalibrationData data = Calibration::targets(QGuiApplication::primaryScreen()->size());
+    return QVector<QPoint>(std::begin(data.screenPoints), std::end(data.screenPoints));
+}
+
+// A finger that lands beside the point, slides onto it and lifts there.
+void touch(QWindow* window, const QPoint& point)
+{
+    QTest::mousePress(window, Qt::LeftButton, Qt::NoModifier, point + QPoint(-30, -20));
+    QTest::mouseMove(window, point + QPoint(-10, -5));
+    QTest::mouseRelease(window, Qt::LeftButton, Qt::NoModifier, point);
+}
+
+QByteArray contents(const QString& path)
+{
+    QFile file(path);
+    return file.open(QIODevice::ReadOnly) ? file.readAll() : QByteArray("<missing>");
+}
+
+} // namespace
+
+class TestCalibration : public QObject {
+    Q_OBJECT
+
+private slots:
+    void init();
+
+    void targets_data();
+    void targets();
+    void runCalibratesOrAborts_data();
+    void runCalibratesOrAborts();
+    void crossMarksTheNextTarget_data();
+    void crossMarksTheNextTarget();
+
+private:
+    QString pointercal() const { return m_dir.filePath("pointercal"); }
+
+    QTemporaryDir m_dir;
+    QWSCalibratedMouseHandler* m_handler = nullptr;
+};
+
+void TestCalibration::init()
+{
+    // Every run starts from an earlier calibration that doubles positions.
+    QFile file(pointercal());
+    QVERIFY(file.open(QIODevice::WriteOnly | QIODevice::Truncate));
+    file.write("2 0 0 0 2 0 1\n");
+    file.close();
+    m_handler = new QWSCalibratedMouseHandler(pointercal());
+    QWSServer::setMouseHandler(m_handler);
+    QCOMPARE(m_handler->transform(QPoint(5, 7)), QPoint(10, 14));
+}
+
+void TestCalibration::targets_data()
+{
+    QTest::addColumn<QSize>("screen");
+    QTest::addColumn<QVector<QPoint>>("expected");
+
+    QTest::newRow("640x480") << QSize(640, 480)
+                             << QVector<QPoint>{{64, 48}, {64, 432}, {576, 432}, {576, 48}, {320, 240}};
+    QTest::newRow("odd size") << QSize(805, 599)
+                              << QVector<QPoint>{{80, 59}, {80, 540}, {725, 540}, {725, 59}, {402, 299}};
+}
+
+void TestCalibration::targets()
+{
+    QFETCH(QSize, screen);
+    QFETCH(QVector<QPoint>, expected);
+
+    const QWSPointerCalibrationData data = Calibration::targets(screen);
+    QCOMPARE(QVector<QPoint>(std::begin(data.screenPoints), std::end(data.screenPoints)), expected);
+}
+
+void TestCalibration::runCalibratesOrAborts_data()
+{
+    QTest::addColumn<int>("touches");
+    QTest::addColumn<bool>("abort");
+
+    QTest::newRow("five touches") << 5 << false;
+    QTest::newRow("abort at once") << 0 << true;
+    QTest::newRow("abort after two") << 2 << true;
+    QTest::newRow("abort after four") << 4 << true;
+}
+
+void TestCalibration::runCalibratesOrAborts()
+{
+    QFETCH(int, touches);
+    QFETCH(bool, abort);
+
+    const QVector<QPoint> targets = screenTargets();
+    Calibration calibration;
+    QTimer::singleShot(0, &calibration, [&] {
+        for (int i = 0; i < touches; ++i)
+            touch(calibration.windowHandle(), reported(targets[i]));
+        if (abort)
+            calibration.reject();
+    });
+    const QByteArray before = contents(pointercal());
+
+    const int result = calibration.exec();
+
+    if (abort) {
+        QCOMPARE(result, int(QDialog::Rejected));
+        QCOMPARE(m_handler->transform(QPoint(123, 45)), QPoint(123, 45));
+        QCOMPARE(contents(pointercal()), before);
+        return;
+    }
+    QCOMPARE(result, int(QDialog::Accepted));
+    QVERIFY(contents(pointercal()) != before);
+    for (const QPoint& target : targets)
+        QVERIFY((m_handler->transform(reported(target)) - target).manhattanLength() <= 1);
+}
+
+void TestCalibration::crossMarksTheNextTarget_data()
+{
+    QTest::addColumn<int>("touches");
+    for (int touches = 0; touches < kTargets; ++touches)
+        QTest::addRow("after %d", touches) << touches;
+}
+
+void TestCalibration::crossMarksTheNextTarget()
+{
+    QFETCH(int, touches);
+
+    const QVector<QPoint> targets = screenTargets();
+    Calibration calibration;
+    calibration.show();
+    QVERIFY(QTest::qWaitForWindowExposed(&calibration));
+    for (int i = 0; i < touches; ++i)
+        touch(calibration.windowHandle(), targets[i]);
+
+    // Only the cross is yellow; the other targets may lie under the texts.
+    const QImage shown = calibration.grab().toImage();
+    for (int i = 0; i < kTargets; ++i) {
+        for (const QPoint& offset : {QPoint(0, 0), QPoint(5, 0), QPoint(0, -5)})
+            QCOMPARE(shown.pixelColor(targets[i] + offset) == Qt::yellow, i == touches);
+    }
+    QVERIFY(calibration.isVisible());
+}
+
+QTEST_MAIN(TestCalibration)
+#include "test_calibration.moc"

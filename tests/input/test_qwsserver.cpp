@@ -1,0 +1,207 @@
+#include "keyrecorder.h"
+#include "platformkey.h"
+
+#include <qwsserver.h>
+
+#include <QDialog>
+#include <QTest>
+#include <QVBoxLayout>
+
+namespace {
+
+// Writes down what it is asked; consumes the key or not as told.
+class LoggingFilter : public QWSServer::KeyboardFilter {
+public:
+    LoggingFilter(QStringList* log, const QString& name, bool consume)
+        : m_log(log)
+        , m_name(name)
+        , m_consume(consume)
+    {
+        QWSServer::addKeyboardFilter(this);
+    }
+
+    bool filter(int unicode, int keycode, int modifiers, bool isPress, bool autoRepeat) override
+    {
+        *m_log << QStringLiteral("%1 %2 %3 %4 %5%6")
+                      .arg(m_name)
+                      .arg(unicode, 0, 16)
+                      .arg(keycode, 0, 16)
+                      .arg(modifiers, 0, 16)
+                      .arg(isPress ? "press" : "release")
+                      .arg(autoRepeat ? " repeat" : "");
+        return m_consume;
+    }
+
+private:
+    QStringList* m_log;
+    QString m_name;
+    bool m_consume;
+};
+
+enum class Target { FocusWidget, ModalDialog, PopupOverModal };
+
+} // namespace
+
+Q_DECLARE_METATYPE(Target)
+
+class TestQWSServer : public QObject {
+    Q_OBJECT
+
+private slots:
+    void injectedKeyGoesToTheTopmostReceiver_data();
+    void injectedKeyGoesToTheTopmostReceiver();
+    void injectedKeyIsTypedKey_data();
+    void injectedKeyIsTypedKey();
+    void platformKeyPassesFiltersOnceInjectedKeyNever();
+    void filtersAreAskedLatestFirst();
+};
+
+void TestQWSServer::injectedKeyGoesToTheTopmostReceiver_data()
+{
+    QTest::addColumn<Target>("target");
+    QTest::newRow("focus widget") << Target::FocusWidget;
+    QTest::newRow("modal dialog") << Target::ModalDialog;
+    QTest::newRow("popup over a modal dialog") << Target::PopupOverModal;
+}
+
+void TestQWSServer::injectedKeyGoesToTheTopmostReceiver()
+{
+    QFETCH(Target, target);
+
+    QWidget window;
+    auto* layout = new QVBoxLayout(&window);
+    auto* other = new KeyRecorder;
+    auto* focused = new KeyRecorder;
+    layout->addWidget(other);
+    layout->addWidget(focused);
+    QVERIFY(showActive(&window));
+    focused->setFocus();
+
+    QDialog dialog(&window);
+    auto* dialogLayout = new QVBoxLayout(&dialog);
+    auto* dialogOther = new KeyRecorder;
+    auto* dialogFocused = new KeyRecorder;
+    dialogLayout->addWidget(dialogOther);
+    dialogLayout->addWidget(dialogFocused);
+    dialog.setModal(true);
+    KeyRecorder popup(nullptr, Qt::Popup);
+
+    KeyRecorder* expected = focused;
+    if (target != Target::FocusWidget) {
+        dialog.show();
+        dialogFocused->setFocus();
+        // The modal dialog must win on its own, not by holding the application's focus.
+        QApplication::setActiveWindow(&window);
+        QCOMPARE(QApplication::focusWidget(), focused);
+        expected = dialogFocused;
+    }
+    if (target == Target::PopupOverModal) {
+        popup.show();
+        QCOMPARE(QApplication::activePopupWidget(), &popup);
+        expected = &popup;
+    }
+
+    QWSServer::sendKeyEvent('a', 'a', Qt::NoModifier, true, false);
+    QWSServer::sendKeyEvent('a', 'a', Qt::NoModifier, false, false);
+
+    const QStringList typed{KeyRecorder::describe(true, Qt::Key_A, "a", Qt::NoModifier, false, false),
+                            KeyRecorder::describe(false, Qt::Key_A, "a", Qt::NoModifier, false, false)};
+    for (KeyRecorder* recorder : {other, focused, dialogOther, dialogFocused, &popup})
+        QCOMPARE(recorder->keys, recorder == expected ? typed : QStringList());
+}
+
+void TestQWSServer::injectedKeyIsTypedKey_data()
+{
+    QTest::addColumn<int>("unicode");
+    QTest::addColumn<int>("keycode");
+    QTest::addColumn<Qt::KeyboardModifiers>("modifiers");
+    QTest::addColumn<bool>("press");
+    QTest::addColumn<bool>("repeat");
+    QTest::addColumn<int>("key");
+    QTest::addColumn<QString>("text");
+
+    const Qt::KeyboardModifiers none = Qt::NoModifier;
+    const Qt::KeyboardModifiers shift = Qt::ShiftModifier;
+    // Letters come as character codes and reach widgets with the key code of their capital.
+    QTest::newRow("letter") << int('q') << int('q') << none << true << false << int(Qt::Key_Q) << "q";
+    QTest::newRow("capital") << int('Q') << int('Q') << shift << true << false << int(Qt::Key_Q) << "Q";
+    QTest::newRow("latin-1 letter") << 0xE9 << 0xE9 << none << true << false << int(Qt::Key_Eacute) << "\u00e9";
+    QTest::newRow("symbol") << int('&') << int('&') << shift << false << false << int(Qt::Key_Ampersand) << "&";
+    QTest::newRow("space") << 32 << 32 << none << true << false << int(Qt::Key_Space) << " ";
+    // Qt key codes given as unicode, and 0 or 0xFFFF, carry no text.
+    QTest::newRow("backspace") << int(Qt::Key_Backspace) << int(Qt::Key_Backspace) << none << true << false
+                               << int(Qt::Key_Backspace) << "";
+    QTest::newRow("control+F1") << 0xFFFF << int(Qt::Key_F1) << Qt::KeyboardModifiers(Qt::ControlModifier) << true
+                                << false << int(Qt::Key_F1) << "";
+    QTest::newRow("repeated tab") << 0 << int(Qt::Key_Tab) << none << false << true << int(Qt::Key_Tab) << "";
+}
+
+void TestQWSServer::injectedKeyIsTypedKey()
+{
+    QFETCH(int, unicode);
+    QFETCH(int, keycode);
+    QFETCH(Qt::KeyboardModifiers, modifiers);
+    QFETCH(bool, press);
+    QFETCH(bool, repeat);
+    QFETCH(int, key);
+    QFETCH(QString, text);
+
+    KeyRecorder recorder;
+    QVERIFY(showActive(&recorder));
+    recorder.setFocus();
+
+    QWSServer::sendKeyEvent(unicode, keycode, modifiers, press, repeat);
+
+    QCOMPARE(recorder.keys, QStringList{KeyRecorder::describe(press, key, text, modifiers, repeat, false)});
+}
+
+void TestQWSServer::platformKeyPassesFiltersOnceInjectedKeyNever()
+{
+    QStringList log;
+    LoggingFilter filter(&log, "f", false);
+    KeyRecorder recorder;
+    QVERIFY(showActive(&recorder));
+    recorder.setFocus();
+
+    sendPlatformKey(&recorder, true, Qt::Key_X, Qt::ShiftModifier, "X");
+    sendPlatformKey(&recorder, false, Qt::Key_X, Qt::ShiftModifier, "X");
+    sendPlatformKey(&recorder, true, Qt::Key_Down, Qt::NoModifier, QString(), true);
+    QWSServer::sendKeyEvent('y', 'y', Qt::NoModifier, true, false);
+
+    QCOMPARE(log, QStringList({"f 58 58 2000000 press", "f 58 58 2000000 release", "f ffff 1000015 0 press repeat"}));
+    QCOMPARE(recorder.keys, QStringList({
+                                KeyRecorder::describe(true, Qt::Key_X, "X", Qt::ShiftModifier, false, true),
+                                KeyRecorder::describe(false, Qt::Key_X, "X", Qt::ShiftModifier, false, true),
+                                KeyRecorder::describe(true, Qt::Key_Down, "", Qt::NoModifier, true, true),
+                                KeyRecorder::describe(true, Qt::Key_Y, "y", Qt::NoModifier, false, false),
+                            }));
+}
+
+void TestQWSServer::filtersAreAskedLatestFirst()
+{
+    QStringList log;
+    KeyRecorder recorder;
+    QVERIFY(showActive(&recorder));
+    recorder.setFocus();
+
+    auto* consuming = new LoggingFilter(&log, "consuming", true);
+    LoggingFilter passing(&log, "passing", false);
+    sendPlatformKey(&recorder, true, Qt::Key_1, Qt::NoModifier, "1");
+    QCOMPARE(log, QStringList({"passing 31 31 0 press", "consuming 31 31 0 press"}));
+    QCOMPARE(recorder.keys, QStringList());
+
+    log.clear();
+    QWSServer::removeKeyboardFilter();
+    sendPlatformKey(&recorder, true, Qt::Key_2, Qt::NoModifier, "2");
+    QCOMPARE(log, QStringList({"consuming 32 32 0 press"}));
+    QCOMPARE(recorder.keys, QStringList());
+
+    log.clear();
+    delete consuming;
+    sendPlatformKey(&recorder, true, Qt::Key_3, Qt::NoModifier, "3");
+    QCOMPARE(log, QStringList());
+    QCOMPARE(recorder.keys.size(), 1);
+}
+
+QTEST_MAIN(TestQWSServer)
+#include "test_qwsserver.moc"
