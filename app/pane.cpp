@@ -1,0 +1,244 @@
+#include "pane.h"
+
+#include "logger.h"
+#include "mainwindow.h"
+#include "menu.h"
+#include "statusbar.h"
+#include "transientpopup.h"
+
+#include <QScrollArea>
+#include <QStackedWidget>
+
+namespace {
+constexpr int kPageWidth = 640;
+constexpr int kPageAreaHeight = 320;
+constexpr int kStackHeight = 430;
+constexpr std::array<int, 6> kCycle = {Pane::ScreenNetworkList, Pane::ScreenPeerList, Pane::ScreenPeerStats,
+                                       Pane::ScreenChannelStats, Pane::ScreenBraidStats, Pane::ScreenMeters};
+} // namespace
+
+Pane::Pane(MainWindow& mainWindow)
+    : mainWindow(mainWindow)
+{
+    auto pending = m_pending.begin();
+    for (int index = 0; index < ScreenCount; ++index) {
+        if (index == ScreenPeerAdd)
+            m_pages[index] = m_pages[ScreenPeerEdit];
+        else if (index == ScreenMeters)
+            m_pages[index] = &m_metering;
+        else if (index == ScreenAbout)
+            m_pages[index] = &m_about;
+        else
+            m_pages[index] = &*pending++;
+    }
+    Q_ASSERT(pending == m_pending.end());
+}
+
+// The screens are members; take them out of the stack before it is destroyed with the window.
+Pane::~Pane()
+{
+    for (QWidget* page : m_pages)
+        page->setParent(nullptr);
+}
+
+bool Pane::build(QWidget* stackFrame)
+{
+    pageArea = new QScrollArea(stackFrame);
+    pageArea->setFocusPolicy(Qt::NoFocus);
+    pageArea->setFrameShape(QFrame::NoFrame);
+    pageArea->resize(kPageWidth, kPageAreaHeight);
+
+    stack = new QStackedWidget;
+    stack->setFocusPolicy(Qt::NoFocus);
+    stack->resize(kPageWidth, kStackHeight);
+    for (QWidget* page : m_pages) {
+        if (stack->indexOf(page) < 0)
+            stack->addWidget(page);
+    }
+    pageArea->setWidget(stack);
+    setKeyboardShown(false);
+
+    connect(&m_metering, &Metering::smallMeterClicked, this, &Pane::handleAudioMeters);
+    return true;
+}
+
+QWidget* Pane::page(int index) const
+{
+    return m_pages.at(index);
+}
+
+KeypadHandler* Pane::keypadHandlerOf(int index) const
+{
+    return dynamic_cast<KeypadHandler*>(m_pages.at(index));
+}
+
+int Pane::menuScreen() const
+{
+    if (current == ScreenChat)
+        return chatReturn;
+    if (current == ScreenMeters)
+        return metersReturn;
+    return current;
+}
+
+bool Pane::keyboardAllowed(int index)
+{
+    return index != ScreenMeters && index != ScreenChat;
+}
+
+void Pane::showScreen(int index)
+{
+    if (index < 0 || index >= ScreenCount) {
+        g_log.log(LOG_ERROR, "pane: no screen %d", index);
+        return;
+    }
+    if (auto* leaving = dynamic_cast<PaneBase*>(stack->currentWidget()))
+        leaving->paneAboutToHide();
+
+    mainWindow.menu().updateActions(index);
+    previous = current;
+
+    m_metering.setBigMeterEnabled(index == ScreenMeters);
+    mainWindow.popup().setShifted(index == ScreenMeters);
+
+    stack->setCurrentWidget(m_pages[index]);
+    mainWindow.setKeypadHandler(keypadHandlerOf(index));
+    pageArea->ensureVisible(0, 0, 50, 50);
+
+    StatusBar& statusBar = mainWindow.statusBarWidget();
+    const bool allowed = keyboardAllowed(index);
+    if (!statusBar.keyboardButtonEnabled() && allowed)
+        mainWindow.setKeyboardVisible(false);
+    if (index == ScreenChat) {
+        mainWindow.setKeyboardVisible(true);
+        setKeyboardShown(false);
+    } else if (index == ScreenMeters) {
+        mainWindow.setKeyboardVisible(false);
+    }
+    statusBar.setKeyboardButtonEnabled(allowed);
+
+    current = index;
+
+    if (auto* arriving = dynamic_cast<PaneBase*>(m_pages[index]))
+        arriving->paneAboutToShow();
+    else
+        g_log.log(LOG_ERROR, "pane: can't dynamic_cast the current widget for paneAboutToShow()");
+}
+
+void Pane::setKeyboardShown(bool shown)
+{
+    const Qt::ScrollBarPolicy policy = shown ? Qt::ScrollBarAsNeeded : Qt::ScrollBarAlwaysOff;
+    pageArea->setHorizontalScrollBarPolicy(policy);
+    pageArea->setVerticalScrollBarPolicy(policy);
+}
+
+void Pane::resizePageArea(int w, int h)
+{
+    pageArea->resize(w, h);
+}
+
+void Pane::toggle(int target, int& returnScreen)
+{
+    if (current != target) {
+        returnScreen = current;
+        showScreen(target);
+    } else {
+        showScreen(returnScreen);
+    }
+}
+
+void Pane::handleAudioMeters()
+{
+    toggle(ScreenMeters, metersReturn);
+}
+
+void Pane::handleChat()
+{
+    const bool opening = current != ScreenChat;
+    toggle(ScreenChat, chatReturn);
+    if (opening) {
+        mainWindow.statusBarWidget().clearChatAlert();
+        mainWindow.statusBarWidget().setKeyboardButtonEnabled(false);
+    }
+}
+
+void Pane::cycle()
+{
+    const auto here = std::find(kCycle.begin(), kCycle.end(), current);
+    if (here != kCycle.end())
+        cyclePos = unsigned(here - kCycle.begin());
+    cyclePos = (cyclePos + 1) % kCycle.size();
+    showScreen(kCycle[cyclePos]);
+}
+
+void Pane::f2Pressed()
+{
+    int toggleReturn = previous;
+    switch (m_f2Mode) {
+    case F2Cycle:
+        cycle();
+        break;
+    case F2ToggleNetworks:
+        toggle(ScreenNetworkList, toggleReturn);
+        break;
+    case F2ToggleRemotes:
+        toggle(ScreenPeerList, toggleReturn);
+        break;
+    case F2TogglePeerStats:
+        toggle(ScreenPeerStats, toggleReturn);
+        break;
+    case F2ToggleChannelStats:
+        toggle(ScreenChannelStats, toggleReturn);
+        break;
+    case F2ToggleMeters:
+        handleAudioMeters();
+        break;
+    case F2ToggleKeyboard:
+        mainWindow.handlePopupKeyboard();
+        break;
+    case F2ToggleChat:
+        handleChat();
+        break;
+    case F2RemoteContactClosure:
+        mainWindow.setRemoteCC(0, true);
+        break;
+    case F2ToggleBraidStats:
+        toggle(ScreenBraidStats, toggleReturn);
+        break;
+    default:
+        break;
+    }
+}
+
+void Pane::f2Released()
+{
+    if (m_f2Mode == F2RemoteContactClosure)
+        mainWindow.setRemoteCC(0, false);
+}
+
+// The remote list and the network device list answer these once they are part of the program;
+// until then there is no device, no call and no selection to report.
+bool Pane::networkReady() const
+{
+    return false;
+}
+
+bool Pane::anyCallActive() const
+{
+    return false;
+}
+
+QString Pane::selectedRemoteName() const
+{
+    return QString();
+}
+
+bool Pane::selectedNetworkViewOnly() const
+{
+    return false;
+}
+
+bool Pane::selectedNetworkInstalled() const
+{
+    return false;
+}

@@ -1,0 +1,119 @@
+#ifndef PANE_H
+#define PANE_H
+
+#include "aboutwidget.h"
+#include "metering.h"
+#include "pendingscreen.h"
+
+#include <QObject>
+
+#include <array>
+
+class KeypadHandler;
+class MainWindow;
+class QScrollArea;
+class QStackedWidget;
+class QWidget;
+
+// Every screen of the program, created once; shows one at a time and wires them together.
+class Pane : public QObject {
+    Q_OBJECT
+    Q_DISABLE_COPY(Pane)
+
+public:
+    enum Screen {
+        ScreenPeerList = 0,
+        ScreenPeerEdit = 1,
+        ScreenPeerAdd = 2,
+        ScreenPeerStats = 3,
+        ScreenChannelStats = 4,
+        ScreenBraidStats = 5,
+        ScreenMeters = 6,
+        ScreenChat = 7,
+        ScreenBrowser = 8,
+        ScreenNetworkList = 9,
+        ScreenAudioSettings = 10,
+        ScreenConfigureNetwork = 11,
+        ScreenEditConfigSetting = 12,
+        ScreenSystemSettings = 13,
+        ScreenBraidSettings = 14,
+        ScreenProfileList = 15,
+        ScreenProfileItems = 16,
+        ScreenEditSetting = 17,
+        ScreenKeypadSetup = 18,
+        ScreenAbout = 19,
+        ScreenCount = 20
+    };
+
+    // The F2 key's behaviours, by the value stored with the user's choice.
+    enum F2Mode {
+        F2Cycle = 0,
+        F2ToggleNetworks = 1,
+        F2ToggleRemotes = 2,
+        F2TogglePeerStats = 3,
+        F2ToggleChannelStats = 4,
+        F2ToggleMeters = 5,
+        F2ToggleKeyboard = 6,
+        F2ToggleChat = 7,
+        F2RemoteContactClosure = 8,
+        F2ToggleBraidStats = 9
+    };
+
+    explicit Pane(MainWindow& mainWindow);
+    ~Pane() override;
+
+    // Puts the page area and the stack into the main window's stack frame.
+    bool build(QWidget* stackFrame);
+
+    void showScreen(int index);
+    int currentScreen() const { return current; }
+    // The chat and meters screens count as the screen underneath them.
+    int menuScreen() const;
+    static bool keyboardAllowed(int index);
+
+    void setKeyboardShown(bool shown);
+    void resizePageArea(int w, int h);
+
+    void f2Pressed();
+    void f2Released();
+    void setF2Mode(int mode) { m_f2Mode = mode; }
+    int f2Mode() const { return m_f2Mode; }
+
+    // What the status bar and the menu learn from the remote and network device lists.
+    bool networkReady() const;
+    bool anyCallActive() const;
+    QString selectedRemoteName() const;
+    bool selectedNetworkViewOnly() const;
+    bool selectedNetworkInstalled() const;
+
+    QWidget* page(int index) const;
+    Metering& metering() { return m_metering; }
+    AboutWidget& about() { return m_about; }
+
+public slots:
+    void handleAudioMeters();
+    void handleChat();
+
+private:
+    void toggle(int target, int& returnScreen);
+    void cycle();
+    KeypadHandler* keypadHandlerOf(int index) const;
+
+    int current = ScreenPeerList;
+    int metersReturn = ScreenPeerList;
+    int chatReturn = ScreenPeerList;
+    int previous = ScreenPeerList;
+    // Screens not part of the program yet, in the order their indices first appear.
+    static constexpr int kPendingScreens = 17;
+    std::array<PendingScreen, kPendingScreens> m_pending;
+    Metering m_metering;
+    AboutWidget m_about;
+    std::array<QWidget*, ScreenCount> m_pages{};
+    MainWindow& mainWindow;
+    unsigned int cyclePos = 0;
+    QStackedWidget* stack = nullptr;
+    QScrollArea* pageArea = nullptr;
+    int m_f2Mode = F2Cycle;
+};
+
+#endif
