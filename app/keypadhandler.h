@@ -10,6 +10,8 @@ public:
 protected:
     // Helpers for screens that give some keys their own meaning and pass the rest on.
     static void injectKey(int keycode, bool pressed, bool repeat);
+    // Shift+Tab as typed (Shift press, Tab with Shift, Shift release): focus to the previous widget.
+    static void injectBacktab(bool pressed, bool repeat);
 };
 
 #endif

@@ -272,8 +272,11 @@ void MainWindow::captureScreen()
     // The number goes up also when saving fails, so a failed capture never overwrites a later one.
     const QString name = captureFileName(++m_captureCount);
     QScreen* screen = QGuiApplication::primaryScreen();
-    if (screen)
-        screen->grabWindow(0).save(name, "png");
+    QPixmap shot = screen ? screen->grabWindow(0) : QPixmap();
+    // Platforms without a desktop to grab (offscreen) still get the window itself.
+    if (shot.isNull())
+        shot = grab();
+    shot.save(name, "png");
     sync();
 }
 

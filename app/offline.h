@@ -8,7 +8,7 @@
 #include <QPixmap>
 
 // Stands in front of everything while the backend is not ready, saying what the link is doing.
-class Offline : public QDialog, private Ui::Offline {
+class Offline : public QDialog, public Ui::Offline {
     Q_OBJECT
     Q_DISABLE_COPY(Offline)
 

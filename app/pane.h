@@ -4,6 +4,7 @@
 #include "aboutwidget.h"
 #include "metering.h"
 #include "pendingscreen.h"
+#include "statusbar.h"
 
 #include <QObject>
 
@@ -16,7 +17,7 @@ class QStackedWidget;
 class QWidget;
 
 // Every screen of the program, created once; shows one at a time and wires them together.
-class Pane : public QObject {
+class Pane : public QObject, public StatusSource {
     Q_OBJECT
     Q_DISABLE_COPY(Pane)
 
@@ -66,7 +67,7 @@ public:
     bool build(QWidget* stackFrame);
 
     void showScreen(int index);
-    int currentScreen() const { return current; }
+    int currentScreen() const override { return current; }
     // The chat and meters screens count as the screen underneath them.
     int menuScreen() const;
     static bool keyboardAllowed(int index);
@@ -80,8 +81,8 @@ public:
     int f2Mode() const { return m_f2Mode; }
 
     // What the status bar and the menu learn from the remote and network device lists.
-    bool networkReady() const;
-    bool anyCallActive() const;
+    bool networkReady() const override;
+    bool anyCallActive() const override;
     QString selectedRemoteName() const;
     bool selectedNetworkViewOnly() const;
     bool selectedNetworkInstalled() const;

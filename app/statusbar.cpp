@@ -12,9 +12,9 @@ constexpr int kSignalLevels = 5;
 constexpr uint kSignalStep = 25;
 } // namespace
 
-StatusBar::StatusBar(QWidget* frame, const Pane& pane)
+StatusBar::StatusBar(QWidget* frame, const StatusSource& source)
     : QWidget(frame)
-    , m_pane(pane)
+    , m_source(source)
     , multiIcon(QStringLiteral(":/icons/signal_strength_multiple.png"))
     , linkGo(QStringLiteral(":/icons/link_go.png"))
     , linkUp(QStringLiteral(":/icons/link.png"))
@@ -49,7 +49,7 @@ bool StatusBar::keyboardButtonEnabled() const
 
 void StatusBar::handleChatAlert()
 {
-    if (m_pane.currentScreen() == Pane::ScreenChat)
+    if (m_source.currentScreen() == Pane::ScreenChat)
         return;
     chatAlert = true;
     alertTimer->start(kBlinkMs);
@@ -57,8 +57,8 @@ void StatusBar::handleChatAlert()
 
 void StatusBar::updateLinkIndicator()
 {
-    const bool netReady = m_pane.networkReady();
-    const bool active = m_pane.anyCallActive();
+    const bool netReady = m_source.networkReady();
+    const bool active = m_source.anyCallActive();
     if (netReady)
         labelLink->setPixmap(active ? linkGo : linkUp);
     else

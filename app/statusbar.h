@@ -8,8 +8,18 @@
 #include <QPixmap>
 #include <QWidget>
 
-class Pane;
 class QTimer;
+
+// What the status bar asks of the screens it reports on.
+class StatusSource {
+public:
+    virtual ~StatusSource() = default;
+    virtual int currentScreen() const = 0;
+    // Some network device is alive.
+    virtual bool networkReady() const = 0;
+    // Some call is up.
+    virtual bool anyCallActive() const = 0;
+};
 
 // The strip along the bottom: signal strength, link/call, Braid, chat alert, keyboard button and
 // the small level meter (drawn by the backend over smallMeterWidget).
@@ -18,7 +28,7 @@ class StatusBar : public QWidget, public Ui::StatusBar {
     Q_DISABLE_COPY(StatusBar)
 
 public:
-    StatusBar(QWidget* frame, const Pane& pane);
+    StatusBar(QWidget* frame, const StatusSource& source);
 
     void setKeyboardButtonEnabled(bool enabled);
     bool keyboardButtonEnabled() const;
@@ -39,7 +49,7 @@ private slots:
 
 private:
     bool chatAlert = false;
-    const Pane& m_pane;
+    const StatusSource& m_source;
     QMap<int, QPixmap> signalIcons;
     QPixmap multiIcon;
     QMap<QString, QPixmap> braidIcons;

@@ -188,7 +188,7 @@ std::string Params::get_string(const std::string& key, const std::string& def) c
     case 2:
         return std::to_string(std::get<uint32_t>(found->second));
     default:
-        return def;
+        return std::get<bool>(found->second) ? "true" : "false";
     }
 }
 

@@ -12,8 +12,9 @@ using ParamValue = std::variant<std::string, int32_t, uint32_t, bool>;
 // An unordered set of named, typed scalars. Reading an absent key gives the caller's default.
 //
 // Reading a key stored under another type converts where the meaning is plain: numbers and
-// bools between each other (bool is "not zero"), a number to its decimal text, a decimal text
-// to a number, "true"/"false"/"1"/"0" to a bool. Anything else reads as the default.
+// bools between each other (bool is "not zero"), a number to its decimal text, a bool to
+// "true"/"false", a decimal text to a number, "true"/"false"/"1"/"0" to a bool. Anything else
+// reads as the default.
 //
 // Text syntax of the C-string constructor: items separated by blanks, each `key=value` (a
 // string) or `key:T=value` with T one of `s` string, `i` int, `u` uint, `b` bool. A value may

@@ -67,8 +67,8 @@ const ReadCase kReadCases[] = {
     {"int minimum", kIntMin, kIntMin, std::nullopt, true, "-2147483648"s},
     {"uint 7", uint32_t{7}, 7, 7u, true, "7"s},
     {"uint maximum", kUintMax, std::nullopt, kUintMax, true, "4294967295"s},
-    {"bool true", true, 1, 1u, true, std::nullopt},
-    {"bool false", false, 0, 0u, false, std::nullopt},
+    {"bool true", true, 1, 1u, true, "true"s},
+    {"bool false", false, 0, 0u, false, "false"s},
 };
 
 class ParamsRead : public ::testing::TestWithParam<ReadCase> {};

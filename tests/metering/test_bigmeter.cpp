@@ -29,7 +29,6 @@ void TestBigMeter::geometry_data()
 
     QTest::newRow("200 x 100") << QSize(200, 100) << 170 << 17 << 15 << QList<int>{0, 19, 64, 83};
     QTest::newRow("odd size") << QSize(201, 103) << 171 << 17 << 15 << QList<int>{0, 19, 67, 86};
-    QTest::newRow("flat") << QSize(300, 60) << 270 << 7 << 15 << QList<int>{0, 9, 44, 53};
 }
 
 void TestBigMeter::geometry()

@@ -33,8 +33,8 @@ const std::vector<Bar> kSmallBars = {
     {555, 471, 78, 2, 1, true},
 };
 
-// Where the meters screen sits in its window, as under the main window's menu bar.
-const QPoint kScreenOffset(0, 25);
+// Where the meters screen sits in its window; the bars must count it in.
+const QPoint kScreenOffset(10, 25);
 }
 
 class TestMetering : public QObject {
@@ -55,12 +55,14 @@ private slots:
     void modeSwitchSendsNothing();
     void smallMeterClickIsRelayed();
     void arrowKeysWorkTheRadioButtons();
+    void remoteScreenLeavesTheMetersAlone();
 
 private:
     // The big meter's bars on the screen: 200 x 100 gives bars 170 long and 17 high.
     std::vector<Bar> bigBars() const;
     void setReady(bool ready);
-    const Message &lastRequest() const;
+    // An empty message when nothing was sent.
+    Message lastRequest() const;
 
     std::vector<Message> m_sent;
     QWidget *m_window = nullptr;
@@ -109,9 +111,9 @@ void TestMetering::setReady(bool ready)
     emit g_ipcClient.changedState(ready ? IPCClient::IPC_READY : IPCClient::IPC_LOGGED_IN, false);
 }
 
-const Message &TestMetering::lastRequest() const
+Message TestMetering::lastRequest() const
 {
-    return m_sent.back();
+    return m_sent.empty() ? Message() : m_sent.back();
 }
 
 void TestMetering::requestFollowsFlags_data()
@@ -163,7 +165,7 @@ void TestMetering::requestFollowsFlags()
     }
 
     QVERIFY(!m_sent.empty());
-    const Message &request = lastRequest();
+    const Message request = lastRequest();
     QCOMPARE(request.name, std::string("setMetering"));
     QCOMPARE(request.params().get_string("seq", ""), std::string("metering"));
     QCOMPARE(request.child_count(), expected.size());
@@ -310,6 +312,18 @@ void TestMetering::arrowKeysWorkTheRadioButtons()
     keypad.handleKey(Qt::Key_Left, false, false);
     QVERIFY(m_metering->radioDBFS->isChecked());
     QCOMPARE(meter->mode(), BigMeter::ModeDBFS);
+}
+
+void TestMetering::remoteScreenLeavesTheMetersAlone()
+{
+    qputenv("REMOTE_UI", "unit.example");
+    setReady(true);
+    m_metering->setBigMeterEnabled(true);
+    qunsetenv("REMOTE_UI");
+    QCOMPARE(m_sent.size(), std::size_t(0));
+
+    m_metering->setBigMeterEnabled(false);
+    QCOMPARE(m_sent.size(), std::size_t(1));
 }
 
 QTEST_MAIN(TestMetering)

@@ -1,0 +1,55 @@
+#ifndef SHELLFIXTURE_H
+#define SHELLFIXTURE_H
+
+#include "ipcinstances.h"
+#include "keypadhandler.h"
+#include "mainwindow.h"
+
+#include <QCoreApplication>
+#include <QTemporaryDir>
+#include <QtTest>
+
+#include <memory>
+
+// A whole main window, ready as if the backend had logged in, with every request it sends kept.
+class ShellFixture {
+public:
+    ShellFixture()
+    {
+        // The link start one second in must find no backend, whatever runs on this machine.
+        qputenv("LIBIPC_LOCAL_ADDR", QByteArray("/orvane-shell-test-") + QByteArray::number(qApp->applicationPid()));
+        QFile(m_dir.filePath("pointercal")).open(QIODevice::WriteOnly);
+        window = std::make_unique<MainWindow>();
+        window->setCaptureDirectory(m_dir.path());
+        window->setPointerCalibrationFile(m_dir.filePath("pointercal"));
+        g_ipcClient.setRequestTap([this](const Message& msg) { sent.push_back(msg); });
+    }
+    ~ShellFixture() { g_ipcClient.setRequestTap(nullptr); }
+
+    void setState(IPCClient::IPC_STATE state, bool defPwd = false) { emit g_ipcClient.changedState(state, defPwd); }
+    QString dir() const { return m_dir.path(); }
+
+    std::unique_ptr<MainWindow> window;
+    std::vector<Message> sent;
+
+private:
+    QTemporaryDir m_dir;
+};
+
+// "Down+" for a press of Down, "Down-r" for an auto-repeated release, "S-Tab+" with Shift held.
+inline QString describeKey(int keycode, bool pressed, bool repeat, Qt::KeyboardModifiers modifiers = Qt::NoModifier)
+{
+    QString name = QString::fromLatin1(QMetaEnum::fromType<Qt::Key>().valueToKey(keycode)).mid(4);
+    if (modifiers & Qt::ShiftModifier)
+        name.prepend(QLatin1String("S-"));
+    return name + (pressed ? "+" : "-") + (repeat ? "r" : "");
+}
+
+// Remembers the keys a screen was given.
+class RecordingHandler : public KeypadHandler {
+public:
+    void handleKey(int keycode, bool pressed, bool repeat) override { keys << describeKey(keycode, pressed, repeat); }
+    QStringList keys;
+};
+
+#endif

@@ -1,0 +1,233 @@
+// Where each hardware key goes, for every step of the main window's routing order.
+#include "shellfixture.h"
+
+#include "platformkey.h"
+#include "statusbar.h"
+#include "transientpopup.h"
+
+#include <QMenu>
+#include <QMenuBar>
+#include <QPointer>
+
+namespace {
+
+// Keys the window server typed on the program's behalf (not those from the platform).
+class InjectedKeys : public QObject {
+public:
+    InjectedKeys() { qApp->installEventFilter(this); }
+    QStringList keys;
+
+protected:
+    bool eventFilter(QObject* watched, QEvent* event) override
+    {
+        if ((event->type() == QEvent::KeyPress || event->type() == QEvent::KeyRelease) && !event->spontaneous()
+            && !propagated(watched, event)) {
+            m_last = event;
+            m_lastReceiver = watched;
+            auto* key = static_cast<QKeyEvent*>(event);
+            keys << describeKey(key->key(), event->type() == QEvent::KeyPress, key->isAutoRepeat(), key->modifiers());
+        }
+        return false;
+    }
+
+private:
+    // An ignored key travels on to the parents of its receiver as the same event.
+    bool propagated(QObject* watched, QEvent* event) const
+    {
+        if (event != m_last || !m_lastReceiver)
+            return false;
+        for (QObject* up = m_lastReceiver->parent(); up; up = up->parent()) {
+            if (up == watched)
+                return true;
+        }
+        return false;
+    }
+
+    QEvent* m_last = nullptr;
+    QPointer<QObject> m_lastReceiver;
+};
+
+// The platform delivers keys to the window that has the focus: a modal dialog blocks the rest.
+QWidget* focusedWindow(QWidget* fallback)
+{
+    if (QWidget* modal = QApplication::activeModalWidget())
+        return modal;
+    if (QWidget* active = QApplication::activeWindow())
+        return active;
+    return fallback;
+}
+
+enum Flag { None = 0, Popup = 1, Calibrating = 2, Modal = 4, MenuOpen = 8 };
+
+} // namespace
+
+class TestKeyRouting : public QObject {
+    Q_OBJECT
+
+private slots:
+    void init();
+    void cleanup();
+    void routesEachKey_data();
+    void routesEachKey();
+    void capturesNumberFromOneAndCountFailures();
+
+private:
+    std::unique_ptr<ShellFixture> m_shell;
+    std::unique_ptr<QWidget> m_keySource;
+};
+
+void TestKeyRouting::init()
+{
+    m_shell = std::make_unique<ShellFixture>();
+    m_keySource = std::make_unique<QWidget>();
+    QVERIFY(showActive(m_keySource.get()));
+}
+
+void TestKeyRouting::cleanup()
+{
+    m_keySource.reset();
+    m_shell.reset();
+}
+
+void TestKeyRouting::routesEachKey_data()
+{
+    QTest::addColumn<int>("state");
+    QTest::addColumn<int>("flags");
+    QTest::addColumn<int>("key");
+    QTest::addColumn<int>("modifiers");
+    QTest::addColumn<bool>("press");
+    QTest::addColumn<QStringList>("handled");   // what the screen's handler got
+    QTest::addColumn<QStringList>("injected");  // what was typed into the focused widget
+    QTest::addColumn<bool>("menuOpenAfter");
+    QTest::addColumn<int>("screenAfter");
+    QTest::addColumn<bool>("captured");
+    QTest::addColumn<bool>("aborted");
+    QTest::addColumn<bool>("popupAfter");
+
+    const int ready = IPCClient::IPC_READY;
+    const int ctrl = Qt::ControlModifier;
+    const QStringList none;
+    const int list = Pane::ScreenPeerList;
+    const int meters = Pane::ScreenMeters;
+
+    QTest::newRow("popup closed, key goes on") << ready << int(Popup) << int(Qt::Key_Down) << 0 << true
+                                                << QStringList{"Down+"} << none << false << list << false << false << false;
+    QTest::newRow("popup stays while calibrating") << ready << int(Popup | Calibrating) << int(Qt::Key_Down) << 0 << true
+                                                    << none << none << false << list << false << false << true;
+    QTest::newRow("ctrl+F1 captures offline") << int(IPCClient::IPC_DISCONNECTED) << int(None) << int(Qt::Key_F1) << ctrl
+                                              << true << none << none << false << list << true << false << false;
+    QTest::newRow("ctrl+F25 captures when ready") << ready << int(None) << int(Qt::Key_F25) << ctrl << true << none << none
+                                                  << false << list << true << false << false;
+    QTest::newRow("ctrl+F1 release captures nothing") << ready << int(None) << int(Qt::Key_F1) << ctrl << false << none
+                                                      << none << false << list << false << false << false;
+    QTest::newRow("F1 dropped while logging in") << int(IPCClient::IPC_LOGGED_IN) << int(None) << int(Qt::Key_F1) << 0
+                                                 << true << none << none << false << list << false << false << false;
+    QTest::newRow("F2 dropped while offline") << int(IPCClient::IPC_DISCONNECTED) << int(None) << int(Qt::Key_F2) << 0
+                                              << true << none << none << false << list << false << false << false;
+    QTest::newRow("arrow dropped while updating") << int(IPCClient::IPC_UPDATING) << int(None) << int(Qt::Key_Up) << 0
+                                                  << true << none << none << false << list << false << false << false;
+    QTest::newRow("calibrating: F2 press ignored") << ready << int(Calibrating) << int(Qt::Key_F2) << 0 << true << none
+                                                   << none << false << list << false << false << false;
+    QTest::newRow("calibrating: F2 release aborts") << ready << int(Calibrating) << int(Qt::Key_F2) << 0 << false << none
+                                                    << none << false << list << false << true << false;
+    QTest::newRow("calibrating: other keys ignored") << ready << int(Calibrating) << int(Qt::Key_Enter) << 0 << true
+                                                     << none << none << false << list << false << false << false;
+    QTest::newRow("modal: Left is back-tab") << ready << int(Modal) << int(Qt::Key_Left) << 0 << true << none
+                                             // Qt reports a Shift key's own bit flipped: Shift down, then up.
+                                             << QStringList{"Shift+", "S-Tab+", "S-Shift+"} << false << list << false
+                                             << false << false;
+    QTest::newRow("modal: Right is tab") << ready << int(Modal) << int(Qt::Key_Right) << 0 << false << none
+                                         << QStringList{"Tab-"} << false << list << false << false << false;
+    QTest::newRow("modal: Enter passes") << ready << int(Modal) << int(Qt::Key_Enter) << 0 << true << none
+                                         << QStringList{"Enter+"} << false << list << false << false << false;
+    QTest::newRow("modal: F1 ignored") << ready << int(Modal) << int(Qt::Key_F1) << 0 << true << none << none << false
+                                       << list << false << false << false;
+    QTest::newRow("modal: F2 ignored") << ready << int(Modal) << int(Qt::Key_F2) << 0 << true << none << none << false
+                                       << list << false << false << false;
+    QTest::newRow("F1 opens the menu") << ready << int(None) << int(Qt::Key_F1) << 0 << true << none << none << true
+                                       << list << false << false << false;
+    QTest::newRow("F1 release does nothing") << ready << int(None) << int(Qt::Key_F1) << 0 << false << none << none
+                                             << false << list << false << false << false;
+    QTest::newRow("F1 closes an open menu") << ready << int(MenuOpen) << int(Qt::Key_F1) << 0 << true << none << none
+                                            << false << list << false << false << false;
+    QTest::newRow("F2 press goes to the stack") << ready << int(None) << int(Qt::Key_F2) << 0 << true << none << none
+                                                << false << meters << false << false << false;
+    QTest::newRow("F2 release goes to the stack") << ready << int(None) << int(Qt::Key_F2) << 0 << false << none << none
+                                                  << false << list << false << false << false;
+    QTest::newRow("menu: Enter becomes Return") << ready << int(MenuOpen) << int(Qt::Key_Enter) << 0 << false << none
+                                                << QStringList{"Return-"} << true << list << false << false << false;
+    QTest::newRow("menu: arrows go to the menu") << ready << int(MenuOpen) << int(Qt::Key_Down) << 0 << true << none
+                                                 << QStringList{"Down+"} << true << list << false << false << false;
+    QTest::newRow("screen gets the rest") << ready << int(None) << int(Qt::Key_Right) << 0 << false
+                                          << QStringList{"Right-"} << none << false << list << false << false << false;
+    QTest::newRow("keypad star reaches the screen") << ready << int(None) << int(Qt::Key_Asterisk) << 0 << true
+                                                    << QStringList{"Asterisk+"} << none << false << list << false
+                                                    << false << false;
+}
+
+void TestKeyRouting::routesEachKey()
+{
+    QFETCH(int, state);
+    QFETCH(int, flags);
+    QFETCH(int, key);
+    QFETCH(int, modifiers);
+    QFETCH(bool, press);
+    QFETCH(QStringList, handled);
+    QFETCH(QStringList, injected);
+    QFETCH(bool, menuOpenAfter);
+    QFETCH(int, screenAfter);
+    QFETCH(bool, captured);
+    QFETCH(bool, aborted);
+    QFETCH(bool, popupAfter);
+
+    MainWindow& window = *m_shell->window;
+    m_shell->setState(IPCClient::IPC_READY);
+    window.pane().setF2Mode(Pane::F2ToggleMeters);
+    m_shell->setState(IPCClient::IPC_STATE(state));
+
+    RecordingHandler handler;
+    window.setKeypadHandler(&handler);
+    if (flags & Popup)
+        window.popup().showMessage(QStringLiteral("note"), 0, 0);
+    window.setCalibrating(flags & Calibrating);
+    window.setModal(flags & Modal);
+    if (flags & MenuOpen)
+        window.menu().openForCurrentScreen();
+    QSignalSpy abortSpy(&window, &MainWindow::abortCalibration);
+    InjectedKeys typed;
+
+    sendPlatformKey(focusedWindow(m_keySource.get()), press, key, Qt::KeyboardModifiers(modifiers));
+
+    QCOMPARE(handler.keys, handled);
+    QCOMPARE(typed.keys, injected);
+    QCOMPARE(window.menu().isMenuOpen(), menuOpenAfter);
+    QCOMPARE(window.pane().currentScreen(), screenAfter);
+    QCOMPARE(QFile::exists(window.captureFileName(1)), captured);
+    QCOMPARE(abortSpy.count(), aborted ? 1 : 0);
+    if (aborted)
+        QVERIFY(!window.isCalibrating());
+    QCOMPARE(window.popup().isVisible(), popupAfter);
+
+    window.menu().closeMenu();
+    window.setKeypadHandler(nullptr);
+}
+
+void TestKeyRouting::capturesNumberFromOneAndCountFailures()
+{
+    MainWindow& window = *m_shell->window;
+    QCOMPARE(window.captureFileName(1), m_shell->dir() + "/cap00001.png");
+
+    sendPlatformKey(focusedWindow(m_keySource.get()), true, Qt::Key_F1, Qt::ControlModifier);
+    window.setCaptureDirectory(m_shell->dir() + "/missing");
+    sendPlatformKey(focusedWindow(m_keySource.get()), true, Qt::Key_F1, Qt::ControlModifier);
+    window.setCaptureDirectory(m_shell->dir());
+    sendPlatformKey(focusedWindow(m_keySource.get()), true, Qt::Key_F1, Qt::ControlModifier);
+
+    QVERIFY(QFile::exists(m_shell->dir() + "/cap00001.png"));
+    QVERIFY(!QFile::exists(m_shell->dir() + "/cap00002.png"));
+    QVERIFY(QFile::exists(m_shell->dir() + "/cap00003.png"));
+    QVERIFY(!QImage(m_shell->dir() + "/cap00003.png").isNull());
+}
+
+QTEST_MAIN(TestKeyRouting)
+#include "test_keyrouting.moc"

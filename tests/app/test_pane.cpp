@@ -1,0 +1,194 @@
+// The screen stack: toggles, the F2 behaviours, the keyboard rules and the hooks screens get.
+#include "shellfixture.h"
+
+#include "statusbar.h"
+#include "transientpopup.h"
+
+class TestPane : public QObject {
+    Q_OBJECT
+
+private slots:
+    void init();
+    void cleanup();
+    void togglesReturnToTheScreenUnderneath();
+    void cycleContinuesWhereItStood();
+    void f2Modes_data();
+    void f2Modes();
+    void chatForcesTheKeyboardAndLeavingHidesIt();
+    void metersHideTheKeyboardAndShiftThePopup();
+    void keyboardToggleLayout();
+    void menuScreenIsTheOneUnderneath();
+    void screensLearnWhenTheyComeAndGo();
+
+private:
+    Pane& pane() { return m_shell->window->pane(); }
+    std::unique_ptr<ShellFixture> m_shell;
+};
+
+void TestPane::init()
+{
+    m_shell = std::make_unique<ShellFixture>();
+    m_shell->setState(IPCClient::IPC_READY);
+}
+
+void TestPane::cleanup()
+{
+    m_shell.reset();
+}
+
+void TestPane::togglesReturnToTheScreenUnderneath()
+{
+    pane().showScreen(Pane::ScreenPeerStats);
+    pane().handleAudioMeters();
+    QCOMPARE(pane().currentScreen(), int(Pane::ScreenMeters));
+    pane().handleChat();
+    QCOMPARE(pane().currentScreen(), int(Pane::ScreenChat));
+    pane().handleChat();
+    QCOMPARE(pane().currentScreen(), int(Pane::ScreenMeters));
+    pane().handleAudioMeters();
+    QCOMPARE(pane().currentScreen(), int(Pane::ScreenPeerStats));
+}
+
+void TestPane::cycleContinuesWhereItStood()
+{
+    pane().setF2Mode(Pane::F2Cycle);
+    QList<int> seen;
+    for (int step = 0; step < 7; ++step) {
+        pane().f2Pressed();
+        seen << pane().currentScreen();
+    }
+    QCOMPARE(seen, (QList<int>{3, 4, 5, 6, 9, 0, 3}));
+
+    // From a screen outside the list the cycle goes on from its last position.
+    pane().showScreen(Pane::ScreenPeerEdit);
+    pane().f2Pressed();
+    QCOMPARE(pane().currentScreen(), int(Pane::ScreenChannelStats));
+}
+
+void TestPane::f2Modes_data()
+{
+    QTest::addColumn<int>("mode");
+    QTest::addColumn<int>("afterPress");
+    QTest::addColumn<int>("afterSecondPress");
+    QTest::addColumn<bool>("keyboardAfterPress");
+    QTest::addColumn<QStringList>("requests");  // "name seq id state" of what was sent
+
+    const int about = Pane::ScreenAbout;
+    QTest::newRow("0 cycle") << 0 << 0 << 3 << false << QStringList();
+    QTest::newRow("1 networks") << 1 << 9 << about << false << QStringList();
+    QTest::newRow("2 remotes") << 2 << 0 << about << false << QStringList();
+    QTest::newRow("3 peer stats") << 3 << 3 << about << false << QStringList();
+    QTest::newRow("4 channel stats") << 4 << 4 << about << false << QStringList();
+    QTest::newRow("5 meters") << 5 << 6 << about << false << QStringList();
+    QTest::newRow("6 keyboard") << 6 << about << about << true << QStringList();
+    QTest::newRow("7 chat") << 7 << 7 << about << true << QStringList();
+    QTest::newRow("8 contact closure") << 8 << about << about << false
+                                       << QStringList{"setRemoteCC remoteCC 0 1", "setRemoteCC remoteCC 0 0",
+                                                      "setRemoteCC remoteCC 0 1", "setRemoteCC remoteCC 0 0"};
+    QTest::newRow("9 braid stats") << 9 << 5 << about << false << QStringList();
+    QTest::newRow("unknown mode") << 10 << about << about << false << QStringList();
+}
+
+void TestPane::f2Modes()
+{
+    QFETCH(int, mode);
+    QFETCH(int, afterPress);
+    QFETCH(int, afterSecondPress);
+    QFETCH(bool, keyboardAfterPress);
+    QFETCH(QStringList, requests);
+
+    pane().showScreen(Pane::ScreenAbout);
+    pane().setF2Mode(mode);
+    m_shell->sent.clear();
+
+    pane().f2Pressed();
+    pane().f2Released();
+    QCOMPARE(pane().currentScreen(), afterPress);
+    QCOMPARE(m_shell->window->keyboardVisible(), keyboardAfterPress);
+    pane().f2Pressed();
+    pane().f2Released();
+    QCOMPARE(pane().currentScreen(), afterSecondPress);
+
+    QStringList sent;
+    for (const Message& msg : m_shell->sent)
+        if (msg.name != "setMetering")
+            sent << QStringLiteral("%1 %2 %3 %4")
+                    .arg(QString::fromStdString(msg.name), QString::fromStdString(msg.params().get_string("seq", "")))
+                    .arg(msg.params().get_int("id", -1))
+                    .arg(msg.params().get_bool("state", false));
+    QCOMPARE(sent, requests);
+}
+
+void TestPane::chatForcesTheKeyboardAndLeavingHidesIt()
+{
+    StatusBar& bar = m_shell->window->statusBarWidget();
+    pane().showScreen(Pane::ScreenPeerStats);
+    pane().handleChat();
+    QVERIFY(m_shell->window->keyboardVisible());
+    QVERIFY(!bar.keyboardButtonEnabled());
+
+    pane().showScreen(Pane::ScreenPeerList);
+    QVERIFY(!m_shell->window->keyboardVisible());
+    QVERIFY(bar.keyboardButtonEnabled());
+
+    // A keyboard the operator opened stays when screens that allow it change.
+    m_shell->window->handlePopupKeyboard();
+    pane().showScreen(Pane::ScreenPeerStats);
+    QVERIFY(m_shell->window->keyboardVisible());
+}
+
+void TestPane::metersHideTheKeyboardAndShiftThePopup()
+{
+    m_shell->window->handlePopupKeyboard();
+    pane().showScreen(Pane::ScreenMeters);
+    QVERIFY(!m_shell->window->keyboardVisible());
+    QVERIFY(!m_shell->window->statusBarWidget().keyboardButtonEnabled());
+
+    m_shell->window->popup().showMessage(QStringLiteral("warning"), 0, 80);
+    QCOMPARE(m_shell->window->popup().geometry(), QRect(220, 215, 200, 180));
+    pane().showScreen(Pane::ScreenPeerList);
+    QCOMPARE(m_shell->window->popup().geometry(), QRect(220, 150, 200, 180));
+}
+
+void TestPane::keyboardToggleLayout()
+{
+    MainWindow& window = *m_shell->window;
+    auto* pageArea = window.stackFrame->findChild<QWidget*>();
+    QVERIFY(pageArea);
+    QCOMPARE(window.stackFrame->size(), QSize(640, 430));
+    QCOMPARE(pageArea->size(), QSize(650, 440));
+
+    window.handlePopupKeyboard();
+    QCOMPARE(window.stackFrame->size(), QSize(640, 320));
+    QCOMPARE(pageArea->size(), QSize(640, 320));
+    QVERIFY(window.keyboardWidget->isVisibleTo(&window));
+
+    window.handlePopupKeyboard();
+    QCOMPARE(window.stackFrame->size(), QSize(640, 430));
+    QCOMPARE(pageArea->size(), QSize(650, 440));
+    QVERIFY(!window.keyboardWidget->isVisibleTo(&window));
+}
+
+void TestPane::menuScreenIsTheOneUnderneath()
+{
+    pane().showScreen(Pane::ScreenChannelStats);
+    pane().handleChat();
+    QCOMPARE(pane().menuScreen(), int(Pane::ScreenChannelStats));
+    pane().handleChat();
+    pane().showScreen(Pane::ScreenBrowser);
+    pane().handleAudioMeters();
+    QCOMPARE(pane().menuScreen(), int(Pane::ScreenBrowser));
+}
+
+void TestPane::screensLearnWhenTheyComeAndGo()
+{
+    MainWindow& window = *m_shell->window;
+    for (int index : {Pane::ScreenAbout, Pane::ScreenMeters, Pane::ScreenPeerAdd}) {
+        pane().showScreen(index);
+        QCOMPARE(window.currentKeypadHandler(), dynamic_cast<KeypadHandler*>(pane().page(index)));
+    }
+    QCOMPARE(pane().page(Pane::ScreenPeerAdd), pane().page(Pane::ScreenPeerEdit));
+}
+
+QTEST_MAIN(TestPane)
+#include "test_pane.moc"

@@ -1,0 +1,185 @@
+// The status bar's indicators: signal strength, link and call, Braid colour, chat alert blinking.
+#include "pane.h"
+#include "statusbar.h"
+
+#include <QtTest>
+
+namespace {
+
+struct FakeSource : StatusSource {
+    int currentScreen() const override { return screen; }
+    bool networkReady() const override { return netReady; }
+    bool anyCallActive() const override { return active; }
+    int screen = Pane::ScreenPeerList;
+    bool netReady = false;
+    bool active = false;
+};
+
+QImage imageOf(const QLabel* label)
+{
+    return label->pixmap(Qt::ReturnByValue).toImage();
+}
+
+QImage imageOf(const QString& resource)
+{
+    return QPixmap(resource).toImage();
+}
+
+QImage imageOf(const QIcon& icon)
+{
+    return icon.pixmap(16, 16).toImage();
+}
+
+} // namespace
+
+class TestStatusBar : public QObject {
+    Q_OBJECT
+
+private slots:
+    void init();
+    void cleanup();
+    void startsQuiet();
+    void signalStrengthIcon_data();
+    void signalStrengthIcon();
+    void signalOffAndMultiple();
+    void linkIndicator_data();
+    void linkIndicator();
+    void braidColourKeepsItsLastKnownIcon();
+    void chatAlertBlinksUntilCleared();
+    void noAlertWhileChatIsOnShow();
+
+private:
+    // One tick of the blink timer, without waiting for it.
+    void tick() { QMetaObject::invokeMethod(m_bar, "handleAlertTimer"); }
+
+    QWidget m_frame;
+    FakeSource m_source;
+    StatusBar* m_bar = nullptr;
+};
+
+void TestStatusBar::init()
+{
+    m_source = FakeSource();
+    m_bar = new StatusBar(&m_frame, m_source);
+    m_frame.show();
+}
+
+void TestStatusBar::cleanup()
+{
+    delete m_bar;
+}
+
+void TestStatusBar::startsQuiet()
+{
+    QVERIFY(!m_bar->labelSignalMeter->isVisibleTo(m_bar));
+    QVERIFY(!m_bar->labelBraidStatus->isVisibleTo(m_bar));
+    QCOMPARE(imageOf(m_bar->labelLink), imageOf(QStringLiteral(":/icons/link_break.png")));
+    QCOMPARE(m_bar->label->text(), QStringLiteral("F1 = Menu, Arrows/Enter = Navigation"));
+}
+
+void TestStatusBar::signalStrengthIcon_data()
+{
+    QTest::addColumn<uint>("strength");
+    QTest::addColumn<QString>("icon");
+    QTest::newRow("0") << 0u << ":/icons/signal_strength_0.png";
+    QTest::newRow("1") << 1u << ":/icons/signal_strength_1.png";
+    QTest::newRow("25") << 25u << ":/icons/signal_strength_1.png";
+    QTest::newRow("26") << 26u << ":/icons/signal_strength_2.png";
+    QTest::newRow("75") << 75u << ":/icons/signal_strength_3.png";
+    QTest::newRow("100") << 100u << ":/icons/signal_strength_4.png";
+    QTest::newRow("101 is blank") << 101u << QString();
+}
+
+void TestStatusBar::signalStrengthIcon()
+{
+    QFETCH(uint, strength);
+    QFETCH(QString, icon);
+    m_bar->updateSignalStrength(strength);
+    QVERIFY(m_bar->labelSignalMeter->isVisibleTo(m_bar));
+    if (icon.isEmpty())
+        QVERIFY(m_bar->labelSignalMeter->pixmap(Qt::ReturnByValue).isNull());
+    else
+        QCOMPARE(imageOf(m_bar->labelSignalMeter), imageOf(icon));
+}
+
+void TestStatusBar::signalOffAndMultiple()
+{
+    m_bar->signalStrengthMulti();
+    QVERIFY(m_bar->labelSignalMeter->isVisibleTo(m_bar));
+    QCOMPARE(imageOf(m_bar->labelSignalMeter), imageOf(QStringLiteral(":/icons/signal_strength_multiple.png")));
+    m_bar->signalStrengthOff();
+    QVERIFY(!m_bar->labelSignalMeter->isVisibleTo(m_bar));
+}
+
+void TestStatusBar::linkIndicator_data()
+{
+    QTest::addColumn<bool>("netReady");
+    QTest::addColumn<bool>("active");
+    QTest::addColumn<QString>("icon");
+    QTest::newRow("network and call") << true << true << ":/icons/link_go.png";
+    QTest::newRow("network only") << true << false << ":/icons/link.png";
+    QTest::newRow("call without network") << false << true << ":/icons/link_error.png";
+    QTest::newRow("neither") << false << false << ":/icons/link_break.png";
+}
+
+void TestStatusBar::linkIndicator()
+{
+    QFETCH(bool, netReady);
+    QFETCH(bool, active);
+    QFETCH(QString, icon);
+    m_source.netReady = netReady;
+    m_source.active = active;
+    m_bar->updateLinkIndicator();
+    QCOMPARE(imageOf(m_bar->labelLink), imageOf(icon));
+}
+
+void TestStatusBar::braidColourKeepsItsLastKnownIcon()
+{
+    m_bar->updateBraidStatus(QStringLiteral("yellow"));
+    QVERIFY(m_bar->labelBraidStatus->isVisibleTo(m_bar));
+    QCOMPARE(imageOf(m_bar->labelBraidStatus), imageOf(QStringLiteral(":/icons/braid_yellow.png")));
+    m_bar->updateBraidStatus(QStringLiteral("purple"));
+    QCOMPARE(imageOf(m_bar->labelBraidStatus), imageOf(QStringLiteral(":/icons/braid_yellow.png")));
+    m_bar->braidStatusOff();
+    QVERIFY(!m_bar->labelBraidStatus->isVisibleTo(m_bar));
+}
+
+void TestStatusBar::chatAlertBlinksUntilCleared()
+{
+    const QImage plain = imageOf(QIcon(QStringLiteral(":/icons/comment.png")));
+    const QImage alert = imageOf(QIcon(QStringLiteral(":/icons/comment_add.png")));
+    auto* timer = m_bar->findChild<QTimer*>();
+    QVERIFY(timer);
+
+    m_bar->handleChatAlert();
+    QVERIFY(m_bar->chatAlerting());
+    QVERIFY(timer->isActive());
+    QCOMPARE(timer->interval(), 500);
+
+    QList<bool> phases;
+    for (int phase = 0; phase < 4; ++phase) {
+        tick();
+        phases << (imageOf(m_bar->chatButton->icon()) == alert);
+    }
+    QCOMPARE(phases, (QList<bool>{true, false, true, false}));
+
+    m_bar->clearChatAlert();
+    tick();
+    QCOMPARE(imageOf(m_bar->chatButton->icon()), plain);
+    QVERIFY(!timer->isActive());
+
+    // The next alert starts on the alert icon again.
+    m_bar->handleChatAlert();
+    tick();
+    QCOMPARE(imageOf(m_bar->chatButton->icon()), alert);
+}
+
+void TestStatusBar::noAlertWhileChatIsOnShow()
+{
+    m_source.screen = Pane::ScreenChat;
+    m_bar->handleChatAlert();
+    QVERIFY(!m_bar->chatAlerting());
+}
+
+QTEST_MAIN(TestStatusBar)
+#include "test_statusbar.moc"
