@@ -3,6 +3,7 @@
 #include "controlconsole.h"
 #include "logger.h"
 #include "netmgrhandlers.h"
+#include "shellhandlers.h"
 #include "signaldrift.h"
 #include "unitdatahandlers.h"
 
@@ -37,6 +38,7 @@ bool Simulator::start(std::string& error)
         return false;
     addUnitDataHandlers(m_router, m_unit);
     addNetmgrHandlers(m_router, m_unit);
+    addShellHandlers(m_router, [](const std::string& line) { report(line); }, [this] { factoryReset(); });
     watchStopSignals();
     if (!listen(error))
         return false;
@@ -104,6 +106,29 @@ void Simulator::run()
 void Simulator::stop()
 {
     m_manager.stop();
+}
+
+void Simulator::report(const std::string& line)
+{
+    std::printf("event %s\n", line.c_str());
+    std::fflush(stdout);
+}
+
+// Back to the scenario's state, and every list the screens show pushed again.
+void Simulator::factoryReset()
+{
+    std::string error;
+    if (!m_unit.loadFile(m_options.scenario, error)) {
+        g_log.log(LOG_ERROR, "reset: %s", error.c_str());
+        return;
+    }
+    for (const char* name : {"loadSettings", "peerList", "profileList", "sysOptions", "channelList", "channelOpts"}) {
+        if (const Message* data = m_unit.data(name)) {
+            Message pushed = *data;
+            pushed.name = name;
+            notify(IPCEndpointServer::kGenericUnso, pushed);
+        }
+    }
 }
 
 std::size_t Simulator::notify(const std::string& id, const Message& msg)

@@ -36,11 +36,14 @@ public:
     std::size_t notify(const std::string& id, const Message& msg);
     // Returns how many sessions were dropped.
     std::size_t dropSessions();
+    // One "event ..." line on standard output: what the unit was asked to do.
+    static void report(const std::string& line);
 
 private:
     bool listen(std::string& error);
     bool addListener(const std::string& name, const std::string& encoding, const SocketAddr& address);
     void watchStopSignals();
+    void factoryReset();
 
     SimOptions m_options;
     Unit m_unit;
