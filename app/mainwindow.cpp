@@ -59,8 +59,8 @@ MainWindow::MainWindow(QWidget* parent)
 
     setupUi(this);
     m_menu.build(topMenu);
-    m_pane.build(stackFrame);
     m_statusBar = new StatusBar(statusFrame, m_pane);
+    m_pane.build(stackFrame, *m_statusBar);
     m_pane.metering().createSmallMeter(m_statusBar->smallMeterWidget);
     connect(m_statusBar->keyboardButton, &QPushButton::clicked, this, &MainWindow::handlePopupKeyboard);
     connect(m_statusBar->chatButton, &QPushButton::clicked, &m_pane, &Pane::handleChat);

@@ -26,6 +26,8 @@ Pane::Pane(MainWindow& mainWindow)
             m_pages[index] = m_pages[ScreenPeerEdit];
         else if (index == ScreenMeters)
             m_pages[index] = &m_metering;
+        else if (index == ScreenChat)
+            m_pages[index] = &m_chat;
         else if (index == ScreenAbout)
             m_pages[index] = &m_about;
         else
@@ -41,7 +43,7 @@ Pane::~Pane()
         page->setParent(nullptr);
 }
 
-bool Pane::build(QWidget* stackFrame)
+bool Pane::build(QWidget* stackFrame, StatusBar& statusBar)
 {
     pageArea = new QScrollArea(stackFrame);
     pageArea->setFocusPolicy(Qt::NoFocus);
@@ -59,6 +61,7 @@ bool Pane::build(QWidget* stackFrame)
     setKeyboardShown(false);
 
     connect(&m_metering, &Metering::smallMeterClicked, this, &Pane::handleAudioMeters);
+    connect(&m_chat, &Chat::chatAlert, &statusBar, &StatusBar::handleChatAlert);
     return true;
 }
 
@@ -102,6 +105,8 @@ void Pane::showScreen(int index)
     mainWindow.popup().setShifted(index == ScreenMeters);
 
     stack->setCurrentWidget(m_pages[index]);
+    if (index == ScreenChat)
+        m_chat.lineMessage->setFocus(Qt::OtherFocusReason);
     mainWindow.setKeypadHandler(keypadHandlerOf(index));
     pageArea->ensureVisible(0, 0, 50, 50);
 

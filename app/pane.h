@@ -2,6 +2,7 @@
 #define PANE_H
 
 #include "aboutwidget.h"
+#include "chat.h"
 #include "metering.h"
 #include "pendingscreen.h"
 #include "statusbar.h"
@@ -63,8 +64,9 @@ public:
     explicit Pane(MainWindow& mainWindow);
     ~Pane() override;
 
-    // Puts the page area and the stack into the main window's stack frame.
-    bool build(QWidget* stackFrame);
+    // Puts the page area and the stack into the main window's stack frame and wires the screens
+    // to each other and to the status bar.
+    bool build(QWidget* stackFrame, StatusBar& statusBar);
 
     void showScreen(int index);
     int currentScreen() const override { return current; }
@@ -105,9 +107,10 @@ private:
     int chatReturn = ScreenPeerList;
     int previous = ScreenPeerList;
     // Screens not part of the program yet, in the order their indices first appear.
-    static constexpr int kPendingScreens = 17;
+    static constexpr int kPendingScreens = 16;
     std::array<PendingScreen, kPendingScreens> m_pending;
     Metering m_metering;
+    Chat m_chat;
     AboutWidget m_about;
     std::array<QWidget*, ScreenCount> m_pages{};
     MainWindow& mainWindow;

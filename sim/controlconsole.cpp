@@ -1,5 +1,6 @@
 #include "controlconsole.h"
 
+#include "chathandlers.h"
 #include "codec.h"
 #include "ipcendpoint.h"
 #include "logger.h"
@@ -104,6 +105,8 @@ std::string ControlConsole::execute(const std::string& line)
     }
     if (command == "defpwd")
         return setPasswordDefaulted(rest);
+    if (command == "say")
+        return say(rest);
     if (command == "quit") {
         m_simulator.stop();
         return "ok quit";
@@ -139,4 +142,13 @@ std::string ControlConsole::setPasswordDefaulted(const std::string& state)
         return std::string("error: the scenario has no ") + kPasswordOption;
     option->params().set_bool("defaulted", state == "on");
     return "ok defpwd " + state;
+}
+
+// The far end's line reaches every user interface of the unit, as any chat line does.
+std::string ControlConsole::say(const std::string& text)
+{
+    if (text.empty())
+        return "error: say TEXT";
+    const Message line = farEndChatLine(m_simulator.unit(), text);
+    return sentTo("say", m_simulator.notify(IPCEndpointServer::kGenericUnso, line));
 }

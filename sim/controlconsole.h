@@ -23,6 +23,7 @@ private:
     std::string update(const std::string& step, const std::string& text);
     std::string push(const std::string& id, const std::string& xmls);
     std::string setPasswordDefaulted(const std::string& state);
+    std::string say(const std::string& text);
 
     Simulator& m_simulator;
     int m_fd;

@@ -1,5 +1,6 @@
 #include "simulator.h"
 
+#include "chathandlers.h"
 #include "controlconsole.h"
 #include "logger.h"
 #include "netmgrhandlers.h"
@@ -38,6 +39,7 @@ bool Simulator::start(std::string& error)
         return false;
     addUnitDataHandlers(m_router, m_unit);
     addNetmgrHandlers(m_router, m_unit);
+    addChatHandlers(m_router, [](const std::string& line) { report(line); });
     addShellHandlers(m_router, [](const std::string& line) { report(line); }, [this] { factoryReset(); });
     watchStopSignals();
     if (!listen(error))

@@ -55,3 +55,9 @@ const Message* Unit::data(const std::string& name) const
     auto found = m_data.find(name);
     return found == m_data.end() ? nullptr : &found->second;
 }
+
+Message* Unit::data(const std::string& name)
+{
+    auto found = m_data.find(name);
+    return found == m_data.end() ? nullptr : &found->second;
+}

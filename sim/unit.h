@@ -21,6 +21,8 @@ public:
 
     // Null when the scenario has no such data.
     const Message* data(const std::string& name) const;
+    // The same, for handlers that change the unit's state.
+    Message* data(const std::string& name);
 
     ConfigTree& config() { return m_config; }
     const ConfigTree& config() const { return m_config; }
