@@ -1,0 +1,484 @@
+#include "peerlist.h"
+
+#include "ipcinstances.h"
+#include "logger.h"
+#include "qtreewidgetitemipc.h"
+
+#include <QCoreApplication>
+#include <QHeaderView>
+#include <QKeyEvent>
+#include <QMutexLocker>
+
+#include <map>
+#include <set>
+
+namespace {
+
+const char* const kIconFiles[] = {
+    ":/icons/curve_arrow_lr.png",    ":/icons/curve_arrow_l.png",    ":/icons/curve_arrow_r.png",
+    ":/icons/x.png",                 ":/icons/black_arrow_right.png", ":/icons/asterisk_gray.png",
+    ":/icons/asterisk_green.png",    ":/icons/asterisk_red.png",     ":/icons/asterisk_yellow.png",
+};
+
+const char* const kPotsChannel = "pots";
+const int kTreeColumnWidth = 635;
+const int kTreeIndentation = 15;
+const int kDetailPointSize = 7;
+
+QString text(const Params& params, const char* key)
+{
+    return QString::fromStdString(params.get_string(key, ""));
+}
+
+// A copy of the cached answer, so that nothing points into the cache once the lock is gone.
+bool cachedCopy(const char* name, Message& copy)
+{
+    QMutexLocker lock(g_ipcClient.mutex());
+    const Message* cached = g_ipcClient.getResponse(name);
+    if (!cached)
+        return false;
+    copy = *cached;
+    return true;
+}
+
+void setForegrounds(QTreeWidgetItem* row, const QColor& colour)
+{
+    row->setForeground(0, colour);
+    for (int i = 0; i < row->childCount(); ++i) {
+        row->child(i)->setForeground(0, colour);
+        row->child(i)->setForeground(1, colour);
+    }
+}
+
+} // namespace
+
+PeerList::PeerList(QWidget* parent)
+    : QWidget(parent)
+{
+    setupUi(this);
+    static_assert(sizeof kIconFiles / sizeof kIconFiles[0] == StateIconCount, "one file per state icon");
+    for (int i = 0; i < StateIconCount; ++i)
+        m_icons[i] = QIcon(QString::fromLatin1(kIconFiles[i]));
+
+    peerTree->clear();
+    peerTree->setColumnCount(1);
+    peerTree->setHeaderHidden(true);
+    peerTree->setIndentation(kTreeIndentation);
+    peerTree->header()->setStretchLastSection(false);
+    peerTree->header()->setSectionResizeMode(0, QHeaderView::Fixed);
+    peerTree->setColumnWidth(0, kTreeColumnWidth);
+    buttonRateDrop->hide();
+    buttonRetrain->hide();
+
+    connect(&g_ipcClient, &IPCClient::recvProfileList, this, &PeerList::updateProfileList);
+    connect(&g_ipcClient, &IPCClient::recvCurrentEncoder, this, &PeerList::updateCurrentEncoder);
+    connect(&g_ipcClient, &IPCClient::recvPeerList, this, &PeerList::updatePeerList);
+    connect(&g_ipcClient, &IPCClient::recvDirectoryServer, this, &PeerList::updateDirectoryServer);
+    connect(&g_ipcClient, &IPCClient::unsoTunnelStatus, this, &PeerList::handleUnsoTunnelStatus);
+    connect(&g_ipcClient, &IPCClient::recvTunnelStatus, this, &PeerList::handleRespTunnelStatus);
+    connect(buttonConnect, &QPushButton::clicked, this, &PeerList::connectPeer);
+    connect(buttonDisconnect, &QPushButton::clicked, this, &PeerList::disconnectPeer);
+    connect(buttonRateDrop, &QPushButton::clicked, this, &PeerList::rateDrop);
+    connect(buttonRetrain, &QPushButton::clicked, this, &PeerList::retrain);
+    connect(peerTree, &QTreeWidget::currentItemChanged, this, &PeerList::handleSelectionChanged);
+    connect(peerTree, &QTreeWidget::itemExpanded, this, &PeerList::handleItemExpansion);
+}
+
+void PeerList::updateProfileList()
+{
+    Message profiles;
+    if (!cachedCopy("profileList", profiles))
+        return;
+    m_profileNames.clear();
+    m_profileChannels.clear();
+    m_profileNames[0] = tr("(Default Profile)");
+    m_profileChannels[0] = tr("(Default Profile Channel)");
+    for (unsigned int i = 0; i < profiles.num_children("profile"); ++i) {
+        const Message& profile = profiles.get_child("profile", i);
+        const Message* settings = profile.find_child("settings");
+        if (!settings)
+            continue;
+        const int id = profile.params().get_int("id", 0);
+        m_profileNames[id] = text(settings->params(), "name");
+        m_profileChannels[id] = text(settings->params(), "channel");
+        if (profile.params().get_bool("default", false)) {
+            m_profileNames[0] = m_profileNames[id];
+            m_profileChannels[0] = m_profileChannels[id];
+        }
+    }
+    refreshRows(false);
+}
+
+void PeerList::updateCurrentEncoder()
+{
+    QString descr;
+    {
+        QMutexLocker lock(g_ipcClient.mutex());
+        const Message* encoder = g_ipcClient.getResponse("currentEncoder");
+        if (!encoder)
+            return;
+        descr = text(encoder->params(), "descr");
+    }
+    if (descr == m_currentEncoder)
+        return;
+    m_currentEncoder = descr;
+    refreshRows(true);
+}
+
+void PeerList::updatePeerList()
+{
+    Message fresh;
+    if (!cachedCopy("peerList", fresh))
+        return;
+
+    std::map<int, const Message*> stored;
+    for (unsigned int i = 0; i < m_peerList.num_children("peer"); ++i) {
+        const Message& peer = m_peerList.get_child("peer", i);
+        stored[peer.params().get_int("id", 0)] = &peer;
+    }
+    std::set<int> freshIds;
+    for (unsigned int i = 0; i < fresh.num_children("peer"); ++i)
+        freshIds.insert(fresh.get_child("peer", i).params().get_int("id", 0));
+
+    for (const auto& [id, peer] : stored) {
+        if (!freshIds.count(id))
+            delete rowOf(id);
+    }
+
+    // Only new rows are placed; known rows stay where they are whatever the new order.
+    int previousId = 0;
+    for (unsigned int i = 0; i < fresh.num_children("peer"); ++i) {
+        const Message& peer = fresh.get_child("peer", i);
+        const int id = peer.params().get_int("id", 0);
+        const auto known = stored.find(id);
+        if (known == stored.end()) {
+            auto* row = new QTreeWidgetItemIPC;
+            updatePeerItem(row, peer);
+            QTreeWidgetItem* above = rowOf(previousId);
+            peerTree->insertTopLevelItem(above ? peerTree->indexOfTopLevelItem(above) + 1 : 0, row);
+            if (peerTree->topLevelItemCount() == 1)
+                peerTree->setCurrentItem(row);
+        } else if (*known->second != peer) {
+            updatePeerItem(rowOf(id), peer);
+        }
+        previousId = id;
+    }
+
+    m_peerList = std::move(fresh);
+    updateButtons();
+}
+
+void PeerList::updateDirectoryServer()
+{
+    QString title;
+    QMutexLocker lock(g_ipcClient.mutex());
+    const Message* directory = g_ipcClient.getResponse("directoryServer");
+    if (directory && directory->params().get_bool("enabled", false)) {
+        const Params& params = directory->params();
+        const QString natType = text(params, "nat_type");
+        if (!params.get_bool("connected", false))
+            title = tr("Relaybook Offline");
+        else if (natType.isEmpty())
+            title = tr("Relaybook Online");
+        else
+            title = tr("Relaybook Online (%1)").arg(natType);
+    }
+    const Message* sip = g_ipcClient.getResponse("sipProxy");
+    if (sip && sip->params().get_bool("enabled", false)) {
+        const Params& params = sip->params();
+        if (!title.isEmpty())
+            title += QLatin1Char('\n');
+        title += params.get_bool("online", false) ? tr("SIP Online") : tr("SIP Offline");
+        const QString status = text(params, "status");
+        if (!status.isEmpty())
+            title += QStringLiteral(" (%1)").arg(status);
+    }
+    if (title.isEmpty())
+        title = tr("Select Remote ORVANE Unit");
+    labelTitle->setText(title);
+}
+
+void PeerList::handleUnsoTunnelStatus(QString, Message msg)
+{
+    g_log.log(LOG_INFO, "handleUnsoTunnelStatus");
+    m_tunnelStatus = std::move(msg);
+    refreshRows(false);
+}
+
+void PeerList::handleRespTunnelStatus(Message msg)
+{
+    g_log.log(LOG_INFO, "handleRespTunnelStatus");
+    const Message* node = msg.find_child("node");
+    if (!node)
+        return;
+    m_tunnelStatus = *node;
+    refreshRows(false);
+}
+
+void PeerList::refreshRows(bool activeOnly)
+{
+    for (unsigned int i = 0; i < m_peerList.num_children("peer"); ++i) {
+        const Message& peer = m_peerList.get_child("peer", i);
+        if (activeOnly && !peer.params().get_bool("active", false))
+            continue;
+        if (QTreeWidgetItemIPC* row = rowOf(peer.params().get_int("id", 0)))
+            updatePeerItem(row, peer);
+    }
+}
+
+void PeerList::updatePeerItem(QTreeWidgetItemIPC* row, const Message& peer)
+{
+    const Params& params = peer.params();
+    row->setParams(params);
+    if (g_log.enabled(LOG_DEBUG))
+        peer._dump(LOG_DEBUG, 0, 1);
+
+    const bool active = params.get_bool("active", false);
+    const QString stateUi = text(params, "state_ui");
+    const QString chanState = text(params, "chan_state");
+    QString status;
+    if (active || !chanState.isEmpty()) {
+        status = QLatin1Char('\n') + stateUi;
+        if (!chanState.isEmpty() && chanState != stateUi)
+            status += QStringLiteral(" (%1)").arg(chanState);
+    }
+
+    // The Braid session that carries this remote's call, if the tunnel knows one.
+    const std::string sid = params.get_string("sid", "");
+    bool sessionFound = false;
+    QString sessionState;
+    QString retiredReason;
+    bool retired = false;
+    QString searchList;
+    for (unsigned int i = 0; i < m_tunnelStatus.num_children("sess"); ++i) {
+        const Message& session = m_tunnelStatus.get_child("sess", i);
+        const std::string sessionSid = session.params().get_string("sid", "");
+        g_log.log(LOG_DEBUG, "updatePeerItem.. braid sess sid=%s peer sid=%s", sessionSid.c_str(), sid.c_str());
+        if (sid.empty() || sessionSid != sid)
+            continue;
+        sessionFound = true;
+        sessionState = text(session.params(), "state");
+        const QString upper = sessionState.toUpper();
+        if (upper == QLatin1String("ACTIVE")) {
+            status += tr(" (Braid)");
+        } else if (upper == QLatin1String("SEARCHING") && session.num_children("search") > 0) {
+            for (unsigned int s = 0; s < session.num_children("search"); ++s)
+                searchList += QStringLiteral("\n\t") + text(session.get_child("search", s).params(), "addr");
+        } else if (upper == QLatin1String("RETIRED") && session.params().has_param("reason")) {
+            retired = true;
+            retiredReason = text(session.params(), "reason");
+            status = tr("\nBraid Retired: ") + retiredReason;
+        } else {
+            status = tr("\nBraid ") + sessionState;
+        }
+        break;
+    }
+
+    row->setText(0, text(params, "name") + status);
+
+    int profile = params.get_int("profile", 0);
+    if (!m_profileChannels.contains(profile))
+        profile = 0;
+    const QString channel = params.has_param("channel") ? text(params, "channel") : m_profileChannels.value(profile);
+    if (!params.has_param("channel"))
+        row->params().set_string("channel", channel.toStdString());
+
+    QStringList details;
+    details << (channel == QLatin1String(kPotsChannel) ? tr("Phone Number\t") : tr("Address\t")) + text(params, "addr");
+    if (params.get_bool("plait", false)) {
+        const bool usePlait = params.get_bool("use_plait", false);
+        if (usePlait)
+            details << tr("MAC Address\t") + text(params, "unit");
+        details << (usePlait ? tr("Braid Enable\tYes") : tr("Braid Enable\tNo"));
+        if (usePlait) {
+            QString braidStatus = tr("Not Active");
+            if (sessionFound)
+                braidStatus = sessionState + (retired ? QStringLiteral(" (%1)").arg(retiredReason) : searchList);
+            details << tr("Braid Status\t") + braidStatus;
+        }
+    }
+    if (!params.get_bool("incoming", false))
+        details << tr("Profile\t") + m_profileNames.value(profile);
+    if (active) {
+        details << tr("Transmitting\t") + (params.get_bool("transmitting", false) ? m_currentEncoder : tr("No"));
+        details << tr("Receiving\t") + (params.get_bool("receiving", false) ? text(params, "rx_codec") : tr("No"));
+    }
+    const Message* directory = peer.find_child("directory");
+    if (directory) {
+        details << tr("Remote State\t") + text(directory->params(), "state");
+        details << tr("Product\t") + text(directory->params(), "product");
+        details << tr("NAT Type\t") + text(directory->params(), "nat_type");
+    }
+
+    QFont detailFont(QStringLiteral("arial"), kDetailPointSize, QFont::Normal, false);
+    for (int i = 0; i < details.size(); ++i) {
+        QTreeWidgetItem* detail = i < row->childCount() ? row->child(i) : new QTreeWidgetItem(row);
+        detail->setText(0, details[i]);
+        detail->setFont(0, detailFont);
+    }
+    while (row->childCount() > details.size())
+        delete row->takeChild(row->childCount() - 1);
+
+    row->setIcon(0, m_icons[stateIcon(peer)]);
+
+    if (directory)
+        setForegrounds(row, directory->params().get_bool("online", false) ? QColor(0, 0, 0) : QColor(128, 128, 128));
+}
+
+// A call shows which way audio flows; otherwise what the directory says about the remote.
+PeerList::StateIcon PeerList::stateIcon(const Message& peer)
+{
+    const Params& params = peer.params();
+    if (params.get_bool("active", false)) {
+        const bool transmitting = params.get_bool("transmitting", false);
+        const bool receiving = params.get_bool("receiving", false);
+        return transmitting ? (receiving ? IconSendReceive : IconSend) : (receiving ? IconReceive : IconSilent);
+    }
+    const Message* directory = peer.find_child("directory");
+    if (!directory)
+        return IconUnlisted;
+    if (!directory->params().get_bool("online", false))
+        return IconOffline;
+    const std::string canConnect = directory->params().get_string("can_connect", "");
+    return canConnect == "busy" ? IconBusy : canConnect == "ts_fail" ? IconFailing : IconAvailable;
+}
+
+QTreeWidgetItemIPC* PeerList::rowOf(int id) const
+{
+    for (int i = 0; i < peerTree->topLevelItemCount(); ++i) {
+        auto* row = static_cast<QTreeWidgetItemIPC*>(peerTree->topLevelItem(i));
+        if (row->params().get_int("id", 0) == id)
+            return row;
+    }
+    return nullptr;
+}
+
+QTreeWidgetItemIPC* PeerList::selectedRow() const
+{
+    QTreeWidgetItem* item = peerTree->currentItem();
+    if (item && item->parent())
+        item = item->parent();
+    return static_cast<QTreeWidgetItemIPC*>(item);
+}
+
+void PeerList::updateButtons()
+{
+    bool anyActive = false;
+    bool potsActive = false;
+    bool potsConnected = false;
+    for (int i = 0; i < peerTree->topLevelItemCount(); ++i) {
+        const Params& params = static_cast<QTreeWidgetItemIPC*>(peerTree->topLevelItem(i))->params();
+        if (!params.get_bool("active", false))
+            continue;
+        anyActive = true;
+        if (params.get_string("channel", "") == kPotsChannel) {
+            potsActive = true;
+            potsConnected = potsConnected || params.get_string("state", "") == "connected";
+        }
+    }
+    if (anyActive != m_anyActive) {
+        m_anyActive = anyActive;
+        emit anyActiveChanged();
+    }
+
+    buttonRateDrop->setVisible(potsActive);
+    buttonRetrain->setVisible(potsActive);
+    buttonRateDrop->setEnabled(potsConnected);
+    buttonRetrain->setEnabled(potsConnected);
+
+    if (const QTreeWidgetItemIPC* row = selectedRow())
+        setButtonsFor(*row);
+}
+
+void PeerList::setButtonsFor(const QTreeWidgetItemIPC& row)
+{
+    const bool active = row.params().get_bool("active", false);
+    buttonConnect->setEnabled(!active);
+    buttonDisconnect->setEnabled(active);
+    if (shown)
+        (active ? buttonDisconnect : buttonConnect)->setFocus();
+}
+
+void PeerList::handleSelectionChanged()
+{
+    const QTreeWidgetItemIPC* row = selectedRow();
+    if (!row)
+        return;
+    setButtonsFor(*row);
+    emit newPeerIDSelected(row->params().get_int("id", 0));
+}
+
+void PeerList::handleItemExpansion(QTreeWidgetItem* item)
+{
+    if (item->childCount() > 0)
+        peerTree->scrollToItem(item->child(item->childCount() - 1));
+    peerTree->setCurrentItem(item);
+}
+
+QString PeerList::getAttrOfSelected(QString attr) const
+{
+    const QTreeWidgetItemIPC* row = selectedRow();
+    return row ? text(row->params(), attr.toStdString().c_str()) : QString();
+}
+
+void PeerList::sendForSelected(const char* request)
+{
+    const QTreeWidgetItemIPC* row = selectedRow();
+    if (!row)
+        return;
+    Message msg(request);
+    msg.params().set_int("id", row->params().get_int("id", 0));
+    g_ipcClient.sendRequest(msg);
+}
+
+void PeerList::connectPeer()
+{
+    sendForSelected("connect");
+}
+
+void PeerList::disconnectPeer()
+{
+    sendForSelected("disconnect");
+}
+
+void PeerList::sendPotsCommand(const char* command)
+{
+    Message msg("channelCommand");
+    msg.params().set_string("channel", kPotsChannel);
+    msg.params().set_string("command", command);
+    g_ipcClient.sendRequest(msg);
+}
+
+void PeerList::rateDrop()
+{
+    sendPotsCommand("rateDrop");
+}
+
+void PeerList::retrain()
+{
+    sendPotsCommand("retrain");
+}
+
+void PeerList::paneAboutToShow()
+{
+    PaneBase::paneAboutToShow();
+    (buttonConnect->isEnabled() ? buttonConnect : buttonDisconnect)->setFocus();
+}
+
+void PeerList::handleKey(int keycode, bool pressed, bool repeat)
+{
+    switch (keycode) {
+    case Qt::Key_Enter:
+        injectKey(Qt::Key_Space, pressed, repeat);
+        break;
+    case Qt::Key_Left:
+    case Qt::Key_Up:
+    case Qt::Key_Right:
+    case Qt::Key_Down:
+        QCoreApplication::postEvent(peerTree, new QKeyEvent(pressed ? QEvent::KeyPress : QEvent::KeyRelease, keycode,
+                                                             Qt::NoModifier, QString(), repeat));
+        break;
+    default:
+        break;
+    }
+}

@@ -1,0 +1,86 @@
+#ifndef PEERLIST_H
+#define PEERLIST_H
+
+#include "keypadhandler.h"
+#include "message.h"
+#include "panebase.h"
+#include "ui_peerlist.h"
+
+#include <QIcon>
+#include <QMap>
+#include <QString>
+#include <QWidget>
+
+#include <array>
+
+class QTreeWidgetItem;
+class QTreeWidgetItemIPC;
+
+// The remote codecs configured in the unit, one expandable row each with its call state and
+// details; connects and disconnects the selected one. The title doubles as the unit's own
+// directory-server and SIP status.
+class PeerList : public QWidget, public Ui::PeerList, public KeypadHandler, public PaneBase {
+    Q_OBJECT
+    Q_DISABLE_COPY(PeerList)
+
+public:
+    explicit PeerList(QWidget* parent = nullptr);
+
+    void handleKey(int keycode, bool pressed, bool repeat) override;
+    void paneAboutToShow() override;
+
+signals:
+    void newPeerIDSelected(int peer_id);
+    void anyActiveChanged();
+
+public slots:
+    void updateProfileList();
+    void updateCurrentEncoder();
+    void updatePeerList();
+    void updateDirectoryServer();
+    void handleUnsoTunnelStatus(QString id, Message msg);
+    void handleRespTunnelStatus(Message msg);
+    void connectPeer();
+    void disconnectPeer();
+    void rateDrop();
+    void retrain();
+    void handleSelectionChanged();
+    void handleItemExpansion(QTreeWidgetItem* item);
+    QString getAttrOfSelected(QString attr) const;
+    bool getAnyActive() const { return m_anyActive; }
+
+private:
+    // Index into m_icons; the order is the order the icons are loaded in.
+    enum StateIcon {
+        IconSendReceive,
+        IconSend,
+        IconReceive,
+        IconSilent,
+        IconUnlisted,
+        IconOffline,
+        IconAvailable,
+        IconFailing,
+        IconBusy,
+        StateIconCount
+    };
+
+    void updatePeerItem(QTreeWidgetItemIPC* row, const Message& peer);
+    static StateIcon stateIcon(const Message& peer);
+    QTreeWidgetItemIPC* rowOf(int id) const;
+    QTreeWidgetItemIPC* selectedRow() const;
+    void refreshRows(bool activeOnly);
+    void updateButtons();
+    void setButtonsFor(const QTreeWidgetItemIPC& row);
+    void sendForSelected(const char* request);
+    void sendPotsCommand(const char* command);
+
+    std::array<QIcon, StateIconCount> m_icons;
+    QString m_currentEncoder;
+    QMap<int, QString> m_profileNames;
+    QMap<int, QString> m_profileChannels;
+    Message m_peerList;
+    Message m_tunnelStatus;
+    bool m_anyActive = false;
+};
+
+#endif
