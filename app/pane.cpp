@@ -20,17 +20,22 @@ constexpr std::array<int, 6> kCycle = {Pane::ScreenNetworkList, Pane::ScreenPeer
 Pane::Pane(MainWindow& mainWindow)
     : mainWindow(mainWindow)
 {
+    m_pages[ScreenPeerList] = &m_peerList;
+    m_pages[ScreenPeerEdit] = &m_peerEdit;
+    m_pages[ScreenMeters] = &m_metering;
+    m_pages[ScreenChat] = &m_chat;
+    m_pages[ScreenAudioSettings] = &m_audioSettings;
+    m_pages[ScreenSystemSettings] = &m_systemSettings;
+    m_pages[ScreenProfileList] = &m_profileList;
+    m_pages[ScreenProfileItems] = &m_profileItems;
+    m_pages[ScreenEditSetting] = &m_editSetting;
+    m_pages[ScreenKeypadSetup] = &m_keypadSetup;
+    m_pages[ScreenAbout] = &m_about;
     auto pending = m_pending.begin();
     for (int index = 0; index < ScreenCount; ++index) {
         if (index == ScreenPeerAdd)
             m_pages[index] = m_pages[ScreenPeerEdit];
-        else if (index == ScreenMeters)
-            m_pages[index] = &m_metering;
-        else if (index == ScreenChat)
-            m_pages[index] = &m_chat;
-        else if (index == ScreenAbout)
-            m_pages[index] = &m_about;
-        else
+        else if (!m_pages[index])
             m_pages[index] = &*pending++;
     }
     Q_ASSERT(pending == m_pending.end());
@@ -60,9 +65,37 @@ bool Pane::build(QWidget* stackFrame, StatusBar& statusBar)
     pageArea->setWidget(stack);
     setKeyboardShown(false);
 
+    connect(&m_peerEdit, &PeerEdit::editPeerDone, this, &Pane::handlePeerEditDone);
+    connect(&m_peerList, &PeerList::newPeerIDSelected, &m_peerEdit, &PeerEdit::setPeerID);
+    connect(&m_peerList, &PeerList::anyActiveChanged, &statusBar, &StatusBar::updateLinkIndicator);
+    connect(&mainWindow.menu(), &Menu::deletePeerConfirmed, &m_peerEdit, &PeerEdit::deletePeer);
     connect(&m_metering, &Metering::smallMeterClicked, this, &Pane::handleAudioMeters);
     connect(&m_chat, &Chat::chatAlert, &statusBar, &StatusBar::handleChatAlert);
+
+    // Where one signal reaches two slots, the screen switch comes before the screen fills itself.
+    Menu& menu = mainWindow.menu();
+    connect(&m_profileList, &ProfileList::changeModal, &mainWindow, &MainWindow::setModal);
+    connect(&m_profileList, &ProfileList::editProfile, this, &Pane::handleProfileItems);
+    connect(&m_profileList, &ProfileList::editProfile, &m_profileItems, &ProfileItems::populateItems);
+    connect(&m_profileItems, &ProfileItems::doneClicked, &menu, &Menu::handleMenuManageProfiles);
+    connect(&m_profileItems, &ProfileItems::editProfileSetting, this, &Pane::handleEditSetting);
+    connect(&m_profileItems, &ProfileItems::editProfileSetting, &m_editSetting, &EditSetting::populateProfileItem);
+    connect(&m_editSetting, &EditSetting::profileEditDone, this, &Pane::handleProfileItems);
+    connect(&m_systemSettings, &SystemSettings::editOption, this, &Pane::handleEditSetting);
+    connect(&m_systemSettings, &SystemSettings::editOption, &m_editSetting, &EditSetting::populateChannelItem);
+    connect(&m_editSetting, &EditSetting::channelEditDone, &menu, &Menu::handleMenuSystemSettings);
+    connect(&m_keypadSetup, &KeypadSetup::restrictedModeChanged, &menu, &Menu::handleMenuRestrictedToggled);
     return true;
+}
+
+void Pane::handleProfileItems()
+{
+    showScreen(ScreenProfileItems);
+}
+
+void Pane::handleEditSetting()
+{
+    showScreen(ScreenEditSetting);
 }
 
 QWidget* Pane::page(int index) const
@@ -103,6 +136,11 @@ void Pane::showScreen(int index)
 
     m_metering.setBigMeterEnabled(index == ScreenMeters);
     mainWindow.popup().setShifted(index == ScreenMeters);
+
+    if (index == ScreenPeerEdit || index == ScreenPeerAdd) {
+        m_peerEdit.setEdit(index == ScreenPeerEdit);
+        m_peerEdit.populate();
+    }
 
     stack->setCurrentWidget(m_pages[index]);
     if (index == ScreenChat)
@@ -179,7 +217,7 @@ void Pane::cycle()
 void Pane::f2Pressed()
 {
     int toggleReturn = previous;
-    switch (m_f2Mode) {
+    switch (m_keypadSetup.f2Mode()) {
     case F2Cycle:
         cycle();
         break;
@@ -217,7 +255,7 @@ void Pane::f2Pressed()
 
 void Pane::f2Released()
 {
-    if (m_f2Mode == F2RemoteContactClosure)
+    if (m_keypadSetup.f2Mode() == F2RemoteContactClosure)
         mainWindow.setRemoteCC(0, false);
 }
 
@@ -230,12 +268,17 @@ bool Pane::networkReady() const
 
 bool Pane::anyCallActive() const
 {
-    return false;
+    return m_peerList.getAnyActive();
 }
 
 QString Pane::selectedRemoteName() const
 {
-    return QString();
+    return m_peerList.getAttrOfSelected(QStringLiteral("name"));
+}
+
+void Pane::handlePeerEditDone()
+{
+    showScreen(ScreenPeerList);
 }
 
 bool Pane::selectedNetworkViewOnly() const

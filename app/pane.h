@@ -2,10 +2,18 @@
 #define PANE_H
 
 #include "aboutwidget.h"
+#include "audiosettings.h"
 #include "chat.h"
+#include "editsetting.h"
+#include "keypadsetup.h"
 #include "metering.h"
+#include "peeredit.h"
+#include "peerlist.h"
 #include "pendingscreen.h"
+#include "profileitems.h"
+#include "profilelist.h"
 #include "statusbar.h"
+#include "systemsettings.h"
 
 #include <QObject>
 
@@ -79,8 +87,6 @@ public:
 
     void f2Pressed();
     void f2Released();
-    void setF2Mode(int mode) { m_f2Mode = mode; }
-    int f2Mode() const { return m_f2Mode; }
 
     // What the status bar and the menu learn from the remote and network device lists.
     bool networkReady() const override;
@@ -92,10 +98,18 @@ public:
     QWidget* page(int index) const;
     Metering& metering() { return m_metering; }
     AboutWidget& about() { return m_about; }
+    PeerList& peerList() { return m_peerList; }
+    PeerEdit& peerEdit() { return m_peerEdit; }
+    KeypadSetup& keypadSetup() { return m_keypadSetup; }
 
 public slots:
     void handleAudioMeters();
     void handleChat();
+
+private slots:
+    void handlePeerEditDone();
+    void handleProfileItems();
+    void handleEditSetting();
 
 private:
     void toggle(int target, int& returnScreen);
@@ -106,18 +120,25 @@ private:
     int metersReturn = ScreenPeerList;
     int chatReturn = ScreenPeerList;
     int previous = ScreenPeerList;
+    PeerList m_peerList;
+    PeerEdit m_peerEdit;
     // Screens not part of the program yet, in the order their indices first appear.
-    static constexpr int kPendingScreens = 16;
+    static constexpr int kPendingScreens = 8;
     std::array<PendingScreen, kPendingScreens> m_pending;
     Metering m_metering;
+    KeypadSetup m_keypadSetup;
     Chat m_chat;
+    AudioSettings m_audioSettings;
+    EditSetting m_editSetting;
+    SystemSettings m_systemSettings{&m_editSetting};
+    ProfileList m_profileList;
+    ProfileItems m_profileItems{&m_editSetting};
     AboutWidget m_about;
     std::array<QWidget*, ScreenCount> m_pages{};
     MainWindow& mainWindow;
     unsigned int cyclePos = 0;
     QStackedWidget* stack = nullptr;
     QScrollArea* pageArea = nullptr;
-    int m_f2Mode = F2Cycle;
 };
 
 #endif

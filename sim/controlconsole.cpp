@@ -1,5 +1,6 @@
 #include "controlconsole.h"
 
+#include "callhandlers.h"
 #include "chathandlers.h"
 #include "codec.h"
 #include "ipcendpoint.h"
@@ -107,6 +108,8 @@ std::string ControlConsole::execute(const std::string& line)
         return setPasswordDefaulted(rest);
     if (command == "say")
         return say(rest);
+    if (command == "ring")
+        return m_simulator.calls().ring(rest);
     if (command == "quit") {
         m_simulator.stop();
         return "ok quit";

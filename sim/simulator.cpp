@@ -1,9 +1,12 @@
 #include "simulator.h"
 
+#include "callhandlers.h"
 #include "chathandlers.h"
 #include "controlconsole.h"
 #include "logger.h"
 #include "netmgrhandlers.h"
+#include "optionhandlers.h"
+#include "profilehandlers.h"
 #include "shellhandlers.h"
 #include "signaldrift.h"
 #include "unitdatahandlers.h"
@@ -39,8 +42,21 @@ bool Simulator::start(std::string& error)
         return false;
     addUnitDataHandlers(m_router, m_unit);
     addNetmgrHandlers(m_router, m_unit);
+    addProfileHandlers(
+        m_router, m_unit, [this](const Message& msg) { notify(IPCEndpointServer::kGenericUnso, msg); }, report);
     addChatHandlers(m_router, [](const std::string& line) { report(line); });
+    addOptionHandlers(m_router, m_unit, [this](const Message& msg) { notify(IPCEndpointServer::kGenericUnso, msg); });
     addShellHandlers(m_router, [](const std::string& line) { report(line); }, [this] { factoryReset(); });
+    m_calls = std::make_unique<CallHandlers>(
+        m_unit,
+        CallHandlers::Hooks{[this](std::chrono::milliseconds delay, std::function<void()> callback) {
+                                return m_manager.schedule(delay, std::move(callback));
+                            },
+                            [this](unsigned int timer) { m_manager.cancel(timer); },
+                            [this](const std::string& id, const Message& msg) { notify(id, msg); },
+                            [](const std::string& line) { report(line); }},
+        std::chrono::milliseconds(m_options.statsRateMs));
+    m_calls->addHandlers(m_router);
     watchStopSignals();
     if (!listen(error))
         return false;
@@ -119,6 +135,7 @@ void Simulator::report(const std::string& line)
 // Back to the scenario's state, and every list the screens show pushed again.
 void Simulator::factoryReset()
 {
+    m_calls->forgetCalls();
     std::string error;
     if (!m_unit.loadFile(m_options.scenario, error)) {
         g_log.log(LOG_ERROR, "reset: %s", error.c_str());

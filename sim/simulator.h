@@ -11,6 +11,7 @@
 #include <string>
 #include <vector>
 
+class CallHandlers;
 class ControlConsole;
 class SignalDrift;
 
@@ -31,6 +32,7 @@ public:
 
     Unit& unit() { return m_unit; }
     IPCManager& manager() { return m_manager; }
+    CallHandlers& calls() { return *m_calls; }
 
     // To the sessions of both listeners that subscribed to `id`; returns how many got it.
     std::size_t notify(const std::string& id, const Message& msg);
@@ -53,6 +55,7 @@ private:
     std::unique_ptr<ControlConsole> m_console;
     std::unique_ptr<SignalDrift> m_drift;
     int m_signalFd = -1;
+    std::unique_ptr<CallHandlers> m_calls;
 };
 
 #endif

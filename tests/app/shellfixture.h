@@ -5,6 +5,7 @@
 #include "keypadhandler.h"
 #include "mainwindow.h"
 
+#include <QComboBox>
 #include <QCoreApplication>
 #include <QTemporaryDir>
 #include <QtTest>
@@ -35,6 +36,14 @@ public:
 private:
     QTemporaryDir m_dir;
 };
+
+// The operator's choice of F2 behaviour, as made on the user-interface settings screen.
+inline void chooseF2Mode(MainWindow& window, int mode)
+{
+    QComboBox* modes = window.pane().keypadSetup().comboF2KeyMode;
+    modes->setCurrentIndex(modes->findData(mode));
+    QCOMPARE(window.pane().keypadSetup().f2Mode(), mode);
+}
 
 // "Down+" for a press of Down, "Down-r" for an auto-repeated release, "S-Tab+" with Shift held.
 inline QString describeKey(int keycode, bool pressed, bool repeat, Qt::KeyboardModifiers modifiers = Qt::NoModifier)

@@ -182,7 +182,7 @@ void TestKeyRouting::routesEachKey()
 
     MainWindow& window = *m_shell->window;
     m_shell->setState(IPCClient::IPC_READY);
-    window.pane().setF2Mode(Pane::F2ToggleMeters);
+    chooseF2Mode(window, Pane::F2ToggleMeters);
     m_shell->setState(IPCClient::IPC_STATE(state));
 
     RecordingHandler handler;

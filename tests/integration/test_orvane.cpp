@@ -71,7 +71,8 @@ void TestOrvane::startSim()
 QString TestOrvane::simCommand(const QString& line)
 {
     m_sim->writeLine(line);
-    return m_sim->waitForLine(QString(), kCommandMs);
+    // Skip the simulator's reports of what it was asked; the console's answer starts with "ok".
+    return m_sim->waitForLine(QStringLiteral("ok "), kCommandMs);
 }
 
 bool TestOrvane::waitForState(const char* state, int timeoutMs)

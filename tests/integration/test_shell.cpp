@@ -9,6 +9,7 @@
 #include "transientpopup.h"
 
 #include <QApplication>
+#include <QComboBox>
 #include <QMessageBox>
 #include <QPushButton>
 #include <QtTest>
@@ -122,7 +123,8 @@ void TestShell::aboutShowsTheUnit()
 
 void TestShell::contactClosureFromF2()
 {
-    m_window->pane().setF2Mode(Pane::F2RemoteContactClosure);
+    QComboBox* modes = m_window->pane().keypadSetup().comboF2KeyMode;
+    modes->setCurrentIndex(modes->findData(int(Pane::F2RemoteContactClosure)));
     m_window->pane().f2Pressed();
     QVERIFY(!m_sim->waitForLine(QStringLiteral("event remoteCC id=0 state=closed"), kCommandMs).isEmpty());
     m_window->pane().f2Released();

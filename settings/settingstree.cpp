@@ -1,0 +1,52 @@
+#include "settingstree.h"
+
+#include "qtreewidgetitemsetting.h"
+#include "settinggrouplist.h"
+
+#include <QBrush>
+#include <QColor>
+#include <QTreeWidget>
+
+namespace settingstree {
+
+void fill(QTreeWidget* tree, const SettingGroupList& groups)
+{
+    for (int g = 0; g < groups.groupCount(); ++g) {
+        auto* groupRow = new QTreeWidgetItem(tree, QTreeWidgetItem::Type);
+        groupRow->setText(0, QString::fromStdString(groups.groupTitle(g)));
+        for (int o = 0; o < groups.optionCount(g); ++o)
+            new QTreeWidgetItemSetting(groupRow, *groups.option(g, o));
+        groupRow->setExpanded(true);
+    }
+    QTreeWidgetItem* firstGroup = tree->topLevelItem(0);
+    if (!tree->currentItem() && firstGroup && firstGroup->childCount() > 0)
+        tree->setCurrentItem(firstGroup->child(0));
+}
+
+void refresh(QTreeWidget* tree)
+{
+    for (int g = 0; g < tree->topLevelItemCount(); ++g) {
+        QTreeWidgetItem* groupRow = tree->topLevelItem(g);
+        for (int o = 0; o < groupRow->childCount(); ++o) {
+            if (auto* row = dynamic_cast<QTreeWidgetItemSetting*>(groupRow->child(o)))
+                row->refresh();
+        }
+    }
+}
+
+QTreeWidgetItemSetting* selectedSetting(const QTreeWidget* tree)
+{
+    for (QTreeWidgetItem* row : tree->selectedItems()) {
+        if (auto* setting = dynamic_cast<QTreeWidgetItemSetting*>(row))
+            return setting;
+    }
+    return nullptr;
+}
+
+void setRowColour(QTreeWidgetItem* row, const QColor& colour)
+{
+    for (int column = 0; column < 2; ++column)
+        row->setForeground(column, QBrush(colour));
+}
+
+} // namespace settingstree

@@ -1,0 +1,25 @@
+#ifndef SETTINGSTREE_H
+#define SETTINGSTREE_H
+
+class QColor;
+class QTreeWidget;
+class QTreeWidgetItem;
+class QTreeWidgetItemSetting;
+class SettingGroupList;
+
+// Filling and refreshing the two-column settings trees; colours are left to each screen.
+namespace settingstree {
+
+// Appends one expanded group row per group with its option rows, and makes the first option row
+// current when the tree has no current row.
+void fill(QTreeWidget* tree, const SettingGroupList& groups);
+// Re-reads every option row's value in place, without rebuilding the rows.
+void refresh(QTreeWidget* tree);
+// The first selected row that is an option row, or null.
+QTreeWidgetItemSetting* selectedSetting(const QTreeWidget* tree);
+// Text colour of both columns of a row.
+void setRowColour(QTreeWidgetItem* row, const QColor& colour);
+
+} // namespace settingstree
+
+#endif

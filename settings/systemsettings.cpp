@@ -1,0 +1,90 @@
+#include "systemsettings.h"
+
+#include "editsetting.h"
+#include "ipcinstances.h"
+#include "qtreewidgetitemsetting.h"
+#include "settinggrouplist.h"
+#include "settingstree.h"
+
+#include <QCoreApplication>
+#include <QKeyEvent>
+
+namespace {
+const QColor kGroupColour(128, 128, 128);
+}
+
+SystemSettings::SystemSettings(EditSetting* editor, QWidget* parent)
+    : QWidget(parent),
+      m_editor(editor)
+{
+    setupUi(this);
+    treeSysConfig->setColumnWidth(0, 320);
+    treeSysConfig->setColumnWidth(1, 200);
+    connect(buttonEdit, &QPushButton::clicked, this, &SystemSettings::editSelected);
+    connect(checkAdvanced, &QCheckBox::toggled, this, &SystemSettings::populateSettings);
+    connect(treeSysConfig, &QTreeWidget::itemSelectionChanged, this, &SystemSettings::changeSelection);
+    connect(&g_ipcClient, &IPCClient::recvChannelList, this, &SystemSettings::refreshSettings);
+    connect(&g_ipcClient, &IPCClient::recvChannelOpts, this, &SystemSettings::populateSettings);
+    connect(&g_ipcClient, &IPCClient::recvSysOptions, this, &SystemSettings::refreshSettings);
+    connect(&g_ipcClient, &IPCClient::recvDirectoryServer, this, &SystemSettings::refreshSettings);
+}
+
+void SystemSettings::paneAboutToShow()
+{
+    PaneBase::paneAboutToShow();
+    buttonEdit->setFocus();
+}
+
+void SystemSettings::populateSettings()
+{
+    treeSysConfig->clear();
+    SettingGroupList groups;
+    groups.buildSystemGroups(checkAdvanced->isChecked());
+    settingstree::fill(treeSysConfig, groups);
+    for (int g = 0; g < treeSysConfig->topLevelItemCount(); ++g)
+        settingstree::setRowColour(treeSysConfig->topLevelItem(g), kGroupColour);
+}
+
+void SystemSettings::refreshSettings()
+{
+    settingstree::refresh(treeSysConfig);
+}
+
+void SystemSettings::editSelected()
+{
+    if (QTreeWidgetItemSetting* row = settingstree::selectedSetting(treeSysConfig)) {
+        m_editor->setOption(row->setting());
+        emit editOption();
+    }
+}
+
+void SystemSettings::changeSelection()
+{
+    const QList<QTreeWidgetItem*> selected = treeSysConfig->selectedItems();
+    buttonEdit->setEnabled(!selected.isEmpty() && selected.first()->parent());
+    if (shown && buttonEdit->isEnabled())
+        buttonEdit->setFocus();
+}
+
+void SystemSettings::handleKey(int keycode, bool pressed, bool repeat)
+{
+    switch (keycode) {
+    case Qt::Key_Enter:
+        injectKey(Qt::Key_Space, pressed, repeat);
+        break;
+    case Qt::Key_Left:
+        injectBacktab(pressed, repeat);
+        break;
+    case Qt::Key_Right:
+        injectKey(Qt::Key_Tab, pressed, repeat);
+        break;
+    case Qt::Key_Up:
+    case Qt::Key_Down:
+        QCoreApplication::postEvent(treeSysConfig,
+                                    new QKeyEvent(pressed ? QEvent::KeyPress : QEvent::KeyRelease, keycode,
+                                                  Qt::NoModifier));
+        break;
+    default:
+        break;
+    }
+}

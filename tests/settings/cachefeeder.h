@@ -1,0 +1,77 @@
+#ifndef CACHEFEEDER_H
+#define CACHEFEEDER_H
+
+#include "codec.h"
+#include "ipcinstances.h"
+
+#include <QMutexLocker>
+#include <QtTest>
+
+#include <string>
+#include <vector>
+
+// Answers from the backend, fed straight into the shared client's cache, and the requests that
+// leave it.
+namespace cachefeeder {
+
+// An xmls message, as the scenario files write them.
+inline Message parse(const std::string& xmls)
+{
+    Message msg;
+    std::string error;
+    if (!ipc::decode(ipc::Encoding::Xmls, xmls.data(), xmls.size(), msg, error))
+        qFatal("bad test message: %s", error.c_str());
+    return msg;
+}
+
+// The same tree as RequestLog::lastTree() gives, from xmls text.
+inline std::string tree(const std::string& xmls)
+{
+    return parse(xmls).dump_text();
+}
+
+// Caches `xmls` as the answer `seq` and raises its signal (direct: the test runs on the GUI thread).
+inline void answer(const std::string& seq, const std::string& xmls)
+{
+    Message msg = parse(xmls);
+    msg.params().set_string("seq", seq);
+    QMutexLocker lock(g_ipcClient.mutex());
+    g_ipcClient.process_response(msg);
+}
+
+// An empty answer: for the cache, as good as none.
+inline void forget(const std::string& seq)
+{
+    answer(seq, "<m n=\"" + seq + "\"/>");
+}
+
+// Records every request from construction to destruction.
+class RequestLog {
+public:
+    RequestLog()
+    {
+        g_ipcClient.setRequestTap([this](const Message& request) { m_requests.push_back(request); });
+    }
+    ~RequestLog() { g_ipcClient.setRequestTap(nullptr); }
+    RequestLog(const RequestLog&) = delete;
+    RequestLog& operator=(const RequestLog&) = delete;
+
+    const std::vector<Message>& requests() const { return m_requests; }
+
+    // The last request as a readable tree, without "seq" (the client's own business).
+    std::string lastTree() const
+    {
+        if (m_requests.empty())
+            return std::string();
+        Message request = m_requests.back();
+        request.params().remove("seq");
+        return request.dump_text();
+    }
+
+private:
+    std::vector<Message> m_requests;
+};
+
+} // namespace cachefeeder
+
+#endif
