@@ -1,0 +1,300 @@
+// A walk through every screen of the program against the simulated unit, one PNG per view.
+// Keys travel the hardware keypad's own path (the platform, the keypad filter, the main window's
+// routing); the tour only looks at the widgets to know when a key has done its work.
+#include "chat.h"
+#include "editsetting.h"
+#include "mainwindow.h"
+#include "offline.h"
+#include "peeredit.h"
+#include "peerlist.h"
+#include "profileitems.h"
+#include "profilelist.h"
+#include "qtreewidgetitemsetting.h"
+#include "statusbar.h"
+#include "systemsettings.h"
+#include "transientpopup.h"
+
+#include <QAction>
+#include <QApplication>
+#include <QDir>
+#include <QElapsedTimer>
+#include <QMenu>
+#include <QMenuBar>
+#include <QProcess>
+#include <QScreen>
+#include <QTextStream>
+#include <QThread>
+#include <qpa/qwindowsysteminterface.h>
+
+#include <cstdio>
+#include <functional>
+
+namespace {
+
+class Tour {
+public:
+    Tour(MainWindow& window, QProcess& sim, const QString& dir) : m_window(window), m_sim(sim), m_dir(dir) {}
+
+    // Lets the program run until `done` holds; false after `ms`.
+    bool waitFor(const std::function<bool()>& done, int ms = 15000)
+    {
+        QElapsedTimer clock;
+        clock.start();
+        while (!done()) {
+            if (clock.elapsed() > ms)
+                return false;
+            QApplication::processEvents(QEventLoop::AllEvents, 20);
+            QThread::msleep(10);
+        }
+        return true;
+    }
+
+    void settle(int ms = 400)
+    {
+        waitFor([] { return false; }, ms);
+    }
+
+    void shot(const QString& name)
+    {
+        settle();
+        const QString file = QDir(m_dir).filePath(QStringLiteral("%1-%2.png").arg(++m_count, 2, 10, QChar('0')).arg(name));
+        QGuiApplication::primaryScreen()->grabWindow(0).save(file, "png");
+        std::printf("%s\n", qPrintable(file));
+    }
+
+    void key(int keycode, const QString& text = QString())
+    {
+        for (bool press : {true, false}) {
+            QWindow* target = QGuiApplication::focusWindow();
+            if (!target)
+                target = m_window.windowHandle();
+            QWindowSystemInterface::handleKeyEvent<QWindowSystemInterface::SynchronousDelivery>(
+                target, press ? QEvent::KeyPress : QEvent::KeyRelease, keycode, Qt::NoModifier, text);
+            settle(30);
+        }
+    }
+
+    void type(const QString& text)
+    {
+        for (QChar c : text)
+            key(c.isLetter() ? Qt::Key_A + (c.toUpper().unicode() - 'A') : c.unicode(), QString(c));
+    }
+
+    bool pressUntil(int keycode, const std::function<bool()>& done, int most = 40)
+    {
+        for (int i = 0; i < most && !done(); ++i)
+            key(keycode);
+        return done();
+    }
+
+    // F1, then along the menu bar and down the menu as the operator would.
+    void menu(const QString& title, const QString& entry)
+    {
+        QMenuBar* bar = m_window.menuBar();
+        if (bar->activeAction())
+            key(Qt::Key_F1);
+        key(Qt::Key_F1);
+        require(pressUntil(Qt::Key_Right, [&] { return bar->activeAction() && bar->activeAction()->text() == title; }),
+                "menu " + title);
+        QMenu* open = bar->activeAction()->menu();
+        require(pressUntil(Qt::Key_Down, [&] { return open->activeAction() && open->activeAction()->text() == entry; }),
+                "entry " + entry);
+        key(Qt::Key_Enter);
+    }
+
+    void simCommand(const QString& line)
+    {
+        m_sim.write((line + "\n").toUtf8());
+        m_sim.waitForBytesWritten();
+    }
+
+    static void require(bool ok, const QString& what)
+    {
+        if (!ok) {
+            std::fprintf(stderr, "tour: could not reach %s\n", qPrintable(what));
+            s_sim->kill();
+            s_sim->waitForFinished();
+            std::exit(1);
+        }
+    }
+
+    static QProcess* s_sim;
+
+    template <typename Screen>
+    Screen& screen(int index)
+    {
+        return *dynamic_cast<Screen*>(m_window.pane().page(index));
+    }
+
+private:
+    MainWindow& m_window;
+    QProcess& m_sim;
+    QString m_dir;
+    int m_count = 0;
+};
+
+QProcess* Tour::s_sim = nullptr;
+
+// Down the tree until an option row of that type, then over to Edit and press it.
+void editOptionOfType(Tour& tour, QTreeWidget* tree, QPushButton* edit, OptionType type)
+{
+    tree->setFocus();
+    auto isType = [&] {
+        auto* row = dynamic_cast<QTreeWidgetItemSetting*>(tree->currentItem());
+        return row && row->setting().getType() == type;
+    };
+    Tour::require(tour.pressUntil(Qt::Key_Down, isType, 80), QStringLiteral("an option of type %1").arg(int(type)));
+    Tour::require(tour.pressUntil(Qt::Key_Right, [&] { return edit->hasFocus(); }), "the Edit button");
+    tour.key(Qt::Key_Enter);
+}
+
+void run(Tour& tour, MainWindow& window)
+{
+    tour.settle(300);
+    tour.shot("offline");
+    Tour::require(tour.waitFor([&] { return window.isVisible() && !window.offlineScreen().isVisible(); }), "ready");
+    QApplication::setActiveWindow(&window);
+
+    auto& peers = tour.screen<PeerList>(Pane::ScreenPeerList);
+    tour.waitFor([&] { return peers.peerTree->topLevelItemCount() > 0; });
+    tour.shot("remotes");
+
+    tour.key(Qt::Key_F1);
+    tour.shot("menu-remotes");
+    for (const char* name : {"menu-stats", "menu-configure", "menu-network"}) {
+        tour.key(Qt::Key_Right);
+        tour.shot(name);
+    }
+    tour.key(Qt::Key_F1);
+
+    // A Braid call, from the first ring to connected.
+    auto selectRemote = [&](const QString& name) {
+        auto selected = [&] {
+            return peers.peerTree->currentItem() && peers.peerTree->currentItem()->text(0).startsWith(name);
+        };
+        Tour::require(tour.pressUntil(Qt::Key_Up, selected, 6) || tour.pressUntil(Qt::Key_Down, selected), name);
+    };
+    selectRemote("OB Van 2");
+    tour.key(Qt::Key_Enter);
+    tour.waitFor([&] { return peers.peerTree->currentItem()->text(0).contains("\n"); }, 5000);
+    tour.shot("remotes-calling");
+    tour.waitFor([&] { return peers.peerTree->currentItem()->text(0).contains("Connected"); }, 20000);
+    tour.settle(1500);
+    tour.shot("remotes-braid-connected");
+    tour.key(Qt::Key_Enter);
+    tour.waitFor([&] { return !peers.getAnyActive(); }, 10000);
+
+    selectRemote("Newsroom Hotline");
+    tour.key(Qt::Key_Enter);
+    tour.waitFor([&] { return peers.peerTree->currentItem()->text(0).contains("Connected"); }, 20000);
+    tour.shot("remotes-pots");
+    tour.key(Qt::Key_Enter);
+    tour.waitFor([&] { return !peers.getAnyActive(); }, 10000);
+
+    auto& editor = tour.screen<PeerEdit>(Pane::ScreenPeerEdit);
+    tour.menu("Remotes", "Change Remote Settings");
+    tour.shot("remote-editor-edit");
+    tour.menu("Remotes", "Add New Remote");
+    tour.shot("remote-editor-add");
+    Tour::require(tour.pressUntil(Qt::Key_Down, [&] { return editor.checkBraid->hasFocus(); }), "the Braid box");
+    tour.key(Qt::Key_Enter);
+    Tour::require(tour.pressUntil(Qt::Key_Up, [&] { return editor.macAddrEdit->hasFocus(); }), "the MAC field");
+    tour.type("00:1");
+    tour.shot("remote-editor-mac-tinted");
+    tour.menu("Remotes", "Manage Connections");
+
+    tour.simCommand("say Good morning from the van, levels look fine here");
+    tour.settle(1200);
+    tour.shot("chat-alert");
+    window.statusBarWidget().chatButton->click();
+    tour.type("Hello");
+    tour.key(Qt::Key_Enter);
+    tour.settle(800);
+    tour.shot("chat");
+    window.statusBarWidget().chatButton->click();
+
+    tour.menu("Stats", "Audio Levels");
+    tour.shot("meters");
+    tour.key(Qt::Key_F1);
+    tour.shot("menu-over-meters");
+    tour.key(Qt::Key_F1);
+
+    tour.menu("Configure", "Manage Profiles");
+    tour.shot("profiles");
+    auto& profiles = tour.screen<ProfileList>(Pane::ScreenProfileList);
+    Tour::require(tour.pressUntil(Qt::Key_Down, [&] {
+        return profiles.listProfiles->currentItem() && profiles.listProfiles->currentItem()->text().endsWith("Studio Link");
+    }), "the Studio Link profile");
+    Tour::require(tour.pressUntil(Qt::Key_Right, [&] { return profiles.buttonEdit->hasFocus(); }), "profile Edit");
+    tour.key(Qt::Key_Enter);
+    tour.shot("profile-items");
+    auto& items = tour.screen<ProfileItems>(Pane::ScreenProfileItems);
+    editOptionOfType(tour, items.treeProfileItems, items.buttonEdit, OptionType::Codec);
+    tour.shot("editor-codec");
+
+    auto& system = tour.screen<SystemSettings>(Pane::ScreenSystemSettings);
+    const std::pair<OptionType, const char*> pages[] = {{OptionType::Bool, "editor-bool"},
+                                                         {OptionType::Int, "editor-int"},
+                                                         {OptionType::String, "editor-string"},
+                                                         {OptionType::Select, "editor-select"}};
+    tour.menu("Configure", "System Settings");
+    tour.shot("system-settings");
+    for (const auto& [type, name] : pages) {
+        tour.menu("Configure", "System Settings");
+        system.treeSysConfig->setCurrentItem(system.treeSysConfig->topLevelItem(0));
+        editOptionOfType(tour, system.treeSysConfig, system.buttonEdit, type);
+        tour.shot(name);
+    }
+
+    tour.menu("Configure", "User Interface");
+    tour.shot("user-interface");
+    tour.menu("Configure", "About ORVANE");
+    tour.shot("about");
+    tour.key(Qt::Key_Right);
+    tour.shot("about-legal");
+
+    tour.simCommand("update start Installing firmware 4.3.0 (42%)");
+    tour.waitFor([&] { return window.offlineScreen().isVisible(); });
+    tour.shot("firmware-update");
+    tour.simCommand("update finish");
+    tour.waitFor([&] { return window.isVisible(); });
+
+    tour.simCommand("defpwd on");
+    tour.simCommand("drop");
+    tour.waitFor([&] { return window.offlineScreen().isVisible(); });
+    tour.shot("link-lost");
+    tour.waitFor([&] { return window.isVisible() && window.popup().isVisible(); }, 30000);
+    tour.shot("password-warning");
+}
+
+} // namespace
+
+int main(int argc, char* argv[])
+{
+    if (argc != 2) {
+        std::fprintf(stderr, "usage: orvane-tour OUTPUT-DIR   (under a 640x480 X display)\n");
+        return 2;
+    }
+    const QByteArray address = "/orvane-tour-" + QByteArray::number(QCoreApplication::applicationPid());
+    qputenv("LIBIPC_LOCAL_ADDR", address);
+    QApplication app(argc, argv);
+    QDir().mkpath(QString::fromLocal8Bit(argv[1]));
+
+    QProcess sim;
+    sim.setProcessChannelMode(QProcess::ForwardedErrorChannel);
+    sim.start(QStringLiteral(ORVANE_UNITSIM), {QStringLiteral("--no-tcp"), QStringLiteral("--stats-rate"), QStringLiteral("500")});
+    if (!sim.waitForStarted() || !sim.waitForReadyRead(10000)) {
+        std::fprintf(stderr, "tour: the simulator did not start\n");
+        return 1;
+    }
+
+    Tour::s_sim = &sim;
+    MainWindow window;
+    window.setPointerCalibrationFile(QCoreApplication::applicationFilePath());
+    Tour tour(window, sim, QString::fromLocal8Bit(argv[1]));
+    run(tour, window);
+
+    sim.write("quit\n");
+    sim.waitForFinished(5000);
+    return 0;
+}
