@@ -234,7 +234,7 @@ void MainWindow::handleKeypadPress(int keycode, int modifiers, bool press, bool 
     }
 
     if (m_menu.isMenuOpen()) {
-        QWSServer::sendKeyEvent(0, keycode == Qt::Key_Enter ? Qt::Key_Return : keycode, Qt::NoModifier, press, repeat);
+        KeypadHandler::injectKey(keycode == Qt::Key_Enter ? Qt::Key_Return : keycode, press, repeat);
         return;
     }
 
@@ -247,15 +247,13 @@ void MainWindow::sendModalKey(int keycode, bool press, bool repeat)
 {
     switch (keycode) {
     case Qt::Key_Left:
-        QWSServer::sendKeyEvent(0xFFFF, Qt::Key_Shift, Qt::ShiftModifier, press, repeat);
-        QWSServer::sendKeyEvent(0, Qt::Key_Tab, Qt::ShiftModifier, press, repeat);
-        QWSServer::sendKeyEvent(0xFFFF, Qt::Key_Shift, Qt::NoModifier, press, repeat);
+        KeypadHandler::injectBacktab(press, repeat);
         break;
     case Qt::Key_Right:
-        QWSServer::sendKeyEvent(0, Qt::Key_Tab, Qt::NoModifier, press, repeat);
+        KeypadHandler::injectKey(Qt::Key_Tab, press, repeat);
         break;
     case Qt::Key_Enter:
-        QWSServer::sendKeyEvent(0, Qt::Key_Enter, Qt::NoModifier, press, repeat);
+        KeypadHandler::injectKey(Qt::Key_Enter, press, repeat);
         break;
     default:
         break;

@@ -3,9 +3,7 @@
 #include "ipcinstances.h"
 #include "logger.h"
 #include "message.h"
-#include "qwsserver.h"
 
-#include <QAbstractItemView>
 #include <QMutexLocker>
 #include <QRegularExpressionValidator>
 
@@ -245,28 +243,11 @@ void PeerEdit::paneAboutToShow()
     nameEdit->setFocus();
 }
 
-bool PeerEdit::comboListOpen() const
-{
-    return comboProfile->view()->isVisible() || comboBackup->view()->isVisible();
-}
-
-// Shift+Tab as typed: Shift goes down before the Tab and comes up after it.
-void PeerEdit::injectBacktab(bool pressed, bool repeat)
-{
-    if (pressed) {
-        QWSServer::sendKeyEvent(0, Qt::Key_Shift, Qt::ShiftModifier, true, repeat);
-        QWSServer::sendKeyEvent(0, Qt::Key_Tab, Qt::ShiftModifier, true, repeat);
-    } else {
-        QWSServer::sendKeyEvent(0, Qt::Key_Tab, Qt::ShiftModifier, false, repeat);
-        QWSServer::sendKeyEvent(0, Qt::Key_Shift, Qt::NoModifier, false, repeat);
-    }
-}
-
 void PeerEdit::handleKey(int keycode, bool pressed, bool repeat)
 {
     switch (keycode) {
     case Qt::Key_Enter:
-        if (comboListOpen())
+        if (listOpen())
             injectKey(Qt::Key_Enter, pressed, repeat);
         else if (!nameEdit->hasFocus() && !addressEdit->hasFocus() && !passwordEdit->hasFocus())
             injectKey(Qt::Key_Space, pressed, repeat);
@@ -283,13 +264,8 @@ void PeerEdit::handleKey(int keycode, bool pressed, bool repeat)
         break;
     }
     case Qt::Key_Up:
-        if (comboListOpen())
-            injectKey(Qt::Key_Up, pressed, repeat);
-        else
-            injectBacktab(pressed, repeat);
-        break;
     case Qt::Key_Down:
-        injectKey(comboListOpen() ? Qt::Key_Down : Qt::Key_Tab, pressed, repeat);
+        moveThroughForm(keycode, pressed, repeat);
         break;
     default:
         break;

@@ -45,8 +45,6 @@ private:
     bool macAcceptable() const;
     void recolourMac();
     void updateOkButton();
-    bool comboListOpen() const;
-    void injectBacktab(bool pressed, bool repeat);
 
     int m_peerId = 0;
     bool m_edit = true;

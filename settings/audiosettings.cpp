@@ -85,10 +85,8 @@ void AudioSettings::handleKey(int keycode, bool pressed, bool repeat)
         injectKey(Qt::Key_Space, pressed, repeat);
         break;
     case Qt::Key_Up:
-        injectBacktab(pressed, repeat);
-        break;
     case Qt::Key_Down:
-        injectKey(Qt::Key_Tab, pressed, repeat);
+        moveThroughForm(keycode, pressed, repeat);
         break;
     default:
         break;

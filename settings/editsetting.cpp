@@ -2,7 +2,6 @@
 
 #include "ipcinstances.h"
 
-#include <QAbstractItemView>
 #include <QCoreApplication>
 #include <QKeyEvent>
 #include <QMutexLocker>
@@ -257,11 +256,6 @@ void EditSetting::finishEdit()
         emit channelEditDone();
 }
 
-bool EditSetting::comboListOpen() const
-{
-    return comboCodec->view()->isVisible() || comboValue->view()->isVisible();
-}
-
 void EditSetting::stepCombo(QComboBox* combo, int keycode, bool pressed, bool repeat)
 {
     combo->setFocus();
@@ -272,7 +266,7 @@ void EditSetting::handleKey(int keycode, bool pressed, bool repeat)
 {
     switch (keycode) {
     case Qt::Key_Enter: {
-        if (comboListOpen()) {
+        if (listOpen()) {
             injectKey(Qt::Key_Enter, pressed, repeat);
             break;
         }
@@ -310,13 +304,8 @@ void EditSetting::handleKey(int keycode, bool pressed, bool repeat)
         }
         break;
     case Qt::Key_Up:
-        if (comboListOpen())
-            injectKey(Qt::Key_Up, pressed, repeat);
-        else
-            injectBacktab(pressed, repeat);
-        break;
     case Qt::Key_Down:
-        injectKey(comboListOpen() ? Qt::Key_Down : Qt::Key_Tab, pressed, repeat);
+        moveThroughForm(keycode, pressed, repeat);
         break;
     default:
         break;

@@ -52,7 +52,6 @@ private:
     void storeEdit(const std::string& newValue);
     void updateButtons();
     void finishEdit();
-    bool comboListOpen() const;
     void stepCombo(QComboBox* combo, int keycode, bool pressed, bool repeat);
 
     SettingOption m_option;

@@ -4,7 +4,6 @@
 #include "logger.h"
 #include "message.h"
 
-#include <QAbstractItemView>
 #include <QMutexLocker>
 
 namespace {
@@ -127,16 +126,11 @@ void KeypadSetup::receiveSettings()
     m_populating = false;
 }
 
-bool KeypadSetup::comboListOpen() const
-{
-    return comboF2KeyMode->view()->isVisible();
-}
-
 void KeypadSetup::handleKey(int keycode, bool pressed, bool repeat)
 {
     switch (keycode) {
     case Qt::Key_Enter:
-        if (comboListOpen())
+        if (listOpen())
             injectKey(Qt::Key_Enter, pressed, repeat);
         else if (!browserHomeURL->hasFocus())
             injectKey(Qt::Key_Space, pressed, repeat);
@@ -151,13 +145,8 @@ void KeypadSetup::handleKey(int keycode, bool pressed, bool repeat)
             injectKey(Qt::Key_Space, pressed, repeat);
         break;
     case Qt::Key_Up:
-        if (comboListOpen())
-            injectKey(Qt::Key_Up, pressed, repeat);
-        else
-            injectBacktab(pressed, repeat);
-        break;
     case Qt::Key_Down:
-        injectKey(comboListOpen() ? Qt::Key_Down : Qt::Key_Tab, pressed, repeat);
+        moveThroughForm(keycode, pressed, repeat);
         break;
     default:
         break;

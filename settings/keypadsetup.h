@@ -37,7 +37,6 @@ private slots:
     void receiveSettings();
 
 private:
-    bool comboListOpen() const;
     static void store(Message& request);
 
     bool m_populating = false;

@@ -113,22 +113,5 @@ void ProfileItems::editSelected()
 
 void ProfileItems::handleKey(int keycode, bool pressed, bool repeat)
 {
-    switch (keycode) {
-    case Qt::Key_Enter:
-        injectKey(Qt::Key_Space, pressed, repeat);
-        break;
-    case Qt::Key_Left:
-        injectBacktab(pressed, repeat);
-        break;
-    case Qt::Key_Right:
-        injectKey(Qt::Key_Tab, pressed, repeat);
-        break;
-    case Qt::Key_Up:
-    case Qt::Key_Down:
-        QCoreApplication::postEvent(treeProfileItems,
-                                    new QKeyEvent(pressed ? QEvent::KeyPress : QEvent::KeyRelease, keycode, Qt::NoModifier));
-        break;
-    default:
-        break;
-    }
+    handleListScreenKey(treeProfileItems, keycode, pressed, repeat);
 }

@@ -68,23 +68,5 @@ void SystemSettings::changeSelection()
 
 void SystemSettings::handleKey(int keycode, bool pressed, bool repeat)
 {
-    switch (keycode) {
-    case Qt::Key_Enter:
-        injectKey(Qt::Key_Space, pressed, repeat);
-        break;
-    case Qt::Key_Left:
-        injectBacktab(pressed, repeat);
-        break;
-    case Qt::Key_Right:
-        injectKey(Qt::Key_Tab, pressed, repeat);
-        break;
-    case Qt::Key_Up:
-    case Qt::Key_Down:
-        QCoreApplication::postEvent(treeSysConfig,
-                                    new QKeyEvent(pressed ? QEvent::KeyPress : QEvent::KeyRelease, keycode,
-                                                  Qt::NoModifier));
-        break;
-    default:
-        break;
-    }
+    handleListScreenKey(treeSysConfig, keycode, pressed, repeat);
 }

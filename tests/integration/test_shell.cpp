@@ -5,7 +5,7 @@
 #include "ipcinstances.h"
 #include "mainwindow.h"
 #include "offline.h"
-#include "testprocess.h"
+#include "shellsession.h"
 #include "transientpopup.h"
 
 #include <QApplication>
@@ -19,11 +19,6 @@
 #include <sstream>
 
 namespace {
-
-const int kReadyMs = 20000;
-// The client retries every 10 s after the link drops.
-const int kReconnectMs = 35000;
-const int kCommandMs = 10000;
 
 // What the scenario says the unit is, read the way the simulator reads it.
 Message scenarioData(const std::string& name)
@@ -46,7 +41,6 @@ class TestShell : public QObject {
 
 private slots:
     void initTestCase();
-    void cleanupTestCase();
     void offlineUntilReadyThenTheWindow();
     void metersRunOnceReady();
     void aboutShowsTheUnit();
@@ -56,79 +50,51 @@ private slots:
     void defaultPasswordWarningAfterReconnecting();
 
 private:
-    QString simCommand(const QString& line);
-    bool ready() const;
+    MainWindow& window() { return m_shell.window(); }
 
-    std::unique_ptr<TestProcess> m_sim;
-    std::unique_ptr<MainWindow> m_window;
+    ShellSession m_shell;
 };
 
 void TestShell::initTestCase()
 {
-    const QByteArray address = "/orvane-test-shell-" + QByteArray::number(QCoreApplication::applicationPid());
-    qputenv("LIBIPC_LOCAL_ADDR", address);
-    QProcessEnvironment environment = QProcessEnvironment::systemEnvironment();
-    environment.insert("LIBIPC_LOCAL_ADDR", QString::fromLatin1(address));
-    m_sim = std::make_unique<TestProcess>("orvane-unitsim", QStringList{"--no-tcp"}, environment,
-                                          QProcess::StandardOutput);
-    QVERIFY(m_sim->start());
-    QVERIFY(!m_sim->waitForLine("listening", kCommandMs).isEmpty());
-
-    m_window = std::make_unique<MainWindow>();
-    m_window->setPointerCalibrationFile(QCoreApplication::applicationFilePath());
-}
-
-void TestShell::cleanupTestCase()
-{
-    m_window.reset();
-    m_sim.reset();
-}
-
-QString TestShell::simCommand(const QString& line)
-{
-    m_sim->writeLine(line);
-    return m_sim->waitForLine(QStringLiteral("ok"), kCommandMs);
-}
-
-bool TestShell::ready() const
-{
-    return m_window->isVisible() && !m_window->offlineScreen().isVisible();
+    QVERIFY(m_shell.startUnit());
+    m_shell.openWindow();
 }
 
 void TestShell::offlineUntilReadyThenTheWindow()
 {
-    QTRY_VERIFY(m_window->offlineScreen().isVisible());
-    QVERIFY(!m_window->isVisible());
-    QTRY_VERIFY_WITH_TIMEOUT(ready(), kReadyMs);
-    QCOMPARE(m_window->offlineScreen().labelState->text(), QStringLiteral("Ready."));
-    QVERIFY(!m_window->popup().isVisible());
+    QTRY_VERIFY(window().offlineScreen().isVisible());
+    QVERIFY(!window().isVisible());
+    QVERIFY(m_shell.waitUntilReady());
+    QCOMPARE(window().offlineScreen().labelState->text(), QStringLiteral("Ready."));
+    QVERIFY(!window().popup().isVisible());
 }
 
 void TestShell::metersRunOnceReady()
 {
     // The small meter's four bars, at the status bar's fixed place.
-    const QString line = m_sim->waitForLine(QStringLiteral("event metering bars=4"), kCommandMs);
-    QVERIFY2(line.contains("555,461,78x2:in0"), qPrintable(m_sim->transcript()));
+    const QString line = m_shell.sim().waitForLine(QStringLiteral("event metering bars=4"), ShellSession::kCommandMs);
+    QVERIFY2(line.contains("555,461,78x2:in0"), qPrintable(m_shell.sim().transcript()));
 }
 
 void TestShell::aboutShowsTheUnit()
 {
     const Message version = scenarioData("version");
     QVERIFY(!version.params().get_string("version", "").empty());
-    m_window->pane().showScreen(Pane::ScreenAbout);
-    AboutWidget& about = m_window->pane().about();
+    window().pane().showScreen(Pane::ScreenAbout);
+    AboutWidget& about = window().pane().about();
     QCOMPARE(about.labelVersion->text(), QString::fromStdString(version.params().get_string("version", "")));
     QCOMPARE(about.labelNodeID->text(), QString::fromStdString(version.params().get_string("node_id", "")));
 }
 
 void TestShell::contactClosureFromF2()
 {
-    QComboBox* modes = m_window->pane().keypadSetup().comboF2KeyMode;
+    QComboBox* modes = window().pane().keypadSetup().comboF2KeyMode;
     modes->setCurrentIndex(modes->findData(int(Pane::F2RemoteContactClosure)));
-    m_window->pane().f2Pressed();
-    QVERIFY(!m_sim->waitForLine(QStringLiteral("event remoteCC id=0 state=closed"), kCommandMs).isEmpty());
-    m_window->pane().f2Released();
-    QVERIFY(!m_sim->waitForLine(QStringLiteral("event remoteCC id=0 state=open"), kCommandMs).isEmpty());
+    window().pane().f2Pressed();
+    QVERIFY(!m_shell.sim().waitForLine(QStringLiteral("event remoteCC id=0 state=closed"), ShellSession::kCommandMs).isEmpty());
+    window().pane().f2Released();
+    QVERIFY(!m_shell.sim().waitForLine(QStringLiteral("event remoteCC id=0 state=open"), ShellSession::kCommandMs).isEmpty());
 }
 
 void TestShell::factoryResetAfterYes()
@@ -138,30 +104,30 @@ void TestShell::factoryResetAfterYes()
         QVERIFY(box);
         box->button(QMessageBox::Yes)->click();
     });
-    m_window->menu().actionReset_Configuration->trigger();
-    QVERIFY(!m_sim->waitForLine(QStringLiteral("event reset what=cfg"), kCommandMs).isEmpty());
+    window().menu().actionReset_Configuration->trigger();
+    QVERIFY(!m_shell.sim().waitForLine(QStringLiteral("event reset what=cfg"), ShellSession::kCommandMs).isEmpty());
 }
 
 void TestShell::firmwareUpdateTexts()
 {
-    QVERIFY(!simCommand("update start Installing 4.3.0").isEmpty());
-    QTRY_VERIFY_WITH_TIMEOUT(m_window->offlineScreen().isVisible(), kCommandMs);
-    QVERIFY(!m_window->isVisible());
-    QCOMPARE(m_window->offlineScreen().labelState->text(), QStringLiteral("Firmware Updating."));
-    QTRY_COMPARE(m_window->offlineScreen().labelStatus->text(), QStringLiteral("Installing 4.3.0"));
+    QVERIFY(!m_shell.simCommand("update start Installing 4.3.0").isEmpty());
+    QTRY_VERIFY_WITH_TIMEOUT(window().offlineScreen().isVisible(), ShellSession::kCommandMs);
+    QVERIFY(!window().isVisible());
+    QCOMPARE(window().offlineScreen().labelState->text(), QStringLiteral("Firmware Updating."));
+    QTRY_COMPARE(window().offlineScreen().labelStatus->text(), QStringLiteral("Installing 4.3.0"));
 
-    QVERIFY(!simCommand("update finish").isEmpty());
-    QTRY_VERIFY_WITH_TIMEOUT(ready(), kCommandMs);
+    QVERIFY(!m_shell.simCommand("update finish").isEmpty());
+    QTRY_VERIFY_WITH_TIMEOUT(m_shell.ready(), ShellSession::kCommandMs);
 }
 
 void TestShell::defaultPasswordWarningAfterReconnecting()
 {
-    QVERIFY(!simCommand("defpwd on").isEmpty());
-    QVERIFY(!simCommand("drop").isEmpty());
-    QTRY_VERIFY_WITH_TIMEOUT(m_window->offlineScreen().isVisible(), kCommandMs);
-    QCOMPARE(m_window->offlineScreen().labelState->text(), QStringLiteral("Please Wait..."));
-    QTRY_VERIFY_WITH_TIMEOUT(ready(), kReconnectMs);
-    TransientPopup& popup = m_window->popup();
+    QVERIFY(!m_shell.simCommand("defpwd on").isEmpty());
+    QVERIFY(!m_shell.simCommand("drop").isEmpty());
+    QTRY_VERIFY_WITH_TIMEOUT(window().offlineScreen().isVisible(), ShellSession::kCommandMs);
+    QCOMPARE(window().offlineScreen().labelState->text(), QStringLiteral("Please Wait..."));
+    QTRY_VERIFY_WITH_TIMEOUT(m_shell.ready(), ShellSession::kReconnectMs);
+    TransientPopup& popup = window().popup();
     QVERIFY(popup.isVisible());
     QVERIFY(popup.findChild<QLabel*>()->text().startsWith(QStringLiteral("WARNING! It is strongly recommended")));
 }

@@ -1,0 +1,95 @@
+#include "shellsession.h"
+
+#include "offline.h"
+#include "platformkey.h"
+
+#include <QApplication>
+#include <QtTest>
+
+namespace {
+QByteArray uniqueLocalAddress()
+{
+    static int count = 0;
+    return "/orvane-test-shell-" + QByteArray::number(QCoreApplication::applicationPid()) + "-"
+        + QByteArray::number(++count);
+}
+} // namespace
+
+ShellSession::ShellSession() = default;
+
+ShellSession::~ShellSession()
+{
+    m_window.reset();
+    m_sim.reset();
+}
+
+bool ShellSession::start(const QStringList& simArguments)
+{
+    if (!startUnit(simArguments))
+        return false;
+    openWindow();
+    return waitUntilReady();
+}
+
+bool ShellSession::startUnit(const QStringList& simArguments)
+{
+    const QByteArray address = uniqueLocalAddress();
+    qputenv("LIBIPC_LOCAL_ADDR", address);
+    QProcessEnvironment environment = QProcessEnvironment::systemEnvironment();
+    environment.insert("LIBIPC_LOCAL_ADDR", QString::fromLatin1(address));
+    m_sim = std::make_unique<TestProcess>("orvane-unitsim", QStringList{"--no-tcp"} + simArguments, environment,
+                                          QProcess::StandardOutput);
+    return m_sim->start() && !m_sim->waitForLine("listening", kCommandMs).isEmpty();
+}
+
+void ShellSession::openWindow()
+{
+    m_window = std::make_unique<MainWindow>();
+    // An existing file: no touch-screen calibration starts when the link is ready.
+    m_window->setPointerCalibrationFile(QCoreApplication::applicationFilePath());
+}
+
+bool ShellSession::waitUntilReady()
+{
+    return QTest::qWaitFor([this] { return ready(); }, kReadyMs) && showActive(m_window.get());
+}
+
+bool ShellSession::ready() const
+{
+    return m_window->isVisible() && !m_window->offlineScreen().isVisible();
+}
+
+void ShellSession::key(int keycode)
+{
+    QWidget* top = QApplication::activeModalWidget() ? QApplication::activeModalWidget() : m_window.get();
+    sendPlatformKey(top, true, keycode);
+    sendPlatformKey(top, false, keycode);
+    QCoreApplication::processEvents();
+}
+
+void ShellSession::type(const QString& text)
+{
+    for (const QChar c : text) {
+        const int keycode = c.toUpper().unicode();
+        sendPlatformKey(m_window.get(), true, keycode, Qt::NoModifier, QString(c));
+        sendPlatformKey(m_window.get(), false, keycode, Qt::NoModifier, QString(c));
+    }
+}
+
+bool ShellSession::pressUntil(int keycode, const std::function<bool()>& done, int most)
+{
+    for (int i = 0; i < most && !done(); ++i)
+        key(keycode);
+    return done();
+}
+
+QString ShellSession::simEvent(const QString& text)
+{
+    return m_sim->waitForLine(text, kCommandMs);
+}
+
+QString ShellSession::simCommand(const QString& line)
+{
+    m_sim->writeLine(line);
+    return m_sim->waitForLine(QStringLiteral("ok "), kCommandMs);
+}

@@ -1,0 +1,58 @@
+#ifndef TESTS_INTEGRATION_SHELLSESSION_H
+#define TESTS_INTEGRATION_SHELLSESSION_H
+
+#include "mainwindow.h"
+#include "testprocess.h"
+
+#include <QString>
+#include <QStringList>
+
+#include <functional>
+#include <memory>
+
+// The main window in the test's own process against a simulated unit of its own, over the real
+// socket, so that a test sees both what the screens show and what the unit was asked. Keys take
+// the hardware keypad's whole path: platform, keypad filter, the main window's routing.
+class ShellSession {
+public:
+    static constexpr int kReadyMs = 20000;
+    static constexpr int kCommandMs = 10000;
+    // The client retries every 10 s after the link drops.
+    static constexpr int kReconnectMs = 35000;
+
+    ShellSession();
+    ~ShellSession();
+
+    // The three steps below in one.
+    bool start(const QStringList& simArguments = {});
+    bool startUnit(const QStringList& simArguments = {});
+    void openWindow();
+    bool waitUntilReady();
+    bool ready() const;
+
+    MainWindow& window() { return *m_window; }
+    TestProcess& sim() { return *m_sim; }
+
+    template <typename Screen>
+    Screen* screen(int index) const
+    {
+        return dynamic_cast<Screen*>(m_window->pane().page(index));
+    }
+
+    // A keypad key pressed and released, delivered to the window on top.
+    void key(int keycode);
+    // Letters and digits typed into the widget with focus, as the on-screen keyboard types them.
+    void type(const QString& text);
+    bool pressUntil(int keycode, const std::function<bool()>& done, int most = 40);
+
+    // The simulator's next line containing `text` (its reports of what it was asked).
+    QString simEvent(const QString& text);
+    // A control command, and the console's answer to it.
+    QString simCommand(const QString& line);
+
+private:
+    std::unique_ptr<TestProcess> m_sim;
+    std::unique_ptr<MainWindow> m_window;
+};
+
+#endif
