@@ -1,5 +1,5 @@
 // orvane-unitsim as a process, driven through the library's own client and its control input.
-#include "clientloop.h"
+#include "threadedmanager.h"
 #include "codec.h"
 #include "ipcendpoint.h"
 #include "simclient.h"
@@ -85,11 +85,11 @@ public:
             m_client.subscribe_unso(pattern, 0);
         m_loop.add_client(kClientName, &m_client);
         m_loop.connect_client(encoding, "stream", address, kClientName, 0, "");
-        m_loop.startThread();
+        m_loop.start_thread();
     }
     ~Connection()
     {
-        m_loop.stopThread();
+        m_loop.stop_thread();
         m_loop.remove_client(kClientName);
     }
 
@@ -105,7 +105,7 @@ public:
     SimClient& client() { return m_client; }
 
 private:
-    ClientLoop m_loop;
+    ThreadedManager m_loop;
     SimClient m_client;
 };
 
