@@ -248,6 +248,9 @@ void run(Tour& tour, MainWindow& window)
 
     tour.menu("Configure", "User Interface");
     tour.shot("user-interface");
+    // No menu holds the audio controls; their action is all there is.
+    window.menu().actionConfigure_Audio->trigger();
+    tour.shot("audio-settings");
     tour.menu("Configure", "About ORVANE");
     tour.shot("about");
     tour.key(Qt::Key_Right);
