@@ -1,5 +1,3 @@
-// The offline screen's texts per link state, the popup's geometry and dismissal, and how the main
-// window moves between them.
 #include "shellfixture.h"
 
 #include "offline.h"
@@ -11,7 +9,6 @@ class TestOfflinePopup : public QObject {
 private slots:
     void offlineTexts_data();
     void offlineTexts();
-    void updateKeepsTheBackendsText();
     void popupGeometry_data();
     void popupGeometry();
     void popupDismissal();
@@ -49,24 +46,12 @@ void TestOfflinePopup::offlineTexts()
     QCOMPARE(offline.labelStatus->text(), status);
 }
 
-void TestOfflinePopup::updateKeepsTheBackendsText()
-{
-    QWidget parent;
-    Offline offline(&parent);
-    offline.setState(IPCClient::IPC_READY, false);
-    offline.setStatus(QStringLiteral("Installing 40%"));
-    offline.setState(IPCClient::IPC_UPDATING, false);
-    QCOMPARE(offline.labelState->text(), QStringLiteral("Firmware Updating."));
-    QCOMPARE(offline.labelStatus->text(), QStringLiteral("Installing 40%"));
-}
-
 void TestOfflinePopup::popupGeometry_data()
 {
     QTest::addColumn<int>("extraHeight");
     QTest::addColumn<bool>("shifted");
     QTest::addColumn<QRect>("geometry");
     QTest::newRow("plain") << 0 << false << QRect(220, 190, 200, 100);
-    QTest::newRow("password warning") << 80 << false << QRect(220, 150, 200, 180);
     QTest::newRow("over the meters") << 80 << true << QRect(220, 215, 200, 180);
     QTest::newRow("odd height rounds down") << 1 << false << QRect(220, 189, 200, 101);
 }
@@ -113,13 +98,9 @@ void TestOfflinePopup::windowFollowsTheLink()
     QVERIFY(!window.isVisible());
 
     shell.setState(IPCClient::IPC_LOGGED_IN);
-    QVERIFY(window.offlineScreen().isVisible());
-    QVERIFY(!window.isVisible());
-
     shell.setState(IPCClient::IPC_READY);
     QVERIFY(!window.offlineScreen().isVisible());
     QVERIFY(window.isVisible());
-    QVERIFY(!window.popup().isVisible());
 
     emit g_ipcClient.recvCodeUpdateStatus(QStringLiteral("Writing flash"));
     shell.setState(IPCClient::IPC_UPDATING);

@@ -5,8 +5,7 @@
 #include <QStringList>
 #include <QWidget>
 
-// A focusable widget that writes down every key it receives, one line per event:
-// "press <key> <text> <modifiers> <repeat> <spontaneous>".
+// A focusable widget that writes down every key it receives, one line per event.
 class KeyRecorder : public QWidget {
 public:
     explicit KeyRecorder(QWidget* parent = nullptr, Qt::WindowFlags flags = Qt::WindowFlags())
@@ -19,12 +18,8 @@ public:
                             bool autoRepeat, bool spontaneous)
     {
         return QStringLiteral("%1 %2 '%3' %4%5%6")
-            .arg(press ? "press" : "release")
-            .arg(key, 0, 16)
-            .arg(text)
-            .arg(int(modifiers), 0, 16)
-            .arg(autoRepeat ? " repeat" : "")
-            .arg(spontaneous ? " spontaneous" : "");
+            .arg(press ? "press" : "release").arg(key, 0, 16).arg(text).arg(int(modifiers), 0, 16)
+            .arg(autoRepeat ? " repeat" : "", spontaneous ? " spontaneous" : "");
     }
 
     QStringList keys;
@@ -34,10 +29,10 @@ protected:
     void keyReleaseEvent(QKeyEvent* event) override { record(event); }
 
 private:
-    void record(QKeyEvent* event)
+    void record(const QKeyEvent* e)
     {
-        keys << describe(event->type() == QEvent::KeyPress, event->key(), event->text(), event->modifiers(),
-                         event->isAutoRepeat(), event->spontaneous());
+        keys << describe(e->type() == QEvent::KeyPress, e->key(), e->text(), e->modifiers(), e->isAutoRepeat(),
+                         e->spontaneous());
     }
 };
 

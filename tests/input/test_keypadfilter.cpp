@@ -23,25 +23,20 @@ void TestKeypadFilter::keysAreReportedOrPassedOn_data()
     QTest::addColumn<int>("reported"); // 0: passed on unchanged
 
     const Qt::KeyboardModifiers none = Qt::NoModifier;
+    const Qt::KeyboardModifiers shift = Qt::ShiftModifier;
+    const Qt::KeyboardModifiers ctrl = Qt::ControlModifier;
     for (int key : {Qt::Key_Left, Qt::Key_Up, Qt::Key_Right, Qt::Key_Down, Qt::Key_Enter, Qt::Key_F1, Qt::Key_F2,
                     Qt::Key_F25})
         QTest::addRow("%x", key) << key << none << QString() << false << key;
-    QTest::newRow("asterisk") << int(Qt::Key_Asterisk) << none << "*" << false << int(Qt::Key_Asterisk);
-    QTest::newRow("repeated arrow") << int(Qt::Key_Down) << none << QString() << true << int(Qt::Key_Down);
-    QTest::newRow("control+F1") << int(Qt::Key_F1) << Qt::KeyboardModifiers(Qt::ControlModifier) << QString()
-                                << false << int(Qt::Key_F1);
+    QTest::newRow("repeated asterisk") << int(Qt::Key_Asterisk) << none << "*" << true << int(Qt::Key_Asterisk);
+    QTest::newRow("control+F1") << int(Qt::Key_F1) << ctrl << QString() << false << int(Qt::Key_F1);
     QTest::newRow("return") << int(Qt::Key_Return) << none << "\r" << false << int(Qt::Key_Enter);
     QTest::newRow("alt") << int(Qt::Key_Alt) << none << QString() << false << int(Qt::Key_F1);
 
-    QTest::newRow("shift+return") << int(Qt::Key_Return) << Qt::KeyboardModifiers(Qt::ShiftModifier) << "\r"
-                                  << false << 0;
-    QTest::newRow("control+alt") << int(Qt::Key_Alt) << Qt::KeyboardModifiers(Qt::ControlModifier) << QString()
-                                 << false << 0;
+    QTest::newRow("shift+return") << int(Qt::Key_Return) << shift << "\r" << false << 0;
+    QTest::newRow("control+alt") << int(Qt::Key_Alt) << ctrl << QString() << false << 0;
     QTest::newRow("letter") << int(Qt::Key_A) << none << "a" << false << 0;
-    QTest::newRow("repeated capital") << int(Qt::Key_B) << Qt::KeyboardModifiers(Qt::ShiftModifier) << "B" << true
-                                      << 0;
-    QTest::newRow("escape") << int(Qt::Key_Escape) << none << "\x1b" << false << 0;
-    QTest::newRow("F3") << int(Qt::Key_F3) << none << QString() << false << 0;
+    QTest::newRow("repeated capital") << int(Qt::Key_B) << shift << "B" << true << 0;
 }
 
 void TestKeypadFilter::keysAreReportedOrPassedOn()
@@ -61,19 +56,18 @@ void TestKeypadFilter::keysAreReportedOrPassedOn()
     sendPlatformKey(&recorder, true, key, modifiers, text, autoRepeat);
     sendPlatformKey(&recorder, false, key, modifiers, text, autoRepeat);
 
+    QCOMPARE(keypad.count(), reported ? 2 : 0);
     if (reported) {
         QCOMPARE(recorder.keys, QStringList());
-        QCOMPARE(keypad.count(), 2);
         QCOMPARE(keypad.at(0), QVariantList({reported, int(modifiers), true, autoRepeat}));
         QCOMPARE(keypad.at(1), QVariantList({reported, int(modifiers), false, autoRepeat}));
-    } else {
-        QCOMPARE(keypad.count(), 0);
-        // Passed on by injection: the key as typed, no longer spontaneous. (A modifier key reads
-        // its own bit as well; QKeyEvent adds it.)
-        const Qt::KeyboardModifiers typed = QKeyEvent(QEvent::KeyPress, key, modifiers).modifiers();
-        QCOMPARE(recorder.keys, QStringList({KeyRecorder::describe(true, key, text, typed, autoRepeat, false),
-                                             KeyRecorder::describe(false, key, text, typed, autoRepeat, false)}));
+        return;
     }
+    // Passed on by injection: the key as typed, no longer spontaneous. (A modifier key reads
+    // its own bit as well; QKeyEvent adds it.)
+    const Qt::KeyboardModifiers typed = QKeyEvent(QEvent::KeyPress, key, modifiers).modifiers();
+    QCOMPARE(recorder.keys, QStringList({KeyRecorder::describe(true, key, text, typed, autoRepeat, false),
+                                         KeyRecorder::describe(false, key, text, typed, autoRepeat, false)}));
 }
 
 QTEST_MAIN(TestKeypadFilter)

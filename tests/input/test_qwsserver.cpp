@@ -5,7 +5,6 @@
 
 #include <QDialog>
 #include <QTest>
-#include <QVBoxLayout>
 
 namespace {
 
@@ -13,9 +12,7 @@ namespace {
 class LoggingFilter : public QWSServer::KeyboardFilter {
 public:
     LoggingFilter(QStringList* log, const QString& name, bool consume)
-        : m_log(log)
-        , m_name(name)
-        , m_consume(consume)
+        : m_log(log), m_name(name), m_consume(consume)
     {
         QWSServer::addKeyboardFilter(this);
     }
@@ -23,12 +20,8 @@ public:
     bool filter(int unicode, int keycode, int modifiers, bool isPress, bool autoRepeat) override
     {
         *m_log << QStringLiteral("%1 %2 %3 %4 %5%6")
-                      .arg(m_name)
-                      .arg(unicode, 0, 16)
-                      .arg(keycode, 0, 16)
-                      .arg(modifiers, 0, 16)
-                      .arg(isPress ? "press" : "release")
-                      .arg(autoRepeat ? " repeat" : "");
+                      .arg(m_name).arg(unicode, 0, 16).arg(keycode, 0, 16).arg(modifiers, 0, 16)
+                      .arg(isPress ? "press" : "release", autoRepeat ? " repeat" : "");
         return m_consume;
     }
 
@@ -38,11 +31,7 @@ private:
     bool m_consume;
 };
 
-enum class Target { FocusWidget, ModalDialog, PopupOverModal };
-
 } // namespace
-
-Q_DECLARE_METATYPE(Target)
 
 class TestQWSServer : public QObject {
     Q_OBJECT
@@ -52,42 +41,32 @@ private slots:
     void injectedKeyGoesToTheTopmostReceiver();
     void injectedKeyIsTypedKey_data();
     void injectedKeyIsTypedKey();
-    void platformKeyPassesFiltersOnceInjectedKeyNever();
-    void filtersAreAskedLatestFirst();
+    void filtersSeePlatformKeysOnceLatestFirst();
 };
 
 void TestQWSServer::injectedKeyGoesToTheTopmostReceiver_data()
 {
-    QTest::addColumn<Target>("target");
-    QTest::newRow("focus widget") << Target::FocusWidget;
-    QTest::newRow("modal dialog") << Target::ModalDialog;
-    QTest::newRow("popup over a modal dialog") << Target::PopupOverModal;
+    QTest::addColumn<int>("layers"); // above the focus widget
+    QTest::newRow("focus widget") << 0;
+    QTest::newRow("modal dialog") << 1;
+    QTest::newRow("popup over a modal dialog") << 2;
 }
 
 void TestQWSServer::injectedKeyGoesToTheTopmostReceiver()
 {
-    QFETCH(Target, target);
+    QFETCH(int, layers);
 
     QWidget window;
-    auto* layout = new QVBoxLayout(&window);
-    auto* other = new KeyRecorder;
-    auto* focused = new KeyRecorder;
-    layout->addWidget(other);
-    layout->addWidget(focused);
+    auto* focused = new KeyRecorder(&window);
     QVERIFY(showActive(&window));
     focused->setFocus();
-
     QDialog dialog(&window);
-    auto* dialogLayout = new QVBoxLayout(&dialog);
-    auto* dialogOther = new KeyRecorder;
-    auto* dialogFocused = new KeyRecorder;
-    dialogLayout->addWidget(dialogOther);
-    dialogLayout->addWidget(dialogFocused);
     dialog.setModal(true);
+    auto* dialogFocused = new KeyRecorder(&dialog);
     KeyRecorder popup(nullptr, Qt::Popup);
 
     KeyRecorder* expected = focused;
-    if (target != Target::FocusWidget) {
+    if (layers > 0) {
         dialog.show();
         dialogFocused->setFocus();
         // The modal dialog must win on its own, not by holding the application's focus.
@@ -95,7 +74,7 @@ void TestQWSServer::injectedKeyGoesToTheTopmostReceiver()
         QCOMPARE(QApplication::focusWidget(), focused);
         expected = dialogFocused;
     }
-    if (target == Target::PopupOverModal) {
+    if (layers > 1) {
         popup.show();
         QCOMPARE(QApplication::activePopupWidget(), &popup);
         expected = &popup;
@@ -106,7 +85,7 @@ void TestQWSServer::injectedKeyGoesToTheTopmostReceiver()
 
     const QStringList typed{KeyRecorder::describe(true, Qt::Key_A, "a", Qt::NoModifier, false, false),
                             KeyRecorder::describe(false, Qt::Key_A, "a", Qt::NoModifier, false, false)};
-    for (KeyRecorder* recorder : {other, focused, dialogOther, dialogFocused, &popup})
+    for (KeyRecorder* recorder : {focused, dialogFocused, &popup})
         QCOMPARE(recorder->keys, recorder == expected ? typed : QStringList());
 }
 
@@ -124,10 +103,8 @@ void TestQWSServer::injectedKeyIsTypedKey_data()
     const Qt::KeyboardModifiers shift = Qt::ShiftModifier;
     // Letters come as character codes and reach widgets with the key code of their capital.
     QTest::newRow("letter") << int('q') << int('q') << none << true << false << int(Qt::Key_Q) << "q";
-    QTest::newRow("capital") << int('Q') << int('Q') << shift << true << false << int(Qt::Key_Q) << "Q";
     QTest::newRow("latin-1 letter") << 0xE9 << 0xE9 << none << true << false << int(Qt::Key_Eacute) << "\u00e9";
     QTest::newRow("symbol") << int('&') << int('&') << shift << false << false << int(Qt::Key_Ampersand) << "&";
-    QTest::newRow("space") << 32 << 32 << none << true << false << int(Qt::Key_Space) << " ";
     // Qt key codes given as unicode, and 0 or 0xFFFF, carry no text.
     QTest::newRow("backspace") << int(Qt::Key_Backspace) << int(Qt::Key_Backspace) << none << true << false
                                << int(Qt::Key_Backspace) << "";
@@ -155,29 +132,7 @@ void TestQWSServer::injectedKeyIsTypedKey()
     QCOMPARE(recorder.keys, QStringList{KeyRecorder::describe(press, key, text, modifiers, repeat, false)});
 }
 
-void TestQWSServer::platformKeyPassesFiltersOnceInjectedKeyNever()
-{
-    QStringList log;
-    LoggingFilter filter(&log, "f", false);
-    KeyRecorder recorder;
-    QVERIFY(showActive(&recorder));
-    recorder.setFocus();
-
-    sendPlatformKey(&recorder, true, Qt::Key_X, Qt::ShiftModifier, "X");
-    sendPlatformKey(&recorder, false, Qt::Key_X, Qt::ShiftModifier, "X");
-    sendPlatformKey(&recorder, true, Qt::Key_Down, Qt::NoModifier, QString(), true);
-    QWSServer::sendKeyEvent('y', 'y', Qt::NoModifier, true, false);
-
-    QCOMPARE(log, QStringList({"f 58 58 2000000 press", "f 58 58 2000000 release", "f ffff 1000015 0 press repeat"}));
-    QCOMPARE(recorder.keys, QStringList({
-                                KeyRecorder::describe(true, Qt::Key_X, "X", Qt::ShiftModifier, false, true),
-                                KeyRecorder::describe(false, Qt::Key_X, "X", Qt::ShiftModifier, false, true),
-                                KeyRecorder::describe(true, Qt::Key_Down, "", Qt::NoModifier, true, true),
-                                KeyRecorder::describe(true, Qt::Key_Y, "y", Qt::NoModifier, false, false),
-                            }));
-}
-
-void TestQWSServer::filtersAreAskedLatestFirst()
+void TestQWSServer::filtersSeePlatformKeysOnceLatestFirst()
 {
     QStringList log;
     KeyRecorder recorder;
@@ -188,19 +143,25 @@ void TestQWSServer::filtersAreAskedLatestFirst()
     LoggingFilter passing(&log, "passing", false);
     sendPlatformKey(&recorder, true, Qt::Key_1, Qt::NoModifier, "1");
     QCOMPARE(log, QStringList({"passing 31 31 0 press", "consuming 31 31 0 press"}));
-    QCOMPARE(recorder.keys, QStringList());
-
     log.clear();
     QWSServer::removeKeyboardFilter();
     sendPlatformKey(&recorder, true, Qt::Key_2, Qt::NoModifier, "2");
     QCOMPARE(log, QStringList({"consuming 32 32 0 press"}));
     QCOMPARE(recorder.keys, QStringList());
 
+    // A passed platform key is typed without asking the filters again; an injected one never meets them.
     log.clear();
     delete consuming;
-    sendPlatformKey(&recorder, true, Qt::Key_3, Qt::NoModifier, "3");
-    QCOMPARE(log, QStringList());
-    QCOMPARE(recorder.keys.size(), 1);
+    LoggingFilter filter(&log, "f", false);
+    sendPlatformKey(&recorder, false, Qt::Key_X, Qt::ShiftModifier, "X");
+    sendPlatformKey(&recorder, true, Qt::Key_Down, Qt::NoModifier, QString(), true);
+    QWSServer::sendKeyEvent('y', 'y', Qt::NoModifier, true, false);
+    QCOMPARE(log, QStringList({"f 58 58 2000000 release", "f ffff 1000015 0 press repeat"}));
+    QCOMPARE(recorder.keys, QStringList({
+                                KeyRecorder::describe(false, Qt::Key_X, "X", Qt::ShiftModifier, false, true),
+                                KeyRecorder::describe(true, Qt::Key_Down, "", Qt::NoModifier, true, true),
+                                KeyRecorder::describe(true, Qt::Key_Y, "y", Qt::NoModifier, false, false),
+                            }));
 }
 
 QTEST_MAIN(TestQWSServer)

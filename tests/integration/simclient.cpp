@@ -3,29 +3,14 @@
 void SimClient::logged_in()
 {
     IPCEndpointClient::logged_in();
-    record([](Records& records) { ++records.logins; });
-}
-
-void SimClient::auth_fail()
-{
-    record([](Records& records) { ++records.refusals; });
+    record([](Records& r) { ++r.logins; });
 }
 
 void SimClient::connection_changed()
 {
     IPCEndpointClient::connection_changed();
     if (!is_connected())
-        record([](Records& records) { ++records.disconnections; });
-}
-
-void SimClient::process_response(const Message& msg)
-{
-    record([&msg](Records& records) { records.answers.push_back(msg); });
-}
-
-void SimClient::process_unso_id(const std::string& id, const Message& msg)
-{
-    record([&id, &msg](Records& records) { records.notifications.emplace_back(id, msg); });
+        record([](Records& r) { ++r.disconnections; });
 }
 
 void SimClient::record(const std::function<void(Records&)>& change)

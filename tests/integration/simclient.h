@@ -17,14 +17,6 @@ class SimClient : public IPCEndpointClient {
 public:
     explicit SimClient(std::string password) : m_password(std::move(password)) {}
 
-    std::string get_password() override { return m_password; }
-    int retry_interval() const override { return 1; }
-    void logged_in() override;
-    void auth_fail() override;
-    void connection_changed() override;
-    void process_response(const Message& msg) override;
-    void process_unso_id(const std::string& id, const Message& msg) override;
-
     struct Records {
         int logins = 0;
         int refusals = 0;
@@ -32,6 +24,18 @@ public:
         std::vector<Message> answers;
         std::vector<std::pair<std::string, Message>> notifications;
     };
+
+    std::string get_password() override { return m_password; }
+    int retry_interval() const override { return 1; }
+    void logged_in() override;
+    void auth_fail() override { record([](Records& r) { ++r.refusals; }); }
+    void connection_changed() override;
+    void process_response(const Message& msg) override { record([&](Records& r) { r.answers.push_back(msg); }); }
+    void process_unso_id(const std::string& id, const Message& msg) override
+    {
+        record([&](Records& r) { r.notifications.emplace_back(id, msg); });
+    }
+
     // Waits until `done` holds for the records; false after the time-out.
     bool waitFor(const std::function<bool(const Records&)>& done, std::chrono::milliseconds timeout);
     Records records();

@@ -1,6 +1,4 @@
-// The chat screen of the user interface program against the simulated unit: the presence line at
-// every readiness, as the unit reports it and as the screen shows its echo, and a line from the
-// far end, followed on the program's debug log.
+// The chat screen against the simulated unit, followed on the program's debug log.
 #include "testprocess.h"
 
 #include <QCoreApplication>
@@ -18,12 +16,6 @@ const int kCommandMs = 10000;
 const char* const kOwnPresence = "chat: status line from Portable";
 const char* const kPresenceReported = "event chat status from Portable: has entered chat.";
 
-QString uniqueLocalAddress()
-{
-    static int count = 0;
-    return QString("/orvane-test-%1-chat-%2").arg(QCoreApplication::applicationPid()).arg(++count);
-}
-
 } // namespace
 
 class TestChat : public QObject {
@@ -31,7 +23,11 @@ class TestChat : public QObject {
 
 private slots:
     void init();
-    void cleanup();
+    void cleanup()
+    {
+        m_orvane.reset();
+        m_sim.reset();
+    }
     void presenceLineReachesTheUnitAndComesBackAsOwn();
     void farEndLineRaisesTheAlert();
     void presenceLineAgainAfterReconnecting();
@@ -39,8 +35,11 @@ private slots:
 private:
     // The simulator's answer to a control command, past the event lines it reports meanwhile.
     QString simCommand(const QString& line);
-    // The next line of the program's log that contains `text`; empty on time-out.
-    QString waitForLog(const QString& text, int timeoutMs);
+    // Whether a line of the program's log contains `text` in time.
+    bool logs(const QString& text, int timeoutMs = kCommandMs)
+    {
+        return !m_orvane->waitForLine(text, timeoutMs).isEmpty();
+    }
 
     std::unique_ptr<TestProcess> m_sim;
     std::unique_ptr<TestProcess> m_orvane;
@@ -49,7 +48,9 @@ private:
 void TestChat::init()
 {
     QProcessEnvironment environment = QProcessEnvironment::systemEnvironment();
-    environment.insert("LIBIPC_LOCAL_ADDR", uniqueLocalAddress());
+    static int count = 0;
+    environment.insert("LIBIPC_LOCAL_ADDR",
+                       QString("/orvane-test-%1-chat-%2").arg(QCoreApplication::applicationPid()).arg(++count));
     environment.insert("QT_QPA_PLATFORM", "offscreen");
     environment.remove("REMOTE_UI");
     environment.remove("REMOTE_UI_PASS");
@@ -62,13 +63,7 @@ void TestChat::init()
     QVERIFY(!m_sim->waitForLine("listening", kCommandMs).isEmpty());
     m_orvane = std::make_unique<TestProcess>("orvane", QStringList(), environment, QProcess::StandardError);
     QVERIFY(m_orvane->start());
-    QVERIFY2(!waitForLog("ipcChangedState 2 0", kStartMs).isEmpty(), qPrintable(m_orvane->transcript()));
-}
-
-void TestChat::cleanup()
-{
-    m_orvane.reset();
-    m_sim.reset();
+    QVERIFY2(logs("ipcChangedState 2 0", kStartMs), qPrintable(m_orvane->transcript()));
 }
 
 QString TestChat::simCommand(const QString& line)
@@ -81,35 +76,30 @@ QString TestChat::simCommand(const QString& line)
     }
 }
 
-QString TestChat::waitForLog(const QString& text, int timeoutMs)
-{
-    return m_orvane->waitForLine(text, timeoutMs);
-}
-
 void TestChat::presenceLineReachesTheUnitAndComesBackAsOwn()
 {
     QVERIFY2(!m_sim->waitForLine(kPresenceReported, kCommandMs).isEmpty(), qPrintable(m_sim->transcript()));
-    const QString line = waitForLog(kOwnPresence, kCommandMs);
+    const QString line = m_orvane->waitForLine(kOwnPresence, kCommandMs);
     QVERIFY2(!line.isEmpty(), qPrintable(m_orvane->transcript()));
     QVERIFY2(!line.contains("alert"), qPrintable(line));
 }
 
 void TestChat::farEndLineRaisesTheAlert()
 {
-    QVERIFY2(!waitForLog(kOwnPresence, kCommandMs).isEmpty(), qPrintable(m_orvane->transcript()));
+    QVERIFY2(logs(kOwnPresence), qPrintable(m_orvane->transcript()));
     QCOMPARE(simCommand("say Can you hear me?"), QString("ok say sent to 1 session(s)"));
-    const QString line = waitForLog("chat: message line from Far End", kCommandMs);
+    const QString line = m_orvane->waitForLine("chat: message line from Far End", kCommandMs);
     QVERIFY2(line.endsWith(", alert"), qPrintable(m_orvane->transcript()));
 }
 
 void TestChat::presenceLineAgainAfterReconnecting()
 {
-    QVERIFY2(!waitForLog(kOwnPresence, kCommandMs).isEmpty(), qPrintable(m_orvane->transcript()));
+    QVERIFY2(logs(kOwnPresence), qPrintable(m_orvane->transcript()));
     QCOMPARE(simCommand("drop"), QString("ok dropped 1 session(s)"));
-    QVERIFY2(!waitForLog("ipcChangedState 0 0", kCommandMs).isEmpty(), qPrintable(m_orvane->transcript()));
-    QVERIFY2(!waitForLog("ipcChangedState 2 0", kReconnectMs).isEmpty(), qPrintable(m_orvane->transcript()));
+    QVERIFY2(logs("ipcChangedState 0 0"), qPrintable(m_orvane->transcript()));
+    QVERIFY2(logs("ipcChangedState 2 0", kReconnectMs), qPrintable(m_orvane->transcript()));
     QVERIFY2(!m_sim->waitForLine(kPresenceReported, kCommandMs).isEmpty(), qPrintable(m_sim->transcript()));
-    QVERIFY2(!waitForLog(kOwnPresence, kCommandMs).isEmpty(), qPrintable(m_orvane->transcript()));
+    QVERIFY2(logs(kOwnPresence), qPrintable(m_orvane->transcript()));
 }
 
 QTEST_GUILESS_MAIN(TestChat)

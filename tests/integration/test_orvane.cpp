@@ -13,12 +13,6 @@ const int kStartMs = 20000;
 const int kReconnectMs = 35000;
 const int kCommandMs = 10000;
 
-QString uniqueLocalAddress()
-{
-    static int count = 0;
-    return QString("/orvane-test-%1-ui-%2").arg(QCoreApplication::applicationPid()).arg(++count);
-}
-
 } // namespace
 
 class TestOrvane : public QObject {
@@ -26,7 +20,11 @@ class TestOrvane : public QObject {
 
 private slots:
     void init();
-    void cleanup();
+    void cleanup()
+    {
+        m_orvane.reset();
+        m_sim.reset();
+    }
     void reconnectsWhenTheUnitComesBack();
     void reportsTheDefaultPasswordAfterReconnecting();
     void followsAFirmwareUpdate();
@@ -44,7 +42,9 @@ private:
 void TestOrvane::init()
 {
     m_environment = QProcessEnvironment::systemEnvironment();
-    m_environment.insert("LIBIPC_LOCAL_ADDR", uniqueLocalAddress());
+    static int count = 0;
+    m_environment.insert("LIBIPC_LOCAL_ADDR",
+                         QString("/orvane-test-%1-ui-%2").arg(QCoreApplication::applicationPid()).arg(++count));
     m_environment.insert("QT_QPA_PLATFORM", "offscreen");
     for (const char* name : {"REMOTE_UI", "REMOTE_UI_PASS", "GUI_DEBUG"})
         m_environment.remove(name);
@@ -52,12 +52,6 @@ void TestOrvane::init()
     m_orvane = std::make_unique<TestProcess>("orvane", QStringList(), m_environment, QProcess::StandardError);
     QVERIFY(m_orvane->start());
     QVERIFY2(waitForState("2 0", kStartMs), qPrintable(m_orvane->transcript()));
-}
-
-void TestOrvane::cleanup()
-{
-    m_orvane.reset();
-    m_sim.reset();
 }
 
 void TestOrvane::startSim()

@@ -1,10 +1,6 @@
-// Profiles and user-interface settings driven from the keypad, with the shell in this process
-// against the simulated unit over the real socket: what the unit is asked to store, and what the
-// menu and the F2 key do with it.
-#include "ipcinstances.h"
+// Profiles and user-interface settings driven from the keypad against the simulated unit.
 #include "keypadsetup.h"
 #include "mainwindow.h"
-#include "offline.h"
 #include "profilelist.h"
 #include "shellsession.h"
 
@@ -15,7 +11,6 @@
 
 #include <cstdlib>
 #include <functional>
-#include <memory>
 
 namespace {
 
@@ -35,22 +30,23 @@ class TestProfiles : public QObject {
     Q_OBJECT
 
 private slots:
-    void initTestCase();
+    void initTestCase() { QVERIFY(m_shell.start()); }
     void restrictedModeShrinksTheConfigureMenu();
     void chosenF2ModeIsStoredAndUsed();
     void addCopyAndRemoveAProfile();
 
 private:
+    KeypadSetup* openKeypadSetup()
+    {
+        m_shell.window().menu().actionKeypad_Setup->trigger();
+        auto* setup = m_shell.window().findChild<KeypadSetup*>();
+        return setup && QTest::qWaitFor([setup] { return setup->comboF2KeyMode->hasFocus(); }) ? setup : nullptr;
+    }
     // Answers the question that `open` raises with `keys`, and returns its text.
     QString answerQuestion(const std::function<void()>& open, const QList<int>& keys);
 
     ShellSession m_shell;
 };
-
-void TestProfiles::initTestCase()
-{
-    QVERIFY(m_shell.start());
-}
 
 QString TestProfiles::answerQuestion(const std::function<void()>& open, const QList<int>& keys)
 {
@@ -80,36 +76,32 @@ void TestProfiles::restrictedModeShrinksTheConfigureMenu()
                                     "Additional Configuration", "About ORVANE"};
     QCOMPARE(visibleEntries(menu.menuConfigure), fullConfigure);
 
-    menu.actionKeypad_Setup->trigger();
-    auto* setup = m_shell.window().findChild<KeypadSetup*>();
+    KeypadSetup* setup = openKeypadSetup();
     QVERIFY(setup);
-    QTRY_VERIFY(setup->comboF2KeyMode->hasFocus());
     m_shell.key(Qt::Key_Down);
     m_shell.key(Qt::Key_Down);
     QVERIFY(setup->restrictedUser->hasFocus());
 
     m_shell.key(Qt::Key_Enter);
-    QVERIFY2(!m_shell.simEvent("storeSettings group=p_general restricted=true").isEmpty(), qPrintable(m_shell.sim().transcript()));
+    QVERIFY(!m_shell.simEvent("storeSettings group=p_general restricted=true").isEmpty());
     QCOMPARE(visibleEntries(menu.menuConfigure), (QStringList{"User Interface", "About ORVANE"}));
     QVERIFY(!visibleEntries(menu.menuRemotes).contains("Delete Remote"));
 
     m_shell.key(Qt::Key_Enter);
-    QVERIFY2(!m_shell.simEvent("storeSettings group=p_general restricted=false").isEmpty(), qPrintable(m_shell.sim().transcript()));
+    QVERIFY(!m_shell.simEvent("storeSettings group=p_general restricted=false").isEmpty());
     QCOMPARE(visibleEntries(menu.menuConfigure), fullConfigure);
 }
 
 void TestProfiles::chosenF2ModeIsStoredAndUsed()
 {
-    m_shell.window().menu().actionKeypad_Setup->trigger();
-    auto* setup = m_shell.window().findChild<KeypadSetup*>();
+    KeypadSetup* setup = openKeypadSetup();
     QVERIFY(setup);
-    QTRY_VERIFY(setup->comboF2KeyMode->hasFocus());
     const int steps = setup->comboF2KeyMode->findText("Toggle to Braid Stats") - setup->comboF2KeyMode->currentIndex();
     QVERIFY2(steps != 0, "the unit already stores the mode this test chooses");
     for (int step = 0; step < std::abs(steps); ++step)
         m_shell.key(steps > 0 ? Qt::Key_Right : Qt::Key_Left);
     QCOMPARE(setup->comboF2KeyMode->currentText(), QString("Toggle to Braid Stats"));
-    QVERIFY2(!m_shell.simEvent("storeSettings group=p_keypad keypadF2Mode=9").isEmpty(), qPrintable(m_shell.sim().transcript()));
+    QVERIFY(!m_shell.simEvent("storeSettings group=p_keypad keypadF2Mode=9").isEmpty());
 
     m_shell.key(Qt::Key_F2);
     QCOMPARE(m_shell.window().pane().currentScreen(), int(Pane::ScreenBraidStats));
@@ -152,7 +144,7 @@ void TestProfiles::addCopyAndRemoveAProfile()
 
     m_shell.key(Qt::Key_Right);
     QCOMPARE(answerQuestion([this] { m_shell.key(Qt::Key_Enter); }, {Qt::Key_Left, Qt::Key_Enter}), question);
-    QVERIFY2(!m_shell.simEvent("deleteProfile " + id).isEmpty(), qPrintable(m_shell.sim().transcript()));
+    QVERIFY(!m_shell.simEvent("deleteProfile " + id).isEmpty());
     QTRY_COMPARE(list->listProfiles->count(), profiles + 1);
     QVERIFY(list->listProfiles->findItems("New Profile", Qt::MatchExactly).isEmpty());
     QVERIFY(!m_shell.window().isModal());

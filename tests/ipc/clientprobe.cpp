@@ -2,6 +2,8 @@
 
 #include <QMutexLocker>
 
+#include <algorithm>
+
 LogCapture::LogCapture(LOG_LEVEL threshold)
     : m_previousLevel(g_log.log_level())
 {
@@ -45,26 +47,14 @@ QStringList SignalLog::fired() const
     return names;
 }
 
-QSignalSpy& SignalLog::spy(const QString& name)
-{
-    return *watched(name).spy;
-}
-
 QVariant SignalLog::argument(const QString& name, const QByteArray& parameter)
 {
-    Watched& signal = watched(name);
-    const int index = signal.method.parameterNames().indexOf(parameter);
-    if (index < 0 || signal.spy->isEmpty())
-        return QVariant();
-    return signal.spy->first().at(index);
-}
-
-SignalLog::Watched& SignalLog::watched(const QString& name)
-{
-    for (Watched& signal : m_spies)
-        if (signal.method.name() == name.toLatin1())
-            return signal;
-    qFatal("no signal %s", qPrintable(name));
+    const auto signal = std::find_if(m_spies.begin(), m_spies.end(),
+                                     [&](const Watched& watched) { return watched.method.name() == name.toLatin1(); });
+    if (signal == m_spies.end())
+        qFatal("no signal %s", qPrintable(name));
+    const int index = signal->method.parameterNames().indexOf(parameter);
+    return index < 0 || signal->spy->isEmpty() ? QVariant() : signal->spy->first().at(index);
 }
 
 void feedAnswer(IPCClient& client, const Message& msg)
@@ -77,18 +67,6 @@ void feedUnso(IPCClient& client, const std::string& id, const Message& msg)
 {
     QMutexLocker lock(client.mutex());
     client.process_unso_id(id, msg);
-}
-
-void feedLogin(IPCClient& client)
-{
-    QMutexLocker lock(client.mutex());
-    client.logged_in();
-}
-
-void feedConnectionChange(IPCClient& client)
-{
-    QMutexLocker lock(client.mutex());
-    client.connection_changed();
 }
 
 Message answer(const std::string& seq, const char* params)

@@ -38,7 +38,6 @@ public:
 
     // Signal names, once per emission, in declaration order.
     QStringList fired() const;
-    QSignalSpy& spy(const QString& name);
     // The named parameter of the signal's first emission; invalid when it has no such parameter.
     QVariant argument(const QString& name, const QByteArray& parameter);
 
@@ -47,7 +46,6 @@ private:
         QMetaMethod method;
         std::unique_ptr<QSignalSpy> spy;
     };
-    Watched& watched(const QString& name);
 
     std::vector<Watched> m_spies;
 };
@@ -55,8 +53,6 @@ private:
 // The library's side of the client: every call with the manager's lock held, as its loop does.
 void feedAnswer(IPCClient& client, const Message& msg);
 void feedUnso(IPCClient& client, const std::string& id, const Message& msg);
-void feedLogin(IPCClient& client);
-void feedConnectionChange(IPCClient& client);
 
 // An answer as the backend sends it: named after, and carrying, its "seq".
 Message answer(const std::string& seq, const char* params = "");

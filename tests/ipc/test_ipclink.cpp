@@ -10,7 +10,6 @@
 #include <QtTest>
 
 #include <functional>
-#include <map>
 
 namespace {
 
@@ -81,13 +80,6 @@ struct Link {
     QuickClient client{manager};
 };
 
-Message request(const QString& text)
-{
-    const QString name = text.section(' ', 0, 0);
-    const QByteArray params = text.section(' ', 1).toLatin1();
-    return Message(name.toStdString(), Params(params.constData()));
-}
-
 QStringList describe(const std::vector<Message>& messages)
 {
     QStringList texts;
@@ -96,11 +88,12 @@ QStringList describe(const std::vector<Message>& messages)
     return texts;
 }
 
+// "name k=v ..." texts as the client would send them.
 QStringList describe(const QStringList& requests)
 {
     std::vector<Message> messages;
     for (const QString& text : requests)
-        messages.push_back(request(text));
+        messages.emplace_back(text.section(' ', 0, 0).toStdString(), Params(text.section(' ', 1).toLatin1().constData()));
     return describe(messages);
 }
 
@@ -120,20 +113,6 @@ const QStringList kLoginBurst = {
     "cfgDescribe path=netmgr.remote.password seq=pwd",
 };
 
-const std::map<QString, std::function<void(IPCClient&)>> kOperations = {
-    {"requestNetworkList", [](IPCClient& c) { c.requestNetworkList(4); }},
-    {"requestNetworkDevice", [](IPCClient& c) { c.requestNetworkDevice("eth0", 1); }},
-    {"requestNetworkPath", [](IPCClient& c) { c.requestNetworkPath("netmgr.devices.wlan0", 3); }},
-    {"requestNetworkDeviceLocation", [](IPCClient& c) { c.requestNetworkDeviceLocation("wlan0", "home"); }},
-    {"requestConfigSetting", [](IPCClient& c) { c.requestConfigSetting("netmgr.devices.eth0.ipv4"); }},
-    {"requestBraidSettings", [](IPCClient& c) { c.requestBraidSettings(); }},
-    {"requestTunnelStatus", [](IPCClient& c) { c.requestTunnelStatus(); }},
-    {"requestPasswordStatus", [](IPCClient& c) { c.requestPasswordStatus(); }},
-    {"requestChannelInfo", [](IPCClient& c) { c.requestChannelInfo(); }},
-    {"requestPeerList", [](IPCClient& c) { c.requestPeerList(); }},
-    {"requestSettings", [](IPCClient& c) { c.requestSettings(); }},
-};
-
 } // namespace
 
 class TestIPCLink : public QObject {
@@ -143,9 +122,7 @@ private slots:
     void init();
 
     void loginToReady();
-    void requests_data();
     void requests();
-    void meteringDroppedRemotely_data();
     void meteringDroppedRemotely();
     void reconnection();
 };
@@ -184,97 +161,68 @@ void TestIPCLink::loginToReady()
     QCOMPARE(sessions.front().subscriptions, subscriptions);
 }
 
-void TestIPCLink::requests_data()
-{
-    QTest::addColumn<QString>("operation");
-    QTest::addColumn<QStringList>("sent");
-    QTest::addColumn<bool>("dumped");
-
-    QTest::newRow("network list") << "requestNetworkList"
-                                  << QStringList{"cfgDescribe path=netmgr.devices status=raw seq=networkList depth:u=4"}
-                                  << true;
-    QTest::newRow("network device")
-        << "requestNetworkDevice"
-        << QStringList{"cfgDescribe path=netmgr.devices.eth0 status=raw seq=networkDevice depth:u=1"} << true;
-    QTest::newRow("network path")
-        << "requestNetworkPath"
-        << QStringList{"cfgDescribe path=netmgr.devices.wlan0 status=raw seq=networkDeviceLocation depth:u=3"} << true;
-    QTest::newRow("network device location")
-        << "requestNetworkDeviceLocation"
-        << QStringList{"cfgDescribe path=netmgr.devices.wlan0.home status=raw seq=networkDeviceLocation depth:u=0"}
-        << true;
-    QTest::newRow("config setting") << "requestConfigSetting"
-                                    << QStringList{"cfgDescribe path=netmgr.devices.eth0.ipv4 seq=configSetting"} << true;
-    QTest::newRow("braid settings") << "requestBraidSettings"
-                                    << QStringList{"cfgDescribe path=netmgr.tunnel seq=braidSettings"} << true;
-    QTest::newRow("tunnel status") << "requestTunnelStatus"
-                                   << QStringList{"cfgGetStatus path=netmgr.tunnel seq=statusTunnel"} << true;
-    QTest::newRow("password status") << "requestPasswordStatus"
-                                     << QStringList{"cfgDescribe path=netmgr.remote.password seq=pwd"} << false;
-    QTest::newRow("channel info") << "requestChannelInfo"
-                                  << QStringList{"getChannelList seq=channelList", "getChannelOpts seq=channelOpts"}
-                                  << false;
-    QTest::newRow("peer list") << "requestPeerList" << QStringList{"getPeerList seq=peerList"} << false;
-    QTest::newRow("settings") << "requestSettings" << QStringList{"loadSettings seq=loadSettings"} << false;
-}
-
 void TestIPCLink::requests()
 {
-    QFETCH(QString, operation);
-    QFETCH(QStringList, sent);
-    QFETCH(bool, dumped);
+    struct Case {
+        std::function<void(IPCClient&)> operation;
+        QStringList sent;
+        bool dumped;
+    };
+    const Case cases[] = {
+        {[](IPCClient& c) { c.requestNetworkList(4); },
+         {"cfgDescribe path=netmgr.devices status=raw seq=networkList depth:u=4"}, true},
+        {[](IPCClient& c) { c.requestNetworkDevice("eth0", 1); },
+         {"cfgDescribe path=netmgr.devices.eth0 status=raw seq=networkDevice depth:u=1"}, true},
+        {[](IPCClient& c) { c.requestNetworkPath("netmgr.devices.wlan0", 3); },
+         {"cfgDescribe path=netmgr.devices.wlan0 status=raw seq=networkDeviceLocation depth:u=3"}, true},
+        {[](IPCClient& c) { c.requestNetworkDeviceLocation("wlan0", "home"); },
+         {"cfgDescribe path=netmgr.devices.wlan0.home status=raw seq=networkDeviceLocation depth:u=0"}, true},
+        {[](IPCClient& c) { c.requestConfigSetting("netmgr.devices.eth0.ipv4"); },
+         {"cfgDescribe path=netmgr.devices.eth0.ipv4 seq=configSetting"}, true},
+        {[](IPCClient& c) { c.requestBraidSettings(); }, {"cfgDescribe path=netmgr.tunnel seq=braidSettings"}, true},
+        {[](IPCClient& c) { c.requestPasswordStatus(); }, {"cfgDescribe path=netmgr.remote.password seq=pwd"}, false},
+        {[](IPCClient& c) { c.requestChannelInfo(); },
+         {"getChannelList seq=channelList", "getChannelOpts seq=channelOpts"}, false},
+    };
 
     Link link;
     ArrivalLog arrivals(link.client);
     link.start();
     QTRY_COMPARE(arrivals.states, QStringList{"1:0"});
-    const std::size_t before = link.commandCount();
+    std::size_t before = link.commandCount();
     QCOMPARE(before, std::size_t(kLoginBurst.size()));
-
-    LogCapture log;
-    kOperations.at(operation)(link.client);
-    QCOMPARE(describe(link.commandsFrom(before, sent.size())), describe(sent));
-
-    const QString firstDumpLine = describe(QStringList{sent.first()}).first().section('\n', 0, 0);
-    QCOMPARE(log.lines().contains("6 " + firstDumpLine), dumped);
+    for (const Case& c : cases) {
+        LogCapture log;
+        c.operation(link.client);
+        QCOMPARE(describe(link.commandsFrom(before, c.sent.size())), describe(c.sent));
+        before += c.sent.size();
+        const QString firstDumpLine = describe(QStringList{c.sent.first()}).first().section('\n', 0, 0);
+        QCOMPARE(log.lines().contains("6 " + firstDumpLine), c.dumped);
+    }
 }
 
-void TestIPCLink::meteringDroppedRemotely_data()
-{
-    QTest::addColumn<bool>("remote");
-    QTest::addColumn<QString>("name");
-    QTest::addColumn<bool>("sent");
-
-    QTest::newRow("local setMetering") << false << "setMetering" << true;
-    QTest::newRow("remote setMetering") << true << "setMetering" << false;
-    QTest::newRow("remote getPeerList") << true << "getPeerList" << true;
-    QTest::newRow("remote, other set request") << true << "setMeteringMode" << true;
-}
-
+// Requests keep their order, so once the marker is in, every request before it is in or never comes.
 void TestIPCLink::meteringDroppedRemotely()
 {
-    QFETCH(bool, remote);
-    QFETCH(QString, name);
-    QFETCH(bool, sent);
-
     Link link;
     ArrivalLog arrivals(link.client);
     link.start();
     QTRY_COMPARE(arrivals.states, QStringList{"1:0"});
     const std::size_t before = link.commandCount();
 
-    if (remote)
-        qputenv("REMOTE_UI", "unit.example");
-    Message candidate(name.toStdString());
-    QVERIFY(link.client.sendRequest(candidate));
-    // Requests keep their order, so once the marker is in, the candidate is in or never comes.
+    Message local("setMetering");
+    QVERIFY(link.client.sendRequest(local));
+    qputenv("REMOTE_UI", "unit.example");
+    for (const char* name : {"setMetering", "getPeerList", "setMeteringMode"}) {
+        Message candidate(name);
+        QVERIFY(link.client.sendRequest(candidate));
+    }
     link.client.sendRaw(Message("marker"));
 
     QStringList names;
-    for (const Message& msg : link.commandsFrom(before, sent ? 2 : 1))
+    for (const Message& msg : link.commandsFrom(before, 4))
         names << QString::fromStdString(msg.name);
-    const QStringList expected = sent ? QStringList{name, "marker"} : QStringList{"marker"};
-    QCOMPARE(names, expected);
+    QCOMPARE(names, (QStringList{"setMetering", "getPeerList", "setMeteringMode", "marker"}));
 }
 
 void TestIPCLink::reconnection()

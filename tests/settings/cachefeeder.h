@@ -7,6 +7,7 @@
 #include <QMutexLocker>
 #include <QtTest>
 
+#include <initializer_list>
 #include <string>
 #include <vector>
 
@@ -24,25 +25,44 @@ inline Message parse(const std::string& xmls)
     return msg;
 }
 
+// An option description: xmls, or the params of an "option" in the text syntax.
+inline Message option(const std::string& text)
+{
+    return text.rfind('<', 0) == 0 ? parse(text) : Message("option", Params(text.c_str()));
+}
+
+// A list answer such as "systemOpts", one option description per entry.
+inline Message optionList(const std::string& name, std::initializer_list<const char*> options)
+{
+    Message list(name);
+    for (const char* text : options)
+        list.add_child(option(text));
+    return list;
+}
+
 // The same tree as RequestLog::lastTree() gives, from xmls text.
 inline std::string tree(const std::string& xmls)
 {
     return parse(xmls).dump_text();
 }
 
-// Caches `xmls` as the answer `seq` and raises its signal (direct: the test runs on the GUI thread).
-inline void answer(const std::string& seq, const std::string& xmls)
+// Caches `msg` as the answer `seq` and raises its signal (direct: the test runs on the GUI thread).
+inline void answer(const std::string& seq, Message msg)
 {
-    Message msg = parse(xmls);
     msg.params().set_string("seq", seq);
     QMutexLocker lock(g_ipcClient.mutex());
     g_ipcClient.process_response(msg);
 }
 
+inline void answer(const std::string& seq, const std::string& xmls)
+{
+    answer(seq, parse(xmls));
+}
+
 // An empty answer: for the cache, as good as none.
 inline void forget(const std::string& seq)
 {
-    answer(seq, "<m n=\"" + seq + "\"/>");
+    answer(seq, Message(seq));
 }
 
 // Records every request from construction to destruction.
