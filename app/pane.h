@@ -122,7 +122,7 @@ private:
     int previous = ScreenPeerList;
     PeerList m_peerList;
     PeerEdit m_peerEdit;
-    // Screens not part of the program yet, in the order their indices first appear.
+    // Pages holding the indices of screens that are not part of the program yet.
     static constexpr int kPendingScreens = 8;
     std::array<PendingScreen, kPendingScreens> m_pending;
     Metering m_metering;

@@ -9,8 +9,6 @@
 #include <QMetaMethod>
 #include <QtTest>
 
-#include <functional>
-
 namespace {
 
 // The client's built-in password, as the unit's backend expects it.
@@ -48,10 +46,7 @@ private slots:
 // Reconnects within a second instead of the library's ten.
 class QuickClient : public IPCClient {
 public:
-    explicit QuickClient(IPCManagerQt& manager)
-        : IPCClient(manager)
-    {
-    }
+    explicit QuickClient(IPCManagerQt& manager) : IPCClient(manager) {}
     int retry_interval() const override { return 1; }
 };
 
@@ -66,7 +61,6 @@ struct Link {
     }
     void start() { manager.start(QThread::InheritPriority); }
 
-    std::size_t commandCount() { return server.commands().size(); }
     // The commands from `first` on, once at least `count` of them have arrived.
     std::vector<Message> commandsFrom(std::size_t first, std::size_t count)
     {
@@ -98,20 +92,12 @@ QStringList describe(const QStringList& requests)
 }
 
 const QStringList kLoginBurst = {
-    "loadSettings seq=loadSettings",
-    "cfgDescribe path=netmgr.devices status=raw seq=networkList depth:u=2",
-    "getProfileList seq=profileList",
-    "getCodecList seq=codecList",
-    "getDirectoryServer seq=directoryServer",
-    "getPeerList seq=peerList",
-    "getSysOptions seq=sysOptions",
-    "getPowerInfo seq=powerInfo",
-    "getChannelList seq=channelList",
-    "getChannelOpts seq=channelOpts",
-    "cfgGetStatus path=netmgr.tunnel seq=statusTunnel",
-    "getVersion seq=version",
-    "cfgDescribe path=netmgr.remote.password seq=pwd",
-};
+    "loadSettings seq=loadSettings", "cfgDescribe path=netmgr.devices status=raw seq=networkList depth:u=2",
+    "getProfileList seq=profileList", "getCodecList seq=codecList", "getDirectoryServer seq=directoryServer",
+    "getPeerList seq=peerList", "getSysOptions seq=sysOptions", "getPowerInfo seq=powerInfo",
+    "getChannelList seq=channelList", "getChannelOpts seq=channelOpts",
+    "cfgGetStatus path=netmgr.tunnel seq=statusTunnel", "getVersion seq=version",
+    "cfgDescribe path=netmgr.remote.password seq=pwd"};
 
 } // namespace
 
@@ -119,28 +105,22 @@ class TestIPCLink : public QObject {
     Q_OBJECT
 
 private slots:
-    void init();
-
-    void loginToReady();
-    void requests();
-    void meteringDroppedRemotely();
-    void reconnection();
+    void lifecycle();
 };
 
-void TestIPCLink::init()
+// Login to ready, a reconnection, then requests under REMOTE_UI. Only the first session gets answers:
+// after the reconnection the cache must still serve them.
+void TestIPCLink::lifecycle()
 {
     qunsetenv("REMOTE_UI");
     qunsetenv("REMOTE_UI_PASS");
-}
-
-void TestIPCLink::loginToReady()
-{
     Link link;
     link.server.set_handler([](TestServer& backend, const IPCSessionInfo& session, const Message& msg) {
-        Message reply = answer(msg.params().get_string("seq", ""));
+        Message reply = answer(msg.params().get_string("seq", ""), "session:i=1");
         if (reply.name == "pwd")
             reply.add_child("option").params().set_bool("defaulted", true);
-        backend.send_response(session.id, reply);
+        if (backend.logins() == 1)
+            backend.send_response(session.id, reply);
     });
     ArrivalLog arrivals(link.client);
     link.start();
@@ -152,64 +132,19 @@ void TestIPCLink::loginToReady()
                                           "recvVersion", "changedState"}));
     QVERIFY(arrivals.allOnOwnThread);
     QCOMPARE(describe(link.server.commands()), describe(kLoginBurst));
+    const std::vector<std::string> subscriptions = {
+        "peer_stats", "channel_stats", "tun_conns", "tun_stats", "power", "cfgData:netmgr.devices.*",
+        "cfgStatus:netmgr.devices", "cfgStatus:netmgr.devices.*", "cfgStatus:netmgr.tunnel", "wifi:*"};
+    QCOMPARE(link.server.sessions().at(0).subscriptions, subscriptions);
+    const Message peers = cached(link.client, "peerList");
+    QCOMPARE(peers.params().get_int("session", 0), 1);
 
-    const std::vector<IPCSessionInfo> sessions = link.server.sessions();
-    QCOMPARE(sessions.size(), std::size_t(1));
-    const std::vector<std::string> subscriptions = {"peer_stats", "channel_stats", "tun_conns", "tun_stats", "power",
-                                                    "cfgData:netmgr.devices.*", "cfgStatus:netmgr.devices",
-                                                    "cfgStatus:netmgr.devices.*", "cfgStatus:netmgr.tunnel", "wifi:*"};
-    QCOMPARE(sessions.front().subscriptions, subscriptions);
-}
+    link.server.drop_sessions();
+    QTRY_COMPARE(arrivals.states, (QStringList{"1:0", "2:1", "0:1", "1:1"}));
+    QCOMPARE(describe(link.commandsFrom(kLoginBurst.size(), kLoginBurst.size())), describe(kLoginBurst));
+    QVERIFY(cached(link.client, "peerList") == peers);
 
-void TestIPCLink::requests()
-{
-    struct Case {
-        std::function<void(IPCClient&)> operation;
-        QStringList sent;
-        bool dumped;
-    };
-    const Case cases[] = {
-        {[](IPCClient& c) { c.requestNetworkList(4); },
-         {"cfgDescribe path=netmgr.devices status=raw seq=networkList depth:u=4"}, true},
-        {[](IPCClient& c) { c.requestNetworkDevice("eth0", 1); },
-         {"cfgDescribe path=netmgr.devices.eth0 status=raw seq=networkDevice depth:u=1"}, true},
-        {[](IPCClient& c) { c.requestNetworkPath("netmgr.devices.wlan0", 3); },
-         {"cfgDescribe path=netmgr.devices.wlan0 status=raw seq=networkDeviceLocation depth:u=3"}, true},
-        {[](IPCClient& c) { c.requestNetworkDeviceLocation("wlan0", "home"); },
-         {"cfgDescribe path=netmgr.devices.wlan0.home status=raw seq=networkDeviceLocation depth:u=0"}, true},
-        {[](IPCClient& c) { c.requestConfigSetting("netmgr.devices.eth0.ipv4"); },
-         {"cfgDescribe path=netmgr.devices.eth0.ipv4 seq=configSetting"}, true},
-        {[](IPCClient& c) { c.requestBraidSettings(); }, {"cfgDescribe path=netmgr.tunnel seq=braidSettings"}, true},
-        {[](IPCClient& c) { c.requestPasswordStatus(); }, {"cfgDescribe path=netmgr.remote.password seq=pwd"}, false},
-        {[](IPCClient& c) { c.requestChannelInfo(); },
-         {"getChannelList seq=channelList", "getChannelOpts seq=channelOpts"}, false},
-    };
-
-    Link link;
-    ArrivalLog arrivals(link.client);
-    link.start();
-    QTRY_COMPARE(arrivals.states, QStringList{"1:0"});
-    std::size_t before = link.commandCount();
-    QCOMPARE(before, std::size_t(kLoginBurst.size()));
-    for (const Case& c : cases) {
-        LogCapture log;
-        c.operation(link.client);
-        QCOMPARE(describe(link.commandsFrom(before, c.sent.size())), describe(c.sent));
-        before += c.sent.size();
-        const QString firstDumpLine = describe(QStringList{c.sent.first()}).first().section('\n', 0, 0);
-        QCOMPARE(log.lines().contains("6 " + firstDumpLine), c.dumped);
-    }
-}
-
-// Requests keep their order, so once the marker is in, every request before it is in or never comes.
-void TestIPCLink::meteringDroppedRemotely()
-{
-    Link link;
-    ArrivalLog arrivals(link.client);
-    link.start();
-    QTRY_COMPARE(arrivals.states, QStringList{"1:0"});
-    const std::size_t before = link.commandCount();
-
+    // Requests keep their order, so once the marker is in, every request before it is in or never comes.
     Message local("setMetering");
     QVERIFY(link.client.sendRequest(local));
     qputenv("REMOTE_UI", "unit.example");
@@ -218,34 +153,12 @@ void TestIPCLink::meteringDroppedRemotely()
         QVERIFY(link.client.sendRequest(candidate));
     }
     link.client.sendRaw(Message("marker"));
-
     QStringList names;
-    for (const Message& msg : link.commandsFrom(before, 4))
+    for (const Message& msg : link.commandsFrom(2 * kLoginBurst.size(), 4))
         names << QString::fromStdString(msg.name);
     QCOMPARE(names, (QStringList{"setMetering", "getPeerList", "setMeteringMode", "marker"}));
 }
 
-void TestIPCLink::reconnection()
-{
-    Link link;
-    // Only the first session gets answers: after the reconnection the cache must still serve them.
-    link.server.set_handler([](TestServer& backend, const IPCSessionInfo& session, const Message& msg) {
-        if (backend.logins() == 1)
-            backend.send_response(session.id, answer(msg.params().get_string("seq", ""), "session:i=1"));
-    });
-    ArrivalLog arrivals(link.client);
-    link.start();
-    QTRY_COMPARE(arrivals.states, (QStringList{"1:0", "2:0"}));
-    const Message peers = cached(link.client, "peerList");
-    QCOMPARE(peers.params().get_int("session", 0), 1);
-
-    link.server.drop_sessions();
-    QTRY_COMPARE(arrivals.states, (QStringList{"1:0", "2:0", "0:0"}));
-    QTRY_COMPARE(arrivals.states, (QStringList{"1:0", "2:0", "0:0", "1:0"}));
-
-    QCOMPARE(describe(link.commandsFrom(kLoginBurst.size(), kLoginBurst.size())), describe(kLoginBurst));
-    QVERIFY(cached(link.client, "peerList") == peers);
-}
 
 QTEST_GUILESS_MAIN(TestIPCLink)
 #include "test_ipclink.moc"

@@ -1,21 +1,19 @@
 #include "ipcinstances.h"
 #include "metering.h"
 
-#include <QSignalSpy>
 #include <QtTest>
 
 #include <vector>
 
 namespace {
-Params barParams(int x, int y, int width, int height, int channel, bool playback)
+// Rows 0 and 1 are the inputs' left and right channel, rows 2 and 3 the playback's.
+Params bar(int x, int y, int width, int height, int row)
 {
     Params params;
-    params.set_uint("x", uint32_t(x));
-    params.set_uint("y", uint32_t(y));
-    params.set_uint("width", uint32_t(width));
-    params.set_uint("height", uint32_t(height));
-    params.set_uint("channel", uint32_t(channel));
-    params.set_bool("playback", playback);
+    for (const auto& [key, value] : {std::pair<const char*, int>{"x", x}, {"y", y}, {"width", width},
+                                     {"height", height}, {"channel", row % 2}})
+        params.set_uint(key, uint32_t(value));
+    params.set_bool("playback", row >= 2);
     return params;
 }
 
@@ -29,23 +27,18 @@ class TestMetering : public QObject {
 private slots:
     void initTestCase();
     void init();
-    void cleanup();
-    void cleanupTestCase();
+    void cleanup() { delete m_window; }
+    void cleanupTestCase() { g_ipcClient.setRequestTap(nullptr); }
     void requestFollowsFlags_data();
     void requestFollowsFlags();
     void unchangedFlagsSendNothing();
     void suspendSignalsFollowTheRequest();
-    void menuPausesOnlyTheBigMeter();
-    void meterChangeAnswerReportsSuspension();
-    void remoteScreenLeavesTheMetersAlone();
 
 private:
     // The bars a request should carry: the small meter's in the status bar, then the big meter's
     // (200 x 100 gives bars 170 long and 17 high).
     std::vector<Params> expectedBars(bool small, bool big) const;
     void setReady(bool ready);
-    // An empty message when nothing was sent.
-    Message lastRequest() const;
 
     std::vector<Message> m_sent;
     QWidget *m_window = nullptr;
@@ -59,11 +52,6 @@ void TestMetering::initTestCase()
     g_ipcClient.setRequestTap([this](const Message &request) { m_sent.push_back(request); });
 }
 
-void TestMetering::cleanupTestCase()
-{
-    g_ipcClient.setRequestTap(nullptr);
-}
-
 void TestMetering::init()
 {
     m_window = new QWidget;
@@ -73,11 +61,6 @@ void TestMetering::init()
     m_sent.clear();
 }
 
-void TestMetering::cleanup()
-{
-    delete m_window;
-}
-
 std::vector<Params> TestMetering::expectedBars(bool small, bool big) const
 {
     std::vector<Params> bars;
@@ -85,20 +68,15 @@ std::vector<Params> TestMetering::expectedBars(bool small, bool big) const
     const int bigRows[4] = {0, 19, 64, 83};
     const QPoint origin = kScreenOffset + m_metering->meterWidget->pos();
     for (int row = 0; small && row < 4; ++row)
-        bars.push_back(barParams(555, smallRows[row], 78, 2, row % 2, row >= 2));
+        bars.push_back(bar(555, smallRows[row], 78, 2, row));
     for (int row = 0; big && row < 4; ++row)
-        bars.push_back(barParams(origin.x() + 15, origin.y() + bigRows[row], 170, 17, row % 2, row >= 2));
+        bars.push_back(bar(origin.x() + 15, origin.y() + bigRows[row], 170, 17, row));
     return bars;
 }
 
 void TestMetering::setReady(bool ready)
 {
     emit g_ipcClient.changedState(ready ? IPCClient::IPC_READY : IPCClient::IPC_LOGGED_IN, false);
-}
-
-Message TestMetering::lastRequest() const
-{
-    return m_sent.empty() ? Message() : m_sent.back();
 }
 
 // flags: s small meter created, r link ready, b big meter enabled, u suspended, p big meter paused.
@@ -112,11 +90,9 @@ void TestMetering::requestFollowsFlags_data()
     QTest::newRow("ready, other screen") << "sr" << true << false;
     QTest::newRow("ready, meters shown") << "srb" << true << true;
     QTest::newRow("menu over meters") << "srbp" << true << false;
-    QTest::newRow("paused on other screen") << "srp" << true << false;
     QTest::newRow("suspended and paused") << "srbup" << false << false;
     QTest::newRow("suspended, big running") << "srbu" << false << true;
     QTest::newRow("no small meter") << "rb" << false << true;
-    QTest::newRow("no small meter, other screen") << "r" << false << false;
 }
 
 void TestMetering::requestFollowsFlags()
@@ -134,7 +110,8 @@ void TestMetering::requestFollowsFlags()
     m_metering->setSuspended(flags.contains('u'), flags.contains('p'));
 
     const std::vector<Params> expected = expectedBars(smallBars, bigBars);
-    const Message request = lastRequest();
+    QVERIFY(!m_sent.empty());
+    const Message request = m_sent.back();
     QCOMPARE(request.name, std::string("setMetering"));
     QCOMPARE(request.child_count(), expected.size());
     for (std::size_t i = 0; i < expected.size(); ++i) {
@@ -147,8 +124,6 @@ void TestMetering::unchangedFlagsSendNothing()
 {
     m_metering->createSmallMeter(m_statusBar);
     emit g_ipcClient.changedState(IPCClient::IPC_LOGGED_IN, false);
-    emit g_ipcClient.changedState(IPCClient::IPC_UPDATING, false);
-    m_metering->setBigMeterEnabled(false);
     m_metering->setSuspended(false, false);
     QCOMPARE(m_sent.size(), std::size_t(0));
 
@@ -176,50 +151,6 @@ void TestMetering::suspendSignalsFollowTheRequest()
     m_metering->setSuspended(false, false);
     QCOMPARE(sentAtSuspended, QList<std::size_t>{1});
     QCOMPARE(sentAtActive, QList<std::size_t>{2});
-}
-
-void TestMetering::menuPausesOnlyTheBigMeter()
-{
-    m_metering->createSmallMeter(m_statusBar);
-    setReady(true);
-    m_metering->setBigMeterEnabled(true);
-    QVERIFY(QMetaObject::invokeMethod(m_metering, "menuAboutToShow"));
-    QCOMPARE(lastRequest().child_count(), std::size_t(4));
-    QCOMPARE(lastRequest().child(0).params(), expectedBars(true, false).front());
-    QVERIFY(QMetaObject::invokeMethod(m_metering, "menuAboutToHide"));
-    QCOMPARE(lastRequest().child_count(), std::size_t(8));
-
-    // A menu opened while the meters were suspended resumes them.
-    m_metering->setSuspended(true, true);
-    QVERIFY(QMetaObject::invokeMethod(m_metering, "menuAboutToShow"));
-    QCOMPARE(lastRequest().child_count(), std::size_t(4));
-}
-
-void TestMetering::meterChangeAnswerReportsSuspension()
-{
-    QSignalSpy suspended(m_metering, &Metering::metersSuspended);
-    QSignalSpy active(m_metering, &Metering::metersActive);
-    emit g_ipcClient.recvSetMetering();
-    QCOMPARE(active.count(), 1);
-    QCOMPARE(suspended.count(), 0);
-
-    m_metering->setSuspended(true, false);
-    const std::size_t sent = m_sent.size();
-    emit g_ipcClient.recvSetMetering();
-    QCOMPARE(suspended.count(), 2);
-    QCOMPARE(active.count(), 1);
-    QCOMPARE(m_sent.size(), sent);
-}
-
-void TestMetering::remoteScreenLeavesTheMetersAlone()
-{
-    qputenv("REMOTE_UI", "unit.example");
-    setReady(true);
-    m_metering->setBigMeterEnabled(true);
-    qunsetenv("REMOTE_UI");
-    QCOMPARE(m_sent.size(), std::size_t(0));
-    m_metering->setBigMeterEnabled(false);
-    QCOMPARE(m_sent.size(), std::size_t(1));
 }
 
 QTEST_MAIN(TestMetering)

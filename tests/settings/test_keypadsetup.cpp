@@ -1,6 +1,5 @@
 #include "cachefeeder.h"
 #include "keypadsetup.h"
-#include "platformkey.h"
 
 #include <QSignalSpy>
 #include <QtTest>
@@ -41,10 +40,6 @@ private slots:
     void loadingRaisesTheChangeSignalsWithoutStoring();
     void choosingAModeStoresItsNumber_data();
     void choosingAModeStoresItsNumber();
-    void everyKeystrokeInTheUrlStoresAndReloads();
-    void restrictedModeIsStoredAndAnnounced();
-    void keypadMovesAndChanges_data();
-    void keypadMovesAndChanges();
 };
 
 void TestKeypadSetup::loadingShowsTheStoredSettings_data()
@@ -56,12 +51,8 @@ void TestKeypadSetup::loadingShowsTheStoredSettings_data()
     const std::string restricted = group("p_general", "<b k=\"restricted\">true</b>");
     QTest::newRow("all three") << QString::fromStdString(modeGroup(2) + browser + restricted)
                                << "Toggle to Remote Manager=2 http://a.example/ restricted";
-    QTest::newRow("braid stats") << QString::fromStdString(modeGroup(9) + browser)
-                                 << "Toggle to Braid Stats=9 http://a.example/";
     QTest::newRow("mode 10 cycles") << QString::fromStdString(modeGroup(10) + browser)
                                     << "Cycle Through Screens=0 http://a.example/";
-    QTest::newRow("url missing in its group") << QString::fromStdString(group("p_browser", ""))
-                                              << "Toggle to Channel Stats=4 ";
     const std::string other = group("p_other", "<b k=\"restricted\">true</b><s k=\"homeURL\">x</s>");
     QTest::newRow("other groups ignored") << QString::fromStdString(browser + other)
                                           << "Toggle to Channel Stats=4 http://a.example/";
@@ -105,7 +96,6 @@ void TestKeypadSetup::choosingAModeStoresItsNumber_data()
     QTest::addColumn<int>("stored");
 
     // Braid Stats sits before Audio Meters in the list but stores 9.
-    QTest::newRow("first entry") << "Cycle Through Screens" << 0;
     QTest::newRow("braid stats") << "Toggle to Braid Stats" << 9;
     QTest::newRow("after braid stats") << "Toggle to Audio Meters" << 5;
 }
@@ -123,77 +113,6 @@ void TestKeypadSetup::choosingAModeStoresItsNumber()
     QCOMPARE(log.requests().size(), std::size_t(1));
     QCOMPARE(log.lastTree(), cachefeeder::tree("<m n=\"storeSettings\"><s k=\"group\">p_keypad</s>"
                                                "<i k=\"keypadF2Mode\">" + std::to_string(stored) + "</i></m>"));
-}
-
-void TestKeypadSetup::everyKeystrokeInTheUrlStoresAndReloads()
-{
-    KeypadSetup setup;
-    setup.browserHomeURL->clear();
-    QSignalSpy home(&setup, &KeypadSetup::browserHomeChanged);
-    RequestLog log;
-    QTest::keyClicks(setup.browserHomeURL, "ab");
-
-    QStringList sent;
-    for (const Message& request : log.requests())
-        sent << QString::fromStdString(request.name + " " + request.params().get_string("homeURL", ""));
-    QCOMPARE(sent, (QStringList{"storeSettings a", "loadSettings ", "storeSettings ab", "loadSettings "}));
-    QCOMPARE(log.requests().front().params().get_string("group", ""), std::string("p_browser"));
-    QCOMPARE(home.count(), 2);
-    QCOMPARE(home.at(1).at(0).toString(), QString("ab"));
-}
-
-void TestKeypadSetup::restrictedModeIsStoredAndAnnounced()
-{
-    KeypadSetup setup;
-    loadSettings(group("p_general", "<b k=\"restricted\">false</b>"));
-    QSignalSpy restricted(&setup, &KeypadSetup::restrictedModeChanged);
-    RequestLog log;
-    setup.restrictedUser->setChecked(true);
-    QCOMPARE(log.lastTree(), cachefeeder::tree("<m n=\"storeSettings\"><s k=\"group\">p_general</s>"
-                                               "<b k=\"restricted\">true</b></m>"));
-    QCOMPARE(restricted.count(), 1);
-}
-
-void TestKeypadSetup::keypadMovesAndChanges_data()
-{
-    QTest::addColumn<QString>("focus");
-    QTest::addColumn<int>("key");
-    QTest::addColumn<QString>("focusAfter");
-    QTest::addColumn<QString>("stateAfter");
-    QTest::addColumn<int>("cursorAfter");
-
-    // Start: mode 3, restricted off, cursor at 2 in "abcd"; tabbing into the line puts the cursor at its end.
-    const QString start = "Toggle to Peer Stats=3 abcd";
-    QTest::newRow("right on mode: next mode") << "comboF2KeyMode" << int(Qt::Key_Right) << "comboF2KeyMode"
-                                              << "Toggle to Channel Stats=4 abcd" << 2;
-    QTest::newRow("down on mode: to url") << "comboF2KeyMode" << int(Qt::Key_Down) << "browserHomeURL" << start << 4;
-    QTest::newRow("left on url: cursor") << "browserHomeURL" << int(Qt::Key_Left) << "browserHomeURL" << start << 1;
-    QTest::newRow("down on url: to restricted") << "browserHomeURL" << int(Qt::Key_Down) << "restrictedUser" << start
-                                                << 2;
-    QTest::newRow("left on restricted: toggle") << "restrictedUser" << int(Qt::Key_Left) << "restrictedUser"
-                                                << start + " restricted" << 2;
-    QTest::newRow("other keys ignored") << "restrictedUser" << int(Qt::Key_Space) << "restrictedUser" << start << 2;
-}
-
-void TestKeypadSetup::keypadMovesAndChanges()
-{
-    QFETCH(QString, focus);
-    QFETCH(int, key);
-    QFETCH(QString, focusAfter);
-    QFETCH(QString, stateAfter);
-    QFETCH(int, cursorAfter);
-
-    KeypadSetup setup;
-    QVERIFY(showActive(&setup));
-    loadSettings(modeGroup(3) + group("p_browser", "<s k=\"homeURL\">abcd</s>")
-                 + group("p_general", "<b k=\"restricted\">false</b>"));
-    setup.browserHomeURL->setCursorPosition(2);
-    setup.findChild<QWidget*>(focus)->setFocus();
-    setup.handleKey(key, true, false);
-    setup.handleKey(key, false, false);
-    QCOMPARE(QApplication::focusWidget()->objectName(), focusAfter);
-    QCOMPARE(state(setup), stateAfter);
-    QCOMPARE(setup.browserHomeURL->cursorPosition(), cursorAfter);
 }
 
 QTEST_MAIN(TestKeypadSetup)

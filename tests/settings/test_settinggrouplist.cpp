@@ -5,20 +5,18 @@
 
 using cachefeeder::answer;
 
-// What the backend lists: channels (one advanced, two without remote settings), their channel
-// and profile options, system options in three groups, and three profiles.
+// What the backend lists: channels (two without remote settings), their channel
+// and profile options, system options in three groups, and two profiles.
 namespace {
 const char* const kChannels = R"(<m n="channelList">
     <m n="channel"><s k="id">ip</s><s k="descr">IP (UDP)</s><s k="port">9100</s></m>
-    <m n="channel"><s k="id">tcp</s><s k="descr">IP (TCP)</s><b k="advanced">true</b></m>
     <m n="channel"><s k="id">sip</s><s k="descr">SIP</s><b k="remote_opts">false</b></m>
     <m n="channel"><s k="id">pots</s><s k="descr">Telephone Line</s><b k="remote_opts">false</b></m></m>)";
 const Message kChannelOpts = cachefeeder::optionList("channelOpts", {
     R"(display_name="UDP Port" channel=ip)", "display_name=DSCP channel=ip advanced:b=true",
     R"(display_name="SIP User" channel=sip)", R"(display_name="ISDN Line" channel=isdn)",
-    "display_name=Encoder channel=ip profile_opt:b=true",
+    "display_name=Encoder channel=ip profile_opt:b=true", "display_name=Jitter channel=ip profile_opt:b=true",
     "display_name=FEC channel=ip profile_opt:b=true advanced:b=true",
-    "display_name=Jitter channel=ip profile_opt:b=true",
     R"(display_name="Line Mode" channel=pots profile_opt:b=true)"});
 const Message kSystemOpts = cachefeeder::optionList("systemOpts", {
     R"(display_name="Unit Name" group_name=General)", "display_name=Directory group_name=Directory",
@@ -27,8 +25,7 @@ const Message kSystemOpts = cachefeeder::optionList("systemOpts", {
 const char* const kProfiles = R"(<m n="profileList">
     <m n="profile"><i k="id">2</i><m n="settings"><s k="name">Studio Link</s><s k="channel">ip</s></m></m>
     <m n="profile"><i k="id">3</i><m n="settings"><s k="name">Phone</s><s k="channel">pots</s>
-      <s k="visible">false</s></m></m>
-    <m n="profile"><i k="id">4</i><m n="settings"><s k="channel">isdn</s></m></m></m>)";
+      <s k="visible">false</s></m></m></m>)";
 
 // "Title: Name, Name | Title: ..." for comparing a whole list at once.
 QString outline(const SettingGroupList& groups)
@@ -51,10 +48,8 @@ private slots:
     void init();
     void profileGroups_data();
     void profileGroups();
-    void channelChoices_data();
-    void channelChoices();
-    void systemGroups_data();
-    void systemGroups();
+    void channelChoicesSkipHiddenAdvanced();
+    void systemGroupsSortedBeforeChannelGroups();
 };
 
 void TestSettingGroupList::init()
@@ -69,115 +64,68 @@ void TestSettingGroupList::init()
 void TestSettingGroupList::profileGroups_data()
 {
     QTest::addColumn<QString>("profileId");
-    QTest::addColumn<bool>("showAdvanced");
     QTest::addColumn<QString>("outline");
     QTest::addColumn<QString>("globals");
 
     const QString global = "Global Settings: Profile Name, Channel, Visible";
     const QString ipGroups = " | Local Settings: Encoder, Jitter | Remote Settings: Encoder, Jitter";
-    QTest::newRow("local and remote") << "2" << false << global + ipGroups << "Studio Link, IP (UDP)*, Visible*";
-    QTest::newRow("advanced shown") << "2" << true << global + " | Local Settings: Encoder, FEC, Jitter"
-                                                         " | Remote Settings: Encoder, FEC, Jitter"
-                                    << "Studio Link, IP (UDP)*, Visible*";
-    QTest::newRow("no remote settings on the channel") << "3" << false << global + " | Local Settings: Line Mode"
+    // FEC is advanced, so hidden.
+    QTest::newRow("local and remote") << "2" << global + ipGroups << "Studio Link, IP (UDP)*, Visible*";
+    QTest::newRow("no remote settings on the channel") << "3" << global + " | Local Settings: Line Mode"
                                                        << "Phone, Telephone Line, Invisible";
-    QTest::newRow("unknown channel has no remote settings") << "4" << false << global << "";
-    QTest::newRow("profile unknown: the defaults") << "9" << false << global + ipGroups
-                                                   << "New Profile*, IP (UDP)*, Visible*";
 }
 
 void TestSettingGroupList::profileGroups()
 {
     QFETCH(QString, profileId);
-    QFETCH(bool, showAdvanced);
     QFETCH(QString, outline);
     QFETCH(QString, globals);
 
     SettingGroupList groups;
-    const SettingOption* channel = groups.buildProfileGroups(profileId.toStdString(), showAdvanced);
+    groups.buildProfileGroups(profileId.toStdString(), false);
     QCOMPARE(::outline(groups), outline);
-    QCOMPARE(channel, groups.option(0, 1));
     QStringList shown;
     for (int o = 0; o < 3; ++o) {
         const SettingOption* global = groups.option(0, o);
         QCOMPARE(global->getSection(), std::string("settings"));
         shown << QString::fromStdString(global->currentText()) + (global->isDefault() ? "*" : "");
     }
-    if (!globals.isEmpty())
-        QCOMPARE(shown.join(", "), globals);
-    for (int g = 1; g < groups.groupCount(); ++g) {
+    QCOMPARE(shown.join(", "), globals);
+    for (int g = 1; g < groups.groupCount(); ++g)
         for (int o = 0; o < groups.optionCount(g); ++o)
             QCOMPARE(groups.option(g, o)->getSection(), std::string(g == 1 ? "local" : "remote"));
+}
+
+// The default channel is the first one offered, so a hidden first channel leaves none.
+void TestSettingGroupList::channelChoicesSkipHiddenAdvanced()
+{
+    answer("channelList", R"(<m n="channelList">
+        <m n="channel"><s k="id">tcp</s><s k="descr">IP (TCP)</s><b k="advanced">true</b></m>
+        <m n="channel"><s k="id">ip</s><s k="descr">IP (UDP)</s></m></m>)");
+    for (bool showAdvanced : {false, true}) {
+        SettingGroupList groups;
+        // Profile 9 does not exist: its channel is the default.
+        const SettingOption* channel = groups.buildProfileGroups("9", showAdvanced);
+        QStringList choices;
+        for (const SettingOption::Choice& choice : channel->choices())
+            choices << QString::fromStdString(choice.first + "=" + choice.second);
+        QCOMPARE(choices.join(", "), QString(showAdvanced ? "IP (TCP)=tcp, IP (UDP)=ip" : "IP (UDP)=ip"));
+        QCOMPARE(QString::fromStdString(channel->defaultText()), QString(showAdvanced ? "IP (TCP)" : ""));
     }
 }
 
-void TestSettingGroupList::channelChoices_data()
+void TestSettingGroupList::systemGroupsSortedBeforeChannelGroups()
 {
-    QTest::addColumn<QString>("channels");
-    QTest::addColumn<bool>("showAdvanced");
-    QTest::addColumn<QStringList>("choices");
-    QTest::addColumn<QString>("defaultText");
-
-    QTest::newRow("advanced hidden") << kChannels << false
-                                     << QStringList{"IP (UDP)=ip", "SIP=sip", "Telephone Line=pots"} << "IP (UDP)";
-    const QString advancedFirst = R"(<m n="channelList">
-        <m n="channel"><s k="id">tcp</s><s k="descr">IP (TCP)</s><b k="advanced">true</b></m>
-        <m n="channel"><s k="id">ip</s><s k="descr">IP (UDP)</s></m></m>)";
-    QTest::newRow("first channel hidden: no default") << advancedFirst << false << QStringList{"IP (UDP)=ip"} << "";
-    QTest::newRow("first channel shown is the default") << advancedFirst << true
-                                                        << QStringList{"IP (TCP)=tcp", "IP (UDP)=ip"} << "IP (TCP)";
-}
-
-void TestSettingGroupList::channelChoices()
-{
-    QFETCH(QString, channels);
-    QFETCH(bool, showAdvanced);
-    QFETCH(QStringList, choices);
-    QFETCH(QString, defaultText);
-
-    answer("channelList", channels.toStdString());
+    const QString channelGroups = " | SIP Settings: SIP User | isdn Settings: ISDN Line";
     SettingGroupList groups;
-    // Profile 9 does not exist: its channel is the default.
-    const SettingOption* channel = groups.buildProfileGroups("9", showAdvanced);
-    QStringList actual;
-    for (const SettingOption::Choice& choice : channel->choices())
-        actual << QString::fromStdString(choice.first + "=" + choice.second);
-    QCOMPARE(actual, choices);
-    QCOMPARE(QString::fromStdString(channel->defaultText()), defaultText);
-    QVERIFY(channel->isDefault());
-}
-
-void TestSettingGroupList::systemGroups_data()
-{
-    QTest::addColumn<bool>("showAdvanced");
-    QTest::addColumn<QString>("forgotten");
-    QTest::addColumn<QString>("outline");
-
-    QTest::newRow("sorted, system before channel groups") << false << ""
-        << "Audio: Headphone Gain | Directory: Directory | General: Unit Name, Time Zone"
-           " | IP (UDP) Settings: UDP Port | SIP Settings: SIP User | isdn Settings: ISDN Line";
-    QTest::newRow("advanced shown") << true << ""
-        << "Audio: Headphone Gain | Directory: Directory | General: Unit Name, Time Server, Time Zone"
-           " | IP (UDP) Settings: UDP Port, DSCP | SIP Settings: SIP User | isdn Settings: ISDN Line";
-    QTest::newRow("no channel names") << false << "channelList"
-        << "Audio: Headphone Gain | Directory: Directory | General: Unit Name, Time Zone"
-           " | ip Settings: UDP Port | isdn Settings: ISDN Line | sip Settings: SIP User";
-}
-
-void TestSettingGroupList::systemGroups()
-{
-    QFETCH(bool, showAdvanced);
-    QFETCH(QString, forgotten);
-    QFETCH(QString, outline);
-
-    if (!forgotten.isEmpty())
-        cachefeeder::forget(forgotten.toStdString());
-    SettingGroupList groups;
-    groups.buildSystemGroups(showAdvanced);
-    QCOMPARE(::outline(groups), outline);
+    groups.buildSystemGroups(true);
     // Rebuilding starts afresh.
-    groups.buildSystemGroups(showAdvanced);
-    QCOMPARE(::outline(groups), outline);
+    groups.buildSystemGroups(false);
+    QCOMPARE(outline(groups), "Audio: Headphone Gain | Directory: Directory | General: Unit Name, Time Zone"
+                              " | IP (UDP) Settings: UDP Port" + channelGroups);
+    groups.buildSystemGroups(true);
+    QCOMPARE(outline(groups), "Audio: Headphone Gain | Directory: Directory | General: Unit Name, Time Server, "
+                              "Time Zone | IP (UDP) Settings: UDP Port, DSCP" + channelGroups);
 }
 
 QTEST_MAIN(TestSettingGroupList)

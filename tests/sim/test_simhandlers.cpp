@@ -6,14 +6,12 @@
 
 #include <gtest/gtest.h>
 
-#include <set>
 #include <vector>
 
 namespace {
 
 // The unit's request handlers over a scenario, with the answers each request gets.
-class Handlers {
-public:
+struct Handlers {
     explicit Handlers(const std::string& scenarioText = std::string()) : m_unit(1)
     {
         std::string error;
@@ -33,9 +31,6 @@ public:
         return answers;
     }
 
-    Unit& unit() { return m_unit; }
-
-private:
     Unit m_unit;
     RequestRouter m_router;
 };
@@ -77,7 +72,7 @@ TEST(SimHandlers, PasswordStatusFollowsTheDefaultedFlag)
     Handlers handlers;
     const char* const pwd = "path=netmgr.remote.password seq=pwd";
     EXPECT_FALSE(handlers.ask("cfgDescribe", pwd).at(0).get_child("option", 0).params().get_bool("defaulted", true));
-    handlers.unit().config().findOption("netmgr.remote.password")->params().set_bool("defaulted", true);
+    handlers.m_unit.config().findOption("netmgr.remote.password")->params().set_bool("defaulted", true);
     EXPECT_TRUE(handlers.ask("cfgDescribe", pwd).at(0).get_child("option", 0).params().get_bool("defaulted", false));
 }
 
@@ -86,8 +81,7 @@ TEST(SimHandlers, NetworkStatusCarriesTheDevicesAndSessions)
     Handlers handlers;
     const Message list = handlers.ask("cfgDescribe", "path=netmgr.devices status=raw seq=networkList depth:u=2").at(0);
     const Message* devices = list.find_child("node");
-    ASSERT_NE(devices, nullptr);
-    const Message* status = devices->find_child("status");
+    const Message* status = devices ? devices->find_child("status") : nullptr;
     ASSERT_NE(status, nullptr);
     // eth0, wlan0 and wwan0 are up; wlan1 is not installed and the telephone line is view-only.
     EXPECT_EQ(status->params().get_uint("num_alive", 0), 3u);
@@ -108,7 +102,6 @@ TEST(SimHandlers, UnknownPathsAnswerAFailure)
         const std::vector<Message> answers = handlers.ask(name, "path=netmgr.devices.eth9 seq=networkDevice");
         ASSERT_EQ(answers.size(), 1u);
         EXPECT_TRUE(answers[0].params().get_bool("fail", false));
-        EXPECT_EQ(answers[0].child_count(), 0u);
         EXPECT_EQ(answers[0].params().get_string("seq", ""), "networkDevice");
     }
 }
@@ -119,38 +112,6 @@ TEST(SimHandlers, MissingDataAnswersEmpty)
     EXPECT_EQ(handlers.ask("getPeerList", "seq=peerList").at(0).child_count(), 0u);
     // The data that rides along with another answer is left out when the unit has none.
     EXPECT_EQ(handlers.ask("getCodecList", "seq=codecList").size(), 1u);
-}
-
-TEST(Unit, RefusesScenariosItCannotTellApart)
-{
-    for (const char* text : {R"(<m n="unit"><m n="peerList"/><m n="peerList"/></m>)",
-                             R"(<m n="unit"><m n="node"><s k="name">a</s></m><m n="node"><s k="name">b</s></m></m>)",
-                             R"(<m n="unit"><m n="peerList"></m>)"}) {
-        SCOPED_TRACE(text);
-        Unit unit(1);
-        std::string error;
-        EXPECT_FALSE(unit.loadText(text, error));
-        EXPECT_FALSE(error.empty());
-    }
-}
-
-// The default scenario offers the screens every case they distinguish.
-TEST(DefaultScenario, DescribesOptionsOfEveryTypeAndDevicesOfEveryClass)
-{
-    Handlers handlers;
-    std::set<std::string> channelTypes, systemTypes, classes;
-    for (const auto& [list, types] : {std::make_pair("channelOpts", &channelTypes), std::make_pair("systemOpts", &systemTypes)}) {
-        const Message* options = handlers.unit().data(list);
-        ASSERT_NE(options, nullptr) << list;
-        for (unsigned int i = 0; i < options->num_children("option"); ++i)
-            types->insert(options->get_child("option", i).params().get_string("type", ""));
-    }
-    EXPECT_EQ(channelTypes, (std::set<std::string>{"int", "bool", "string", "select", "codec", "peer", "profile"}));
-    EXPECT_EQ(systemTypes, (std::set<std::string>{"int", "bool", "string", "select", "profile"}));
-    const Message& group = handlers.unit().config().findNode("netmgr.devices")->get_child("group", 0);
-    for (unsigned int i = 0; i < group.num_children("node"); ++i)
-        classes.insert(group.get_child("node", i).get_child("status", 0).params().get_string("class", ""));
-    EXPECT_EQ(classes, (std::set<std::string>{"wired", "wifi", "3g", "phone"}));
 }
 
 } // namespace
