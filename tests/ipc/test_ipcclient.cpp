@@ -7,6 +7,10 @@
 
 #include <QtTest>
 
+#include <algorithm>
+#include <functional>
+#include <tuple>
+
 namespace {
 
 // Steps: "login", "down", "pwd" (no option), "pwd:0"/"pwd:1" (option with "defaulted"),
@@ -51,6 +55,7 @@ private slots:
 
     void password();
     void seqRule();
+    void requestOperations();
     void stateMachine_data();
     void stateMachine();
     void answers_data();
@@ -92,6 +97,37 @@ void TestIPCClient::seqRule()
             msg.params().set_string("seq", callerSeq);
         QVERIFY(client.sendRequest(msg));
         QCOMPARE(msg.params().get_string("seq", "<absent>"), std::string(seq));
+    }
+}
+
+void TestIPCClient::requestOperations()
+{
+    // The operation, what goes out (name and params in the text form of Params), and whether the
+    // whole request is written to the debug log.
+    const std::tuple<std::function<void(IPCClient&)>, const char*, const char*, bool> cases[] = {
+        {[](IPCClient& c) { c.requestNetworkList(2); }, "cfgDescribe", "path=netmgr.devices status=raw seq=networkList depth:u=2", true},
+        {[](IPCClient& c) { c.requestNetworkDevice("wlan0", 1); }, "cfgDescribe", "path=netmgr.devices.wlan0 status=raw seq=networkDevice depth:u=1", true},
+        {[](IPCClient& c) { c.requestNetworkPath("netmgr.tunnel", 3); }, "cfgDescribe", "path=netmgr.tunnel status=raw seq=networkDeviceLocation depth:u=3", true},
+        {[](IPCClient& c) { c.requestNetworkDeviceLocation("wlan0", "home"); }, "cfgDescribe", "path=netmgr.devices.wlan0.home status=raw seq=networkDeviceLocation depth:u=0", true},
+        {[](IPCClient& c) { c.requestConfigSetting("netmgr.tunnel.mtu"); }, "cfgDescribe", "path=netmgr.tunnel.mtu seq=configSetting", true},
+        {[](IPCClient& c) { c.requestBraidSettings(); }, "cfgDescribe", "path=netmgr.tunnel seq=braidSettings", true},
+        {[](IPCClient& c) { c.requestTunnelStatus(); }, "cfgGetStatus", "path=netmgr.tunnel seq=statusTunnel", true},
+        {[](IPCClient& c) { c.requestPasswordStatus(); }, "cfgDescribe", "path=netmgr.remote.password seq=pwd", false},
+        {[](IPCClient& c) { c.requestVersion(); }, "getVersion", "seq=version", false},
+    };
+    IPCClient client(m_manager);
+    std::vector<Message> sent;
+    client.setRequestTap([&](const Message& msg) { sent.push_back(msg); });
+    for (const auto& [call, name, params, dumped] : cases) {
+        sent.clear();
+        LogCapture log;
+        call(client);
+        QCOMPARE(int(sent.size()), 1);
+        QCOMPARE(sent[0].name, std::string(name));
+        QVERIFY2(sent[0].params() == Params(params), params);
+        const QString dump = QStringLiteral("6 %1 ").arg(QString::fromLatin1(name));
+        const QStringList lines = log.lines();
+        QCOMPARE(std::any_of(lines.begin(), lines.end(), [&](const QString& line) { return line.startsWith(dump); }), dumped);
     }
 }
 
