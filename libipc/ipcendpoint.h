@@ -116,6 +116,8 @@ public:
     // logged-in session, since it carries messages of any kind the client may want.
     static constexpr const char* kGenericUnso = "unso";
     std::size_t push_unso(const std::string& id, const Message& msg);
+    // The same for one session only; false when it is gone or not subscribed.
+    bool push_unso_to(unsigned int sessionId, const std::string& id, const Message& msg);
     // Closes every session (the clients see their link drop and reconnect).
     void drop_sessions();
     // The logged-in sessions.

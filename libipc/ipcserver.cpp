@@ -39,6 +39,12 @@ std::size_t IPCEndpointServer::push_unso(const std::string& id, const Message& m
     return m_link ? m_link->push_unso(id, msg) : 0;
 }
 
+bool IPCEndpointServer::push_unso_to(unsigned int sessionId, const std::string& id, const Message& msg)
+{
+    IPCLockGuard lock(lock_of(*this));
+    return m_link && m_link->push_unso(id, msg, sessionId) == 1;
+}
+
 void IPCEndpointServer::drop_sessions()
 {
     IPCLockGuard lock(lock_of(*this));

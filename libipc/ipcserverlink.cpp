@@ -69,7 +69,7 @@ bool IPCServerLink::send_response(unsigned int sessionId, const Message& msg)
     return it->second.socket->send(envelope);
 }
 
-std::size_t IPCServerLink::push_unso(const std::string& id, const Message& msg)
+std::size_t IPCServerLink::push_unso(const std::string& id, const Message& msg, unsigned int onlySession)
 {
     Message envelope(ipc::envelope::kUnso);
     envelope.params().set_string("id", id);
@@ -80,7 +80,7 @@ std::size_t IPCServerLink::push_unso(const std::string& id, const Message& msg)
     std::size_t delivered = 0;
     for (const auto& entry : m_sessions) {
         const Session& session = entry.second;
-        if (!session.loggedIn || !session.socket->is_open())
+        if (!session.loggedIn || !session.socket->is_open() || (onlySession != 0 && entry.first != onlySession))
             continue;
         const std::vector<std::string>& patterns = session.info.subscriptions;
         if (!generic && std::none_of(patterns.begin(), patterns.end(), [&id](const std::string& pattern) {

@@ -27,7 +27,8 @@ public:
 
     bool listen(ipc::Encoding encoding, const SocketAddr& address);
     bool send_response(unsigned int sessionId, const Message& msg);
-    std::size_t push_unso(const std::string& id, const Message& msg);
+    // To every matching session, or only to `onlySession` when it is not 0.
+    std::size_t push_unso(const std::string& id, const Message& msg, unsigned int onlySession = 0);
     void drop_sessions();
     std::vector<IPCSessionInfo> sessions() const;
 

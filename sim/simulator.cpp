@@ -89,7 +89,18 @@ bool Simulator::listen(std::string& error)
 
 bool Simulator::addListener(const std::string& name, const std::string& encoding, const SocketAddr& address)
 {
-    m_servers.push_back(std::make_unique<UnitServer>(m_router, m_options.password));
+    // No request asks for the system option descriptions: the unit sends them after each login,
+    // once the login's answer is on its way.
+    auto pushSystemOptions = [this](IPCEndpointServer& server, unsigned int sessionId) {
+        m_manager.schedule(std::chrono::milliseconds(0), [this, &server, sessionId] {
+            if (const Message* options = m_unit.data("systemOpts")) {
+                Message pushed = *options;
+                pushed.name = "systemOpts";
+                server.push_unso_to(sessionId, IPCEndpointServer::kGenericUnso, pushed);
+            }
+        });
+    };
+    m_servers.push_back(std::make_unique<UnitServer>(m_router, m_options.password, pushSystemOptions));
     return m_manager.add_server(name, m_servers.back().get())
         && m_manager.listen_server(encoding, "stream", address, name);
 }

@@ -23,7 +23,7 @@ const std::vector<DataRequest> kDataRequests = {
     {"getCodecList", "codecList", {"currentEncoder"}},
     {"getDirectoryServer", "directoryServer", {"sipProxy"}},
     {"getPeerList", "peerList", {}},
-    {"getSysOptions", "sysOptions", {"systemOpts"}},
+    {"getSysOptions", "sysOptions", {}},
     {"getPowerInfo", "powerInfo", {}},
     {"getChannelList", "channelList", {}},
     {"getChannelOpts", "channelOpts", {}},

@@ -10,8 +10,8 @@ namespace {
 const char* const kUser = "user";
 }
 
-UnitServer::UnitServer(const RequestRouter& router, std::string password)
-    : m_router(router), m_password(std::move(password))
+UnitServer::UnitServer(const RequestRouter& router, std::string password, LoggedIn loggedIn)
+    : m_router(router), m_password(std::move(password)), m_loggedIn(std::move(loggedIn))
 {
 }
 
@@ -26,6 +26,7 @@ bool UnitServer::password_for(const std::string& user, std::string& password) co
 void UnitServer::session_opened(const IPCSessionInfo& session)
 {
     g_log.log(LOG_INFO, "session %u opened", session.id);
+    m_loggedIn(*this, session.id);
 }
 
 void UnitServer::session_closed(const IPCSessionInfo& session)

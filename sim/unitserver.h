@@ -3,6 +3,7 @@
 
 #include "ipcendpoint.h"
 
+#include <functional>
 #include <string>
 
 class RequestRouter;
@@ -11,7 +12,10 @@ class RequestRouter;
 // every request to the router.
 class UnitServer : public IPCEndpointServer {
 public:
-    UnitServer(const RequestRouter& router, std::string password);
+    // Runs for every client whose login the unit accepted.
+    using LoggedIn = std::function<void(IPCEndpointServer& server, unsigned int sessionId)>;
+
+    UnitServer(const RequestRouter& router, std::string password, LoggedIn loggedIn);
 
     bool password_for(const std::string& user, std::string& password) const override;
     void session_opened(const IPCSessionInfo& session) override;
@@ -21,6 +25,7 @@ public:
 private:
     const RequestRouter& m_router;
     std::string m_password;
+    LoggedIn m_loggedIn;
 };
 
 #endif

@@ -9,6 +9,8 @@
 #include <QTcpServer>
 #include <QtTest>
 
+#include <algorithm>
+
 #include <functional>
 #include <tuple>
 
@@ -122,7 +124,7 @@ void TestUnitSim::answersTheLoginBurst()
         QVERIFY(connection.send(name, params));
 
     const QStringList expected = {"loadSettings", "networkList", "profileList", "codecList", "currentEncoder",
-                                  "directoryServer", "sipProxy", "peerList", "sysOptions", "systemOpts", "powerInfo",
+                                  "directoryServer", "sipProxy", "peerList", "sysOptions", "powerInfo",
                                   "channelList", "channelOpts", "statusTunnel", "version", "pwd"};
     QVERIFY(connection.waitFor([&](const SimClient::Records& r) { return int(r.answers.size()) >= expected.size(); }));
     const SimClient::Records records = connection.records();
@@ -131,6 +133,11 @@ void TestUnitSim::answersTheLoginBurst()
         seqs << QString::fromStdString(answer.params().get_string("seq", ""));
     QCOMPARE(seqs, expected);
     QCOMPARE(records.answers.back().get_child("option", 0).params().get_bool("defaulted", true), false);
+    // The system option descriptions come unasked, as a generic notification after the login.
+    QVERIFY(connection.waitFor([](const SimClient::Records& r) {
+        return std::any_of(r.notifications.begin(), r.notifications.end(),
+                           [](const auto& n) { return n.first == "unso" && n.second.name == "systemOpts"; });
+    }));
 }
 
 void TestUnitSim::checksThePassword()
@@ -165,15 +172,17 @@ void TestUnitSim::notifiesOnlySubscribersAndRunsControlCommands()
     QCOMPARE(sim.command(R"(unso <m n="chat"><s k="text">hello</s></m>)"),
              QString("ok unso chat sent to 2 session(s)"));
 
+    // Each session's first notification is the one every login brings: the system options.
     for (Connection* connection : {&wifi, &stats}) {
-        QVERIFY(connection->waitFor([](const SimClient::Records& r) { return r.notifications.size() >= 2; }));
+        QVERIFY(connection->waitFor([](const SimClient::Records& r) { return r.notifications.size() >= 3; }));
         const auto seen = connection->records().notifications;
-        QCOMPARE(seen.size(), std::size_t(2));
-        QCOMPARE(seen[0].first, std::string(connection == &wifi ? "wifi:wlan0" : "peer_stats"));
-        QCOMPARE(seen[1].first, std::string("unso"));
-        QCOMPARE(seen[1].second.name, std::string("chat"));
+        QCOMPARE(seen.size(), std::size_t(3));
+        QCOMPARE(seen[0].second.name, std::string("systemOpts"));
+        QCOMPARE(seen[1].first, std::string(connection == &wifi ? "wifi:wlan0" : "peer_stats"));
+        QCOMPARE(seen[2].first, std::string("unso"));
+        QCOMPARE(seen[2].second.name, std::string("chat"));
     }
-    QCOMPARE(wifi.records().notifications[0].second.get_child("net", 0).params().get_string("essid", ""),
+    QCOMPARE(wifi.records().notifications[1].second.get_child("net", 0).params().get_string("essid", ""),
              std::string("Field"));
 
     const std::pair<const char*, const char*> steps[] = {
@@ -181,13 +190,13 @@ void TestUnitSim::notifiesOnlySubscribersAndRunsControlCommands()
     for (const auto& [command, text] : steps)
         QCOMPARE(sim.command(QString("update ") + command),
                  "ok update " + QString(command).section(' ', 0, 0) + " sent to 2 session(s)");
-    QVERIFY(wifi.waitFor([](const SimClient::Records& r) { return r.notifications.size() >= 5; }));
+    QVERIFY(wifi.waitFor([](const SimClient::Records& r) { return r.notifications.size() >= 6; }));
     const auto seen = wifi.records().notifications;
     for (std::size_t i = 0; i < 3; ++i) {
-        QCOMPARE(seen[2 + i].second.name, std::string("codeUpdateStatus"));
-        QCOMPARE(seen[2 + i].second.params().get_string("text", "?"), std::string(steps[i].second));
+        QCOMPARE(seen[3 + i].second.name, std::string("codeUpdateStatus"));
+        QCOMPARE(seen[3 + i].second.params().get_string("text", "?"), std::string(steps[i].second));
         // Only the finish step leaves "updating" off.
-        QCOMPARE(seen[2 + i].second.params().get_bool("updating", i == 2), i != 2);
+        QCOMPARE(seen[3 + i].second.params().get_bool("updating", i == 2), i != 2);
     }
 
     QCOMPARE(sim.command("defpwd on"), QString("ok defpwd on"));

@@ -45,7 +45,7 @@ TEST(SimHandlers, EveryLoginRequestIsAnsweredUnderItsSeq)
         {"getCodecList", "seq=codecList", {"codecList", "currentEncoder"}},
         {"getDirectoryServer", "seq=directoryServer", {"directoryServer", "sipProxy"}},
         {"getPeerList", "seq=peerList", {"peerList"}},
-        {"getSysOptions", "seq=sysOptions", {"sysOptions", "systemOpts"}},
+        {"getSysOptions", "seq=sysOptions", {"sysOptions"}},
         {"getPowerInfo", "seq=powerInfo", {"powerInfo"}},
         {"getChannelList", "seq=channelList", {"channelList"}},
         {"getChannelOpts", "seq=channelOpts", {"channelOpts"}},
