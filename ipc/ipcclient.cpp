@@ -145,6 +145,16 @@ const Message* IPCClient::getResponse(const std::string& name) const
     return entry == cache.end() ? nullptr : &entry->second;
 }
 
+bool IPCClient::copyResponse(const std::string& name, Message& copy) const
+{
+    QMutexLocker lock(mutex());
+    const Message* cached = getResponse(name);
+    if (!cached)
+        return false;
+    copy = *cached;
+    return true;
+}
+
 bool IPCClient::sendRequest(Message& msg)
 {
     QMutexLocker lock(mutex());

@@ -41,6 +41,9 @@ public:
     QMutex* mutex() const;
     // Null until the first message of that name; valid while mutex() is held.
     const Message* getResponse(const std::string& name) const;
+    // Copies the cached message of that name under the lock; false when none has arrived yet.
+    // For readers that keep the whole message, so nothing points into the cache afterwards.
+    bool copyResponse(const std::string& name, Message& copy) const;
     // Stamps the answer name into "seq" (overwriting the caller's) and sends.
     bool sendRequest(Message& msg);
     // Sends as built; the caller chose "seq".

@@ -4,7 +4,6 @@
 #include "logger.h"
 #include "message.h"
 
-#include <QMutexLocker>
 #include <QRegularExpressionValidator>
 
 namespace {
@@ -63,13 +62,8 @@ void PeerEdit::populate()
 void PeerEdit::populatePeer()
 {
     Message peers;
-    {
-        QMutexLocker lock(g_ipcClient.mutex());
-        const Message* cached = g_ipcClient.getResponse("peerList");
-        if (!cached)
-            return;
-        peers = *cached;
-    }
+    if (!g_ipcClient.copyResponse("peerList", peers))
+        return;
 
     comboBackup->clear();
     comboBackup->addItem(tr("(No backup)"), 0);
@@ -123,13 +117,8 @@ void PeerEdit::populatePeer()
 void PeerEdit::populateProfiles()
 {
     Message profiles;
-    {
-        QMutexLocker lock(g_ipcClient.mutex());
-        const Message* cached = g_ipcClient.getResponse("profileList");
-        if (!cached)
-            return;
-        profiles = *cached;
-    }
+    if (!g_ipcClient.copyResponse("profileList", profiles))
+        return;
 
     comboProfile->clear();
     comboProfile->addItem(tr("(Default Profile)"), 0);

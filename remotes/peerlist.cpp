@@ -30,17 +30,6 @@ QString text(const Params& params, const char* key)
     return QString::fromStdString(params.get_string(key, ""));
 }
 
-// A copy of the cached answer, so that nothing points into the cache once the lock is gone.
-bool cachedCopy(const char* name, Message& copy)
-{
-    QMutexLocker lock(g_ipcClient.mutex());
-    const Message* cached = g_ipcClient.getResponse(name);
-    if (!cached)
-        return false;
-    copy = *cached;
-    return true;
-}
-
 void setForegrounds(QTreeWidgetItem* row, const QColor& colour)
 {
     row->setForeground(0, colour);
@@ -87,7 +76,7 @@ PeerList::PeerList(QWidget* parent)
 void PeerList::updateProfileList()
 {
     Message profiles;
-    if (!cachedCopy("profileList", profiles))
+    if (!g_ipcClient.copyResponse("profileList", profiles))
         return;
     m_profileNames.clear();
     m_profileChannels.clear();
@@ -128,7 +117,7 @@ void PeerList::updateCurrentEncoder()
 void PeerList::updatePeerList()
 {
     Message fresh;
-    if (!cachedCopy("peerList", fresh))
+    if (!g_ipcClient.copyResponse("peerList", fresh))
         return;
 
     std::map<int, const Message*> stored;

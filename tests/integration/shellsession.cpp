@@ -4,6 +4,8 @@
 #include "platformkey.h"
 
 #include <QApplication>
+#include <QMessageBox>
+#include <QTimer>
 #include <QtTest>
 
 namespace {
@@ -81,6 +83,27 @@ bool ShellSession::pressUntil(int keycode, const std::function<bool()>& done, in
     for (int i = 0; i < most && !done(); ++i)
         key(keycode);
     return done();
+}
+
+QString ShellSession::answerQuestion(const std::function<void()>& open, const QList<int>& keys)
+{
+    QString text;
+    QTimer poll;
+    poll.setInterval(10);
+    QObject::connect(&poll, &QTimer::timeout, [&] {
+        auto* box = qobject_cast<QMessageBox*>(QApplication::activeModalWidget());
+        if (!box || !box->isVisible())
+            return;
+        poll.stop();
+        text = box->text();
+        for (int keycode : keys)
+            key(keycode);
+    });
+    poll.start();
+    open();
+    // The offscreen platform leaves no window active once the question has closed.
+    QApplication::setActiveWindow(m_window.get());
+    return text;
 }
 
 QString ShellSession::simEvent(const QString& text)

@@ -44,6 +44,8 @@ public:
     // Letters and digits typed into the widget with focus, as the on-screen keyboard types them.
     void type(const QString& text);
     bool pressUntil(int keycode, const std::function<bool()>& done, int most = 40);
+    // Answers the Yes/No question that `open` raises with keypad `keys`; returns its text.
+    QString answerQuestion(const std::function<void()>& open, const QList<int>& keys);
 
     // The simulator's next line containing `text` (its reports of what it was asked).
     QString simEvent(const QString& text);

@@ -6,7 +6,6 @@
 
 #include <QApplication>
 #include <QMenu>
-#include <QMessageBox>
 #include <QtTest>
 
 #include <cstdlib>
@@ -42,32 +41,9 @@ private:
         auto* setup = m_shell.window().findChild<KeypadSetup*>();
         return setup && QTest::qWaitFor([setup] { return setup->comboF2KeyMode->hasFocus(); }) ? setup : nullptr;
     }
-    // Answers the question that `open` raises with `keys`, and returns its text.
-    QString answerQuestion(const std::function<void()>& open, const QList<int>& keys);
 
     ShellSession m_shell;
 };
-
-QString TestProfiles::answerQuestion(const std::function<void()>& open, const QList<int>& keys)
-{
-    QString text;
-    QTimer poll;
-    poll.setInterval(10);
-    connect(&poll, &QTimer::timeout, [&] {
-        auto* box = qobject_cast<QMessageBox*>(QApplication::activeModalWidget());
-        if (!box || !box->isVisible())
-            return;
-        poll.stop();
-        text = box->text();
-        for (int keycode : keys)
-            m_shell.key(keycode);
-    });
-    poll.start();
-    open();
-    // The offscreen platform leaves no window active once the question has closed.
-    QApplication::setActiveWindow(&m_shell.window());
-    return text;
-}
 
 void TestProfiles::restrictedModeShrinksTheConfigureMenu()
 {
@@ -130,7 +106,7 @@ void TestProfiles::addCopyAndRemoveAProfile()
     QVERIFY(list->buttonRemove->hasFocus());
     const QString question = "This will delete the 'New Profile' profile.\n\nDo you wish to continue?";
     // Enter on the question takes its default, No.
-    QCOMPARE(answerQuestion([this] { m_shell.key(Qt::Key_Enter); }, {Qt::Key_Enter}), question);
+    QCOMPARE(m_shell.answerQuestion([this] { m_shell.key(Qt::Key_Enter); }, {Qt::Key_Enter}), question);
     QVERIFY(!m_shell.window().isModal());
 
     // The unit's next profile event is the copy: the answer No deleted nothing.
@@ -143,7 +119,7 @@ void TestProfiles::addCopyAndRemoveAProfile()
     QCOMPARE(list->listProfiles->currentItem()->text(), QString("New Profile"));
 
     m_shell.key(Qt::Key_Right);
-    QCOMPARE(answerQuestion([this] { m_shell.key(Qt::Key_Enter); }, {Qt::Key_Left, Qt::Key_Enter}), question);
+    QCOMPARE(m_shell.answerQuestion([this] { m_shell.key(Qt::Key_Enter); }, {Qt::Key_Left, Qt::Key_Enter}), question);
     QVERIFY(!m_shell.simEvent("deleteProfile " + id).isEmpty());
     QTRY_COMPARE(list->listProfiles->count(), profiles + 1);
     QVERIFY(list->listProfiles->findItems("New Profile", Qt::MatchExactly).isEmpty());

@@ -9,7 +9,6 @@
 #include "shellsession.h"
 
 #include <QApplication>
-#include <QMessageBox>
 #include <QtTest>
 
 #include <functional>
@@ -117,21 +116,9 @@ void TestRemotes::deleteRemoteAfterYes()
     QVERIFY(kit);
     m_list->peerTree->setCurrentItem(kit);
 
-    QString question;
-    QTimer poll;
-    poll.setInterval(10);
-    connect(&poll, &QTimer::timeout, [&] {
-        auto* box = qobject_cast<QMessageBox*>(QApplication::activeModalWidget());
-        if (!box || !box->isVisible())
-            return;
-        poll.stop();
-        question = box->text();
-        // No is the default: Left moves to Yes.
-        m_shell.key(Qt::Key_Left);
-        m_shell.key(Qt::Key_Enter);
-    });
-    poll.start();
-    m_shell.window().menu().actionDelete_Remote->trigger();
+    // No is the default: Left moves to Yes.
+    const QString question = m_shell.answerQuestion([this] { m_shell.window().menu().actionDelete_Remote->trigger(); },
+                                                    {Qt::Key_Left, Qt::Key_Enter});
     QCOMPARE(question, QString("This will delete the 'Field Kit' remote from the list!\n\nDo you wish to continue?"));
 
     QVERIFY2(!m_shell.simEvent("event peer removed 5").isEmpty(), qPrintable(m_shell.sim().transcript()));

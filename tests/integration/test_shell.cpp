@@ -10,8 +10,6 @@
 
 #include <QApplication>
 #include <QComboBox>
-#include <QMessageBox>
-#include <QPushButton>
 #include <QtTest>
 
 #include <fstream>
@@ -99,13 +97,11 @@ void TestShell::contactClosureFromF2()
 
 void TestShell::factoryResetAfterYes()
 {
-    QTimer::singleShot(0, [] {
-        auto* box = qobject_cast<QMessageBox*>(QApplication::activeModalWidget());
-        QVERIFY(box);
-        box->button(QMessageBox::Yes)->click();
-    });
-    window().menu().actionReset_Configuration->trigger();
-    QVERIFY(!m_shell.sim().waitForLine(QStringLiteral("event reset what=cfg"), ShellSession::kCommandMs).isEmpty());
+    // No is the default: Left moves to Yes.
+    const QString question = m_shell.answerQuestion([this] { window().menu().actionReset_Configuration->trigger(); },
+                                                    {Qt::Key_Left, Qt::Key_Enter});
+    QVERIFY(question.startsWith(QStringLiteral("This will destroy ALL stored settings")));
+    QVERIFY(!m_shell.simEvent(QStringLiteral("event reset what=cfg")).isEmpty());
 }
 
 void TestShell::firmwareUpdateTexts()
