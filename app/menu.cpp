@@ -6,6 +6,8 @@
 #include "pane.h"
 
 #include <QAction>
+#include <QCoreApplication>
+#include <QKeyEvent>
 #include <QMenu>
 #include <QMenuBar>
 #include <QMessageBox>
@@ -147,9 +149,12 @@ void Menu::openForCurrentScreen()
     }
 }
 
+// A menu closed by Qt itself (Escape on an attached keyboard) leaves its title highlighted: only
+// a menu on show counts as open.
 bool Menu::isMenuOpen() const
 {
-    return m_menuBar->activeAction() != nullptr;
+    const QAction* active = m_menuBar->activeAction();
+    return active && active->menu() && active->menu()->isVisible();
 }
 
 void Menu::closeMenu()
@@ -157,6 +162,12 @@ void Menu::closeMenu()
     if (QAction* active = m_menuBar->activeAction())
         active->menu()->hide();
     m_menuBar->setActiveAction(nullptr);
+    // A menu bar left in keyboard navigation holds the focus until it sees Escape, which gives
+    // the focus back to the screen's widget.
+    if (m_menuBar->hasFocus()) {
+        QKeyEvent escape(QEvent::KeyPress, Qt::Key_Escape, Qt::NoModifier);
+        QCoreApplication::sendEvent(m_menuBar, &escape);
+    }
 }
 
 void Menu::updateActions(int screen)
