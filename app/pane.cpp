@@ -22,6 +22,8 @@ Pane::Pane(MainWindow& mainWindow)
 {
     m_pages[ScreenPeerList] = &m_peerList;
     m_pages[ScreenPeerEdit] = &m_peerEdit;
+    m_pages[ScreenPeerStats] = &m_peerStats;
+    m_pages[ScreenChannelStats] = &m_channelStats;
     m_pages[ScreenMeters] = &m_metering;
     m_pages[ScreenChat] = &m_chat;
     m_pages[ScreenAudioSettings] = &m_audioSettings;

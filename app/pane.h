@@ -3,12 +3,14 @@
 
 #include "aboutwidget.h"
 #include "audiosettings.h"
+#include "channelstats.h"
 #include "chat.h"
 #include "editsetting.h"
 #include "keypadsetup.h"
 #include "metering.h"
 #include "peeredit.h"
 #include "peerlist.h"
+#include "peerstats.h"
 #include "pendingscreen.h"
 #include "profileitems.h"
 #include "profilelist.h"
@@ -101,6 +103,8 @@ public:
     PeerList& peerList() { return m_peerList; }
     PeerEdit& peerEdit() { return m_peerEdit; }
     KeypadSetup& keypadSetup() { return m_keypadSetup; }
+    PeerStats& peerStats() { return m_peerStats; }
+    ChannelStats& channelStats() { return m_channelStats; }
 
 public slots:
     void handleAudioMeters();
@@ -123,10 +127,12 @@ private:
     PeerList m_peerList;
     PeerEdit m_peerEdit;
     // Pages holding the indices of screens that are not part of the program yet.
-    static constexpr int kPendingScreens = 8;
+    static constexpr int kPendingScreens = 6;
     std::array<PendingScreen, kPendingScreens> m_pending;
     Metering m_metering;
     KeypadSetup m_keypadSetup;
+    PeerStats m_peerStats;
+    ChannelStats m_channelStats;
     Chat m_chat;
     AudioSettings m_audioSettings;
     EditSetting m_editSetting;
