@@ -4,6 +4,9 @@
 #include "aboutwidget.h"
 #include "audiosettings.h"
 #include "chat.h"
+#include "choosenetwork.h"
+#include "configurenetwork.h"
+#include "editconfigsetting.h"
 #include "editsetting.h"
 #include "keypadsetup.h"
 #include "metering.h"
@@ -101,17 +104,25 @@ public:
     PeerList& peerList() { return m_peerList; }
     PeerEdit& peerEdit() { return m_peerEdit; }
     KeypadSetup& keypadSetup() { return m_keypadSetup; }
+    ChooseNetwork& chooseNetwork() { return m_chooseNetwork; }
+    ConfigureNetwork& configureNetwork() { return m_configureNetwork; }
+    EditConfigSetting& editConfigSetting() { return m_editConfigSetting; }
 
 public slots:
     void handleAudioMeters();
     void handleChat();
 
 private slots:
+    void handleNetworkSelected();
     void handlePeerEditDone();
     void handleProfileItems();
     void handleEditSetting();
+    void handleEditConfigSetting(const std::string& path);
+    void handleEditConfigSettingDone(bool saved);
+    void handleNetworkConfigureDone();
 
 private:
+    void connectNetworkScreens(StatusBar& statusBar);
     void toggle(int target, int& returnScreen);
     void cycle();
     KeypadHandler* keypadHandlerOf(int index) const;
@@ -120,16 +131,20 @@ private:
     int metersReturn = ScreenPeerList;
     int chatReturn = ScreenPeerList;
     int previous = ScreenPeerList;
+    int editReturn = ScreenConfigureNetwork;
     PeerList m_peerList;
     PeerEdit m_peerEdit;
+    ChooseNetwork m_chooseNetwork;
     // Pages holding the indices of screens that are not part of the program yet.
-    static constexpr int kPendingScreens = 8;
+    static constexpr int kPendingScreens = 5;
     std::array<PendingScreen, kPendingScreens> m_pending;
     Metering m_metering;
+    ConfigureNetwork m_configureNetwork;
     KeypadSetup m_keypadSetup;
     Chat m_chat;
     AudioSettings m_audioSettings;
     EditSetting m_editSetting;
+    EditConfigSetting m_editConfigSetting;
     SystemSettings m_systemSettings{&m_editSetting};
     ProfileList m_profileList;
     ProfileItems m_profileItems{&m_editSetting};
