@@ -45,9 +45,14 @@ bool NetworkListItem::viewOnly() const
     return m_desc.params().get_bool("view_only", false);
 }
 
+// A description without status keeps the status the item had.
 void NetworkListItem::setDesc(const Message& node)
 {
+    const Message* previous = m_desc.find_child("status");
+    const Message kept = previous && !node.find_child("status") ? *previous : Message();
     m_desc = node;
+    if (!kept.name.empty())
+        m_desc.add_child(kept);
     setText(qs(node.params().get_string("display_name", "")));
 }
 
@@ -291,10 +296,12 @@ void ChooseNetwork::updateButtons(const NetworkListItem* item)
         return;
     }
     buttonConfigure->setEnabled(true);
+    // Asked before the switch: disabling the focused button hands its focus on.
+    const bool configureFocused = buttonConfigure->hasFocus();
     const bool enabled = item->status().get_bool("enabled", false);
     buttonDisable->setEnabled(enabled);
     buttonEnable->setEnabled(!enabled);
-    if (shown && !buttonConfigure->hasFocus())
+    if (shown && !configureFocused)
         (enabled ? buttonDisable : buttonEnable)->setFocus();
 }
 

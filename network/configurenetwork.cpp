@@ -414,9 +414,11 @@ void ConfigureNetwork::handleKey(int keycode, bool pressed, bool repeat)
 {
     const QWidget* focused = focusWidget();
     const bool inTree = focused == treeSettings || focused == treeLocations || focused == treeScan;
+    // The tab widget hands its focus to its tab bar.
+    const bool onTabs = focused && (focused == tabNetwork || focused == tabNetwork->focusProxy());
     switch (keycode) {
     case Qt::Key_Enter:
-        if (focused == tabNetwork) {
+        if (onTabs) {
             const QWidget* page = tabNetwork->currentWidget();
             if (page == tabSettings && treeSettings->topLevelItemCount() > 0)
                 treeSettings->setFocus();
@@ -436,7 +438,7 @@ void ConfigureNetwork::handleKey(int keycode, bool pressed, bool repeat)
         break;
     case Qt::Key_Left:
     case Qt::Key_Right:
-        if (focused == tabNetwork || focused == treeLocations)
+        if (onTabs || focused == treeLocations)
             injectKey(keycode, pressed, repeat);
         break;
     case Qt::Key_Up:
