@@ -25,6 +25,9 @@ Pane::Pane(MainWindow& mainWindow)
     m_pages[ScreenPeerStats] = &m_peerStats;
     m_pages[ScreenChannelStats] = &m_channelStats;
     m_pages[ScreenMeters] = &m_metering;
+    m_pages[ScreenNetworkList] = &m_chooseNetwork;
+    m_pages[ScreenConfigureNetwork] = &m_configureNetwork;
+    m_pages[ScreenEditConfigSetting] = &m_editConfigSetting;
     m_pages[ScreenChat] = &m_chat;
     m_pages[ScreenAudioSettings] = &m_audioSettings;
     m_pages[ScreenSystemSettings] = &m_systemSettings;
@@ -68,8 +71,10 @@ bool Pane::build(QWidget* stackFrame, StatusBar& statusBar)
     setKeyboardShown(false);
 
     connect(&m_peerEdit, &PeerEdit::editPeerDone, this, &Pane::handlePeerEditDone);
+    connect(&m_configureNetwork, &ConfigureNetwork::configureDone, this, &Pane::handleNetworkConfigureDone);
     connect(&m_peerList, &PeerList::newPeerIDSelected, &m_peerEdit, &PeerEdit::setPeerID);
     connect(&m_peerList, &PeerList::anyActiveChanged, &statusBar, &StatusBar::updateLinkIndicator);
+    connectNetworkScreens(statusBar);
     connect(&mainWindow.menu(), &Menu::deletePeerConfirmed, &m_peerEdit, &PeerEdit::deletePeer);
     connect(&m_metering, &Metering::smallMeterClicked, this, &Pane::handleAudioMeters);
     connect(&m_chat, &Chat::chatAlert, &statusBar, &StatusBar::handleChatAlert);
@@ -88,6 +93,50 @@ bool Pane::build(QWidget* stackFrame, StatusBar& statusBar)
     connect(&m_editSetting, &EditSetting::channelEditDone, &menu, &Menu::handleMenuSystemSettings);
     connect(&m_keypadSetup, &KeypadSetup::restrictedModeChanged, &menu, &Menu::handleMenuRestrictedToggled);
     return true;
+}
+
+// The configuration screen learns the new device before the menu refreshes its entries.
+void Pane::connectNetworkScreens(StatusBar& statusBar)
+{
+    Menu& menu = mainWindow.menu();
+    connect(&m_chooseNetwork, &ChooseNetwork::newNetworkSelected, &m_configureNetwork,
+            &ConfigureNetwork::setSelectedID);
+    connect(&m_chooseNetwork, &ChooseNetwork::newNetworkSelected, this, &Pane::handleNetworkSelected);
+    connect(&m_chooseNetwork, &ChooseNetwork::configureRequested, &menu, &Menu::handleMenuConfigureNetwork);
+    connect(&m_configureNetwork, &ConfigureNetwork::editNetworkSetting, this, &Pane::handleEditConfigSetting);
+    connect(&m_configureNetwork, &ConfigureNetwork::changeModal, &mainWindow, &MainWindow::setModal);
+    connect(&m_editConfigSetting, &EditConfigSetting::editConfigSettingDone, this,
+            &Pane::handleEditConfigSettingDone);
+    connect(&m_chooseNetwork, &ChooseNetwork::netReadyChanged, &statusBar, &StatusBar::updateLinkIndicator);
+    connect(&m_chooseNetwork, &ChooseNetwork::signalStrength, &statusBar, &StatusBar::updateSignalStrength);
+    connect(&m_chooseNetwork, &ChooseNetwork::signalStrengthOff, &statusBar, &StatusBar::signalStrengthOff);
+    connect(&m_chooseNetwork, &ChooseNetwork::signalStrengthMulti, &statusBar, &StatusBar::signalStrengthMulti);
+    connect(&menu, &Menu::deleteNetworkConfirmed, &m_chooseNetwork, &ChooseNetwork::deleteNetwork);
+    connect(&m_keypadSetup, &KeypadSetup::restrictedModeChanged, &m_chooseNetwork,
+            &ChooseNetwork::handleRestrictedToggled);
+}
+
+void Pane::handleNetworkSelected()
+{
+    if (current == ScreenNetworkList)
+        mainWindow.menu().updateActions(ScreenNetworkList);
+}
+
+void Pane::handleEditConfigSetting(const std::string& path)
+{
+    editReturn = current;
+    showScreen(ScreenEditConfigSetting);
+    m_editConfigSetting.setPath(path);
+}
+
+void Pane::handleEditConfigSettingDone(bool)
+{
+    showScreen(editReturn);
+}
+
+void Pane::handleNetworkConfigureDone()
+{
+    showScreen(ScreenNetworkList);
 }
 
 void Pane::handleProfileItems()
@@ -143,6 +192,8 @@ void Pane::showScreen(int index)
         m_peerEdit.setEdit(index == ScreenPeerEdit);
         m_peerEdit.populate();
     }
+    if (index == ScreenConfigureNetwork && previous == ScreenNetworkList)
+        m_configureNetwork.showStatusTab();
 
     stack->setCurrentWidget(m_pages[index]);
     if (index == ScreenChat)
@@ -261,11 +312,9 @@ void Pane::f2Released()
         mainWindow.setRemoteCC(0, false);
 }
 
-// The remote list and the network device list answer these once they are part of the program;
-// until then there is no device, no call and no selection to report.
 bool Pane::networkReady() const
 {
-    return false;
+    return m_chooseNetwork.getNetReady();
 }
 
 bool Pane::anyCallActive() const
@@ -285,10 +334,10 @@ void Pane::handlePeerEditDone()
 
 bool Pane::selectedNetworkViewOnly() const
 {
-    return false;
+    return m_chooseNetwork.isSelectedViewOnly();
 }
 
 bool Pane::selectedNetworkInstalled() const
 {
-    return false;
+    return m_chooseNetwork.isSelectedInstalled();
 }

@@ -5,6 +5,9 @@
 #include "audiosettings.h"
 #include "channelstats.h"
 #include "chat.h"
+#include "choosenetwork.h"
+#include "configurenetwork.h"
+#include "editconfigsetting.h"
 #include "editsetting.h"
 #include "keypadsetup.h"
 #include "metering.h"
@@ -105,17 +108,25 @@ public:
     KeypadSetup& keypadSetup() { return m_keypadSetup; }
     PeerStats& peerStats() { return m_peerStats; }
     ChannelStats& channelStats() { return m_channelStats; }
+    ChooseNetwork& chooseNetwork() { return m_chooseNetwork; }
+    ConfigureNetwork& configureNetwork() { return m_configureNetwork; }
+    EditConfigSetting& editConfigSetting() { return m_editConfigSetting; }
 
 public slots:
     void handleAudioMeters();
     void handleChat();
 
 private slots:
+    void handleNetworkSelected();
     void handlePeerEditDone();
     void handleProfileItems();
     void handleEditSetting();
+    void handleEditConfigSetting(const std::string& path);
+    void handleEditConfigSettingDone(bool saved);
+    void handleNetworkConfigureDone();
 
 private:
+    void connectNetworkScreens(StatusBar& statusBar);
     void toggle(int target, int& returnScreen);
     void cycle();
     KeypadHandler* keypadHandlerOf(int index) const;
@@ -124,18 +135,22 @@ private:
     int metersReturn = ScreenPeerList;
     int chatReturn = ScreenPeerList;
     int previous = ScreenPeerList;
+    int editReturn = ScreenConfigureNetwork;
     PeerList m_peerList;
     PeerEdit m_peerEdit;
+    ChooseNetwork m_chooseNetwork;
     // Pages holding the indices of screens that are not part of the program yet.
-    static constexpr int kPendingScreens = 6;
+    static constexpr int kPendingScreens = 3;
     std::array<PendingScreen, kPendingScreens> m_pending;
     Metering m_metering;
+    ConfigureNetwork m_configureNetwork;
     KeypadSetup m_keypadSetup;
     PeerStats m_peerStats;
     ChannelStats m_channelStats;
     Chat m_chat;
     AudioSettings m_audioSettings;
     EditSetting m_editSetting;
+    EditConfigSetting m_editConfigSetting;
     SystemSettings m_systemSettings{&m_editSetting};
     ProfileList m_profileList;
     ProfileItems m_profileItems{&m_editSetting};
