@@ -24,6 +24,7 @@ Pane::Pane(MainWindow& mainWindow)
     m_pages[ScreenPeerEdit] = &m_peerEdit;
     m_pages[ScreenMeters] = &m_metering;
     m_pages[ScreenChat] = &m_chat;
+    m_pages[ScreenBrowser] = &m_browser;
     m_pages[ScreenAudioSettings] = &m_audioSettings;
     m_pages[ScreenSystemSettings] = &m_systemSettings;
     m_pages[ScreenProfileList] = &m_profileList;
@@ -85,6 +86,7 @@ bool Pane::build(QWidget* stackFrame, StatusBar& statusBar)
     connect(&m_systemSettings, &SystemSettings::editOption, &m_editSetting, &EditSetting::populateChannelItem);
     connect(&m_editSetting, &EditSetting::channelEditDone, &menu, &Menu::handleMenuSystemSettings);
     connect(&m_keypadSetup, &KeypadSetup::restrictedModeChanged, &menu, &Menu::handleMenuRestrictedToggled);
+    connect(&m_keypadSetup, &KeypadSetup::browserHomeChanged, &m_browser, &WebBrowser::browserHomeChanged);
     return true;
 }
 
