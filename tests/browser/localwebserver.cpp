@@ -12,7 +12,7 @@ QByteArray portalPage(const QString& title)
 {
     return QStringLiteral(
                "<html><head><title>%1</title></head>"
-               "<body style=\"font-family: Arial\">"
+               "<body style=\"font-family: Arial, sans-serif\">"
                "<h1>Riverside Press Centre</h1>"
                "<p>Welcome to the guest network. Sign in to reach the internet.</p>"
                "<p><a id=\"signin\" href=\"/login\">Sign in with your media pass</a></p>"
@@ -24,7 +24,7 @@ QByteArray portalPage(const QString& title)
 }
 
 const QByteArray kOnlinePage =
-    "<html><head><title>Signed in</title></head><body style=\"font-family: Arial\">"
+    "<html><head><title>Signed in</title></head><body style=\"font-family: Arial, sans-serif\">"
     "<h1>You are online</h1><p>Internet access granted for 24 hours.</p></body></html>";
 const QByteArray kRefusedPage =
     "<html><head><title>Unauthorized</title></head><body><h1>401 Unauthorized</h1></body></html>";

@@ -1,6 +1,5 @@
-#include "localwebserver.h"
-#include "pickboardkeys.h"
-#include "webauth.h"
+#include "modalwatch.h"
+#include "portallogin.h"
 #include "webbrowser.h"
 
 #include <QApplication>
@@ -40,7 +39,7 @@ private:
     void show(const QString& path);
     bool waitForLoad();
     QWebPage* livePage() const { return m_browser->webView->findChild<QWebPage*>(); }
-    // Runs `answer` on the authentication dialog whenever one opens.
+    // Runs `answer` on the authentication dialog whenever one opens, and counts them.
     void onDialog(const std::function<void(WebAuth&)>& answer);
 
     std::unique_ptr<LocalWebServer> m_server;
@@ -81,16 +80,10 @@ bool TestWebBrowser::waitForLoad()
 
 void TestWebBrowser::onDialog(const std::function<void(WebAuth&)>& answer)
 {
-    // The dialog runs its own loop from inside the network code, so look for it from a timer.
-    connect(&m_dialogWatch, &QTimer::timeout, this, [this, answer] {
-        auto* dialog = qobject_cast<WebAuth*>(QApplication::activeModalWidget());
-        if (!dialog || dialog->property("answered").toBool())
-            return;
-        dialog->setProperty("answered", true);
+    answerEveryModal<WebAuth>(m_dialogWatch, [this, answer](WebAuth& dialog) {
         ++m_dialogs;
-        answer(*dialog);
+        answer(dialog);
     });
-    m_dialogWatch.start(20);
 }
 
 void TestWebBrowser::addressRule_data()
@@ -201,10 +194,7 @@ void TestWebBrowser::login()
     onDialog([answer](WebAuth& dialog) {
         QCOMPARE(dialog.pos(), QPoint(0, 0));
         QVERIFY(dialog.windowFlags() & Qt::FramelessWindowHint);
-        auto* keyboard = dialog.findChild<PickBoard*>();
-        QVERIFY(typeOnPickBoard(*keyboard, LocalWebServer::kUser));
-        QTest::mouseClick(dialog.linePassword, Qt::LeftButton);
-        QVERIFY(typeOnPickBoard(*keyboard, LocalWebServer::kPassword));
+        QVERIFY(typePortalLogin(dialog));
         QCOMPARE(dialog.linePassword->text(), QString(LocalWebServer::kPassword));
         QTest::mousePress(answer == "ok" ? dialog.buttonOK : dialog.buttonCancel, Qt::LeftButton);
     });
