@@ -29,6 +29,7 @@ Pane::Pane(MainWindow& mainWindow)
     m_pages[ScreenConfigureNetwork] = &m_configureNetwork;
     m_pages[ScreenEditConfigSetting] = &m_editConfigSetting;
     m_pages[ScreenChat] = &m_chat;
+    m_pages[ScreenBrowser] = &m_browser;
     m_pages[ScreenAudioSettings] = &m_audioSettings;
     m_pages[ScreenSystemSettings] = &m_systemSettings;
     m_pages[ScreenProfileList] = &m_profileList;
@@ -92,6 +93,7 @@ bool Pane::build(QWidget* stackFrame, StatusBar& statusBar)
     connect(&m_systemSettings, &SystemSettings::editOption, &m_editSetting, &EditSetting::populateChannelItem);
     connect(&m_editSetting, &EditSetting::channelEditDone, &menu, &Menu::handleMenuSystemSettings);
     connect(&m_keypadSetup, &KeypadSetup::restrictedModeChanged, &menu, &Menu::handleMenuRestrictedToggled);
+    connect(&m_keypadSetup, &KeypadSetup::browserHomeChanged, &m_browser, &WebBrowser::browserHomeChanged);
     return true;
 }
 

@@ -19,6 +19,7 @@
 #include "profilelist.h"
 #include "statusbar.h"
 #include "systemsettings.h"
+#include "webbrowser.h"
 
 #include <QObject>
 
@@ -111,6 +112,7 @@ public:
     ChooseNetwork& chooseNetwork() { return m_chooseNetwork; }
     ConfigureNetwork& configureNetwork() { return m_configureNetwork; }
     EditConfigSetting& editConfigSetting() { return m_editConfigSetting; }
+    WebBrowser& browser() { return m_browser; }
 
 public slots:
     void handleAudioMeters();
@@ -140,13 +142,14 @@ private:
     PeerEdit m_peerEdit;
     ChooseNetwork m_chooseNetwork;
     // Pages holding the indices of screens that are not part of the program yet.
-    static constexpr int kPendingScreens = 3;
+    static constexpr int kPendingScreens = 2;
     std::array<PendingScreen, kPendingScreens> m_pending;
     Metering m_metering;
     ConfigureNetwork m_configureNetwork;
     KeypadSetup m_keypadSetup;
     PeerStats m_peerStats;
     ChannelStats m_channelStats;
+    WebBrowser m_browser;
     Chat m_chat;
     AudioSettings m_audioSettings;
     EditSetting m_editSetting;
