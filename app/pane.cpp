@@ -22,6 +22,7 @@ Pane::Pane(MainWindow& mainWindow)
 {
     m_pages[ScreenPeerList] = &m_peerList;
     m_pages[ScreenPeerEdit] = &m_peerEdit;
+    m_pages[ScreenBraidStats] = &m_braidStats;
     m_pages[ScreenMeters] = &m_metering;
     m_pages[ScreenChat] = &m_chat;
     m_pages[ScreenAudioSettings] = &m_audioSettings;
@@ -71,6 +72,7 @@ bool Pane::build(QWidget* stackFrame, StatusBar& statusBar)
     connect(&mainWindow.menu(), &Menu::deletePeerConfirmed, &m_peerEdit, &PeerEdit::deletePeer);
     connect(&m_metering, &Metering::smallMeterClicked, this, &Pane::handleAudioMeters);
     connect(&m_chat, &Chat::chatAlert, &statusBar, &StatusBar::handleChatAlert);
+    connect(&m_braidStats.tunnelInfo(), &TunnelInfo::braidStatus, &statusBar, &StatusBar::updateBraidStatus);
 
     // Where one signal reaches two slots, the screen switch comes before the screen fills itself.
     Menu& menu = mainWindow.menu();

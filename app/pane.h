@@ -3,6 +3,7 @@
 
 #include "aboutwidget.h"
 #include "audiosettings.h"
+#include "braidstats.h"
 #include "chat.h"
 #include "editsetting.h"
 #include "keypadsetup.h"
@@ -101,6 +102,7 @@ public:
     PeerList& peerList() { return m_peerList; }
     PeerEdit& peerEdit() { return m_peerEdit; }
     KeypadSetup& keypadSetup() { return m_keypadSetup; }
+    BraidStats& braidStats() { return m_braidStats; }
 
 public slots:
     void handleAudioMeters();
@@ -123,10 +125,11 @@ private:
     PeerList m_peerList;
     PeerEdit m_peerEdit;
     // Pages holding the indices of screens that are not part of the program yet.
-    static constexpr int kPendingScreens = 8;
+    static constexpr int kPendingScreens = 7;
     std::array<PendingScreen, kPendingScreens> m_pending;
     Metering m_metering;
     KeypadSetup m_keypadSetup;
+    BraidStats m_braidStats;
     Chat m_chat;
     AudioSettings m_audioSettings;
     EditSetting m_editSetting;
