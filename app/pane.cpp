@@ -27,6 +27,7 @@ Pane::Pane(MainWindow& mainWindow)
     m_pages[ScreenChat] = &m_chat;
     m_pages[ScreenAudioSettings] = &m_audioSettings;
     m_pages[ScreenSystemSettings] = &m_systemSettings;
+    m_pages[ScreenBraidSettings] = &m_braidSettings;
     m_pages[ScreenProfileList] = &m_profileList;
     m_pages[ScreenProfileItems] = &m_profileItems;
     m_pages[ScreenEditSetting] = &m_editSetting;

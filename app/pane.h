@@ -3,6 +3,7 @@
 
 #include "aboutwidget.h"
 #include "audiosettings.h"
+#include "braidsettings.h"
 #include "braidstats.h"
 #include "chat.h"
 #include "editsetting.h"
@@ -103,6 +104,7 @@ public:
     PeerEdit& peerEdit() { return m_peerEdit; }
     KeypadSetup& keypadSetup() { return m_keypadSetup; }
     BraidStats& braidStats() { return m_braidStats; }
+    BraidSettings& braidSettings() { return m_braidSettings; }
 
 public slots:
     void handleAudioMeters();
@@ -125,7 +127,7 @@ private:
     PeerList m_peerList;
     PeerEdit m_peerEdit;
     // Pages holding the indices of screens that are not part of the program yet.
-    static constexpr int kPendingScreens = 7;
+    static constexpr int kPendingScreens = 6;
     std::array<PendingScreen, kPendingScreens> m_pending;
     Metering m_metering;
     KeypadSetup m_keypadSetup;
@@ -134,6 +136,7 @@ private:
     AudioSettings m_audioSettings;
     EditSetting m_editSetting;
     SystemSettings m_systemSettings{&m_editSetting};
+    BraidSettings m_braidSettings;
     ProfileList m_profileList;
     ProfileItems m_profileItems{&m_editSetting};
     AboutWidget m_about;

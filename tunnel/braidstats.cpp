@@ -1,11 +1,15 @@
 #include "braidstats.h"
 
 #include "delayslider.h"
+#include "losslaterecoverygrapher.h"
 #include "ipcinstances.h"
 #include "tunnellog.h"
 #include "tunnelsession.h"
+#include "utilizationgrapher.h"
 
 #include <QCheckBox>
+
+#include <array>
 
 namespace {
 // Below this the tunnel cannot reorder anything.
@@ -44,17 +48,38 @@ void BraidStats::createDirection(Direction& direction, bool remote)
     direction.automatic->resize(delayAutoWidget->size());
 }
 
-void BraidStats::tunnelSessionCreate(int)
+void BraidStats::tunnelSessionCreate(int sid)
 {
     TunnelSession* session = m_tunnel.session();
+    showGraphs(m_tx, session->tx(), sid);
+    showGraphs(m_rx, session->rx(), sid);
     session->setIfcWidget(ifcWidget);
     radioTx->setChecked(true);
     radioTxClicked(true);
 }
 
-void BraidStats::tunnelSessionDestroy(int)
+void BraidStats::showGraphs(Direction& direction, TunnelDirectionStats& stats, int sid)
+{
+    if (!direction.utilization) {
+        direction.utilization = new UtilizationGrapher(utilizationWidget);
+        direction.loss = new LossLateRecoveryGrapher(lossWidget);
+    }
+    for (GraphWidget* graph : {static_cast<GraphWidget*>(direction.utilization), static_cast<GraphWidget*>(direction.loss)}) {
+        graph->setKey(sid);
+        graph->update();
+    }
+    stats.utilization_graph = direction.utilization;
+    stats.loss_graph = direction.loss;
+}
+
+// The buttons go with the session; so does its history in the graphs.
+void BraidStats::tunnelSessionDestroy(int sid)
 {
     m_tunnel.session()->clear();
+    for (Direction* direction : {&m_tx, &m_rx}) {
+        direction->utilization->erase(uint32_t(sid));
+        direction->loss->erase(uint32_t(sid));
+    }
 }
 
 void BraidStats::tunnelSessionStatsUpdate(int)
@@ -102,10 +127,17 @@ void BraidStats::radioRxClicked(bool checked)
 
 void BraidStats::showDirection(Direction& shown, Direction& hidden)
 {
-    for (QWidget* widget : {static_cast<QWidget*>(hidden.slider), static_cast<QWidget*>(hidden.automatic)})
-        widget->hide();
-    for (QWidget* widget : {static_cast<QWidget*>(shown.slider), static_cast<QWidget*>(shown.automatic)})
-        widget->show();
+    const auto widgets = [](Direction& direction) {
+        return std::array<QWidget*, 4>{direction.slider, direction.automatic, direction.utilization, direction.loss};
+    };
+    for (QWidget* widget : widgets(hidden)) {
+        if (widget)
+            widget->hide();
+    }
+    for (QWidget* widget : widgets(shown)) {
+        if (widget)
+            widget->show();
+    }
 }
 
 void BraidStats::checkTxDelayAutoChanged(int)

@@ -9,7 +9,9 @@
 #include <QWidget>
 
 class DelaySlider;
+class LossLateRecoveryGrapher;
 class QCheckBox;
+class UtilizationGrapher;
 struct TunnelDirectionStats;
 
 // The current tunnel session, one direction at a time: link utilization and loss history, the
@@ -27,6 +29,8 @@ public:
     TunnelInfo& tunnelInfo() { return m_tunnel; }
     DelaySlider* txSlider() const { return m_tx.slider; }
     DelaySlider* rxSlider() const { return m_rx.slider; }
+    UtilizationGrapher* utilizationGraph(bool receive) const { return (receive ? m_rx : m_tx).utilization; }
+    LossLateRecoveryGrapher* lossGraph(bool receive) const { return (receive ? m_rx : m_tx).loss; }
     QCheckBox* txAuto() const { return m_tx.automatic; }
     QCheckBox* rxAuto() const { return m_rx.automatic; }
 
@@ -48,9 +52,13 @@ private:
         bool remote = false;
         DelaySlider* slider = nullptr;
         QCheckBox* automatic = nullptr;
+        UtilizationGrapher* utilization = nullptr;
+        LossLateRecoveryGrapher* loss = nullptr;
     };
 
     void createDirection(Direction& direction, bool remote);
+    // The graphs are made once, with the first session, and show each session's own history.
+    void showGraphs(Direction& direction, TunnelDirectionStats& stats, int sid);
     static void showDirection(Direction& shown, Direction& hidden);
     static void applyDelays(Direction& direction, const TunnelDirectionStats& stats);
     // "setMaxDelay" for the direction, with the slider's delay unless the backend chooses it.

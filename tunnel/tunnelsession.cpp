@@ -1,9 +1,11 @@
 #include "tunnelsession.h"
 
 #include "ifcbutton.h"
+#include "losslaterecoverygrapher.h"
 #include "message.h"
 #include "tunnelconnection.h"
 #include "tunnellog.h"
+#include "utilizationgrapher.h"
 
 #include <QWidget>
 
@@ -80,6 +82,13 @@ bool TunnelSession::updateStats(const Message& sess)
 {
     m_tx.readRates(sess.params(), "");
     m_rx.readRates(sess.params(), "r");
+    for (TunnelDirectionStats* direction : {&m_tx, &m_rx}) {
+        if (LossLateRecoveryGrapher* graph = direction->loss_graph) {
+            graph->addSample(uint32_t(m_sid), direction->packet_loss_rate, direction->packet_late_rate,
+                             direction->packet_recovery_rate);
+            graph->update();
+        }
+    }
 
     if (const Message* codec = sess.find_child("codec")) {
         g_log.log(LOG_DEBUG, "update rx codec stats:");
@@ -118,6 +127,13 @@ bool TunnelSession::updateStats(const Message& sess)
     changed |= pruneButtons(m_txButtons, seen);
     changed |= pruneButtons(m_rxButtons, seen);
     changed |= pruneConnections();
+
+    for (auto [direction, rates] : {std::make_pair(&m_tx, &m_txGraph), std::make_pair(&m_rx, &m_rxGraph)}) {
+        if (UtilizationGrapher* graph = direction->utilization_graph) {
+            graph->addSample(uint32_t(m_sid), *rates, changed);
+            graph->update();
+        }
+    }
     return changed;
 }
 

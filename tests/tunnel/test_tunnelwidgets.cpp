@@ -2,6 +2,8 @@
 // pixels.
 #include "delayslider.h"
 #include "ifcbutton.h"
+#include "losslaterecoverygrapher.h"
+#include "utilizationgrapher.h"
 
 #include <QImage>
 #include <QLabel>
@@ -17,7 +19,21 @@ private slots:
     void sliderZones();
     void sliderPainting_data();
     void sliderPainting();
+    void graphColumns_data();
+    void graphColumns();
 };
+
+namespace {
+const QColor kBackground(30, 30, 30);
+
+QImage paint(QWidget& graph)
+{
+    QImage image(graph.size(), QImage::Format_RGB32);
+    image.fill(Qt::white);
+    graph.render(&image);
+    return image;
+}
+} // namespace
 
 void TestTunnelWidgets::buttonLabels_data()
 {
@@ -132,6 +148,65 @@ void TestTunnelWidgets::sliderPainting()
         }
     }
     QCOMPARE(drawnOutsideTheBar > 0, !automatic);
+}
+
+// Plots of 360 x 100 pixels: 3-pixel columns, the newest at x = 357..359. Each point is the
+// middle of a column, "sample:y", with the colour expected there.
+void TestTunnelWidgets::graphColumns_data()
+{
+    QTest::addColumn<bool>("utilization");
+    QTest::addColumn<QStringList>("points");
+    QTest::addColumn<QList<QColor>>("colours");
+    QTest::addColumn<QStringList>("labels");
+
+    const QColor grey0(68, 68, 68);
+    const QColor grey1(102, 102, 102);
+    const QColor first(204, 0, 204);
+    // 40 | 10 20 | boundary 20 | 20, scaled to the largest rate, 40.
+    QTest::newRow("utilization greys the columns before a boundary")
+        << true << QStringList{"0:10", "1:90", "1:50", "1:10", "2:90", "2:20", "3:60"}
+        << QList<QColor>{grey0, grey0, grey1, kBackground, first, kBackground, first} << QStringList{"40", "Kbps", "0"};
+    // 10% loss, 20% late, 30% recovery stacked from the bottom.
+    QTest::newRow("loss, late and recovery stacked")
+        << false << QStringList{"3:95", "3:80", "3:50", "3:30"}
+        << QList<QColor>{QColor(119, 0, 0), QColor(221, 0, 0), QColor(68, 204, 0), kBackground}
+        << QStringList{"100%", "", "0%"};
+}
+
+void TestTunnelWidgets::graphColumns()
+{
+    QFETCH(bool, utilization);
+    QFETCH(QStringList, points);
+    QFETCH(QList<QColor>, colours);
+    QFETCH(QStringList, labels);
+
+    QWidget placeholder;
+    placeholder.resize(400, 100);
+    std::unique_ptr<GraphWidget> graph;
+    if (utilization) {
+        auto* rates = new UtilizationGrapher(&placeholder);
+        rates->addSample(7, {40}, false);
+        rates->addSample(7, {10, 20}, false);
+        rates->addSample(7, {20, 0, 0, 99}, true);
+        rates->addSample(7, {20}, false);
+        // Another session's history does not show.
+        rates->addSample(8, {1000, 1000, 1000}, true);
+        graph.reset(rates);
+    } else {
+        auto* loss = new LossLateRecoveryGrapher(&placeholder);
+        for (int sample = 0; sample < 4; ++sample)
+            loss->addSample(7, 100, 200, 300);
+        graph.reset(loss);
+    }
+    graph->setKey(7);
+    const QImage image = paint(*graph);
+    for (int i = 0; i < points.size(); ++i) {
+        const int sample = points[i].section(':', 0, 0).toInt();
+        const int y = points[i].section(':', 1).toInt();
+        QCOMPARE(QColor(image.pixel(3 * (116 + sample) + 1, y)), colours[i]);
+    }
+    const GraphWidget::Labels text = graph->labels(0, 40);
+    QCOMPARE((QStringList{text.top, text.middle, text.bottom}), labels);
 }
 
 QTEST_MAIN(TestTunnelWidgets)
