@@ -7,6 +7,8 @@
 #include "transientpopup.h"
 
 #include <QScrollArea>
+
+#include <algorithm>
 #include <QStackedWidget>
 
 namespace {
@@ -22,8 +24,10 @@ Pane::Pane(MainWindow& mainWindow)
 {
     m_pages[ScreenPeerList] = &m_peerList;
     m_pages[ScreenPeerEdit] = &m_peerEdit;
+    m_pages[ScreenPeerAdd] = &m_peerEdit;
     m_pages[ScreenPeerStats] = &m_peerStats;
     m_pages[ScreenChannelStats] = &m_channelStats;
+    m_pages[ScreenBraidStats] = &m_braidStats;
     m_pages[ScreenMeters] = &m_metering;
     m_pages[ScreenNetworkList] = &m_chooseNetwork;
     m_pages[ScreenConfigureNetwork] = &m_configureNetwork;
@@ -32,19 +36,13 @@ Pane::Pane(MainWindow& mainWindow)
     m_pages[ScreenBrowser] = &m_browser;
     m_pages[ScreenAudioSettings] = &m_audioSettings;
     m_pages[ScreenSystemSettings] = &m_systemSettings;
+    m_pages[ScreenBraidSettings] = &m_braidSettings;
     m_pages[ScreenProfileList] = &m_profileList;
     m_pages[ScreenProfileItems] = &m_profileItems;
     m_pages[ScreenEditSetting] = &m_editSetting;
     m_pages[ScreenKeypadSetup] = &m_keypadSetup;
     m_pages[ScreenAbout] = &m_about;
-    auto pending = m_pending.begin();
-    for (int index = 0; index < ScreenCount; ++index) {
-        if (index == ScreenPeerAdd)
-            m_pages[index] = m_pages[ScreenPeerEdit];
-        else if (!m_pages[index])
-            m_pages[index] = &*pending++;
-    }
-    Q_ASSERT(pending == m_pending.end());
+    Q_ASSERT(std::find(m_pages.begin(), m_pages.end(), nullptr) == m_pages.end());
 }
 
 // The screens are members; take them out of the stack before it is destroyed with the window.
@@ -79,6 +77,7 @@ bool Pane::build(QWidget* stackFrame, StatusBar& statusBar)
     connect(&mainWindow.menu(), &Menu::deletePeerConfirmed, &m_peerEdit, &PeerEdit::deletePeer);
     connect(&m_metering, &Metering::smallMeterClicked, this, &Pane::handleAudioMeters);
     connect(&m_chat, &Chat::chatAlert, &statusBar, &StatusBar::handleChatAlert);
+    connect(&m_braidStats.tunnelInfo(), &TunnelInfo::braidStatus, &statusBar, &StatusBar::updateBraidStatus);
 
     // Where one signal reaches two slots, the screen switch comes before the screen fills itself.
     Menu& menu = mainWindow.menu();
