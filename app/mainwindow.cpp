@@ -1,6 +1,7 @@
 #include "mainwindow.h"
 
 #include "calibration.h"
+#include "deviceclassicons.h"
 #include "ipcinstances.h"
 #include "keypadfilter.h"
 #include "keypadhandler.h"
@@ -56,6 +57,7 @@ MainWindow::MainWindow(QWidget* parent)
         g_log.set_log_level(LOG_ERROR);
     }
     g_log.log(LOG_DEBUG, "mainwindow constructor");
+    deviceclassicons::fill();
 
     setupUi(this);
     m_menu.build(topMenu);

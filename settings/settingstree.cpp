@@ -5,6 +5,7 @@
 
 #include <QBrush>
 #include <QColor>
+#include <QFont>
 #include <QHeaderView>
 #include <QTreeWidget>
 
@@ -56,6 +57,15 @@ void setRowColour(QTreeWidgetItem* row, const QColor& colour)
 {
     for (int column = 0; column < 2; ++column)
         row->setForeground(column, QBrush(colour));
+}
+
+void setRowWeight(QTreeWidgetItem* row, bool isDefault)
+{
+    for (int column = 0; column < 2; ++column) {
+        QFont rowFont = row->font(column);
+        rowFont.setWeight(isDefault ? QFont::Normal : QFont::Bold);
+        row->setFont(column, rowFont);
+    }
 }
 
 } // namespace settingstree

@@ -22,6 +22,8 @@ void refresh(QTreeWidget* tree);
 QTreeWidgetItemSetting* selectedSetting(const QTreeWidget* tree);
 // Text colour of both columns of a row.
 void setRowColour(QTreeWidgetItem* row, const QColor& colour);
+// Both columns of an option row are bold while its value is not the default.
+void setRowWeight(QTreeWidgetItem* row, bool isDefault);
 
 } // namespace settingstree
 

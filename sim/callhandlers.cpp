@@ -380,7 +380,13 @@ void CallHandlers::statsTick()
         flow.peerId = id;
         flow.channel = m_peers.channelOf(*peer);
         flow.callSeconds = static_cast<uint32_t>(call.elapsedMs / 1000);
-        flow.bitrate = call.kind == Kind::Pots ? kLineRates[call.lineRate] : kIpBitrate;
+        if (call.kind == Kind::Pots) {
+            flow.txBitrate = flow.rxBitrate = kLineRates[call.lineRate];
+        } else {
+            const auto rates = CallStats::profileBitrates(m_peers.profileOf(*peer), m_unit.data("codecList"), kIpBitrate);
+            flow.txBitrate = rates.tx;
+            flow.rxBitrate = rates.rx;
+        }
         flows.push_back(flow);
         if (call.kind == Kind::Braid && !braidSession)
             braidSession = m_braid.sessionOf(*peer);

@@ -5,6 +5,7 @@
 #include "codec.h"
 #include "ipcendpoint.h"
 #include "logger.h"
+#include "networkmanager.h"
 #include "simulator.h"
 
 #include <cerrno>
@@ -108,6 +109,9 @@ const std::vector<ControlConsole::Command>& ControlConsole::commands()
         {"presence", "[TEXT]", &ControlConsole::presence},
         {"ring", "[ID]", &ControlConsole::ring},
         {"rate", "MS", &ControlConsole::rate},
+        {"plug", "DEVICE", &ControlConsole::plug},
+        {"unplug", "DEVICE", &ControlConsole::unplug},
+        {"device", "add ID wired|wifi|3g | remove ID", &ControlConsole::device},
         {"quit", "", &ControlConsole::quit},
     };
     return table;
@@ -164,6 +168,16 @@ std::string ControlConsole::rate(const std::string& argument)
     return "ok rate " + std::to_string(ms);
 }
 
+std::string ControlConsole::plug(const std::string& device)
+{
+    return m_simulator.network().plug(device, true);
+}
+
+std::string ControlConsole::unplug(const std::string& device)
+{
+    return m_simulator.network().plug(device, false);
+}
+
 std::string ControlConsole::quit(const std::string&)
 {
     m_simulator.stop();
@@ -200,6 +214,20 @@ std::string ControlConsole::setPasswordDefaulted(const std::string& state)
         return std::string("error: the scenario has no ") + kPasswordOption;
     option->params().set_bool("defaulted", state == "on");
     return "ok defpwd " + state;
+}
+
+// "device add ID wired|wifi|3g" or "device remove ID": hardware coming and going.
+std::string ControlConsole::device(const std::string& args)
+{
+    std::string rest;
+    const std::string action = firstWord(args, rest);
+    std::string deviceClass;
+    const std::string id = firstWord(rest, deviceClass);
+    if (action == "add" && !id.empty())
+        return m_simulator.network().addDevice(id, deviceClass);
+    if (action == "remove" && !id.empty())
+        return m_simulator.network().removeDevice(id);
+    return "error: device add ID wired|wifi|3g, or device remove ID";
 }
 
 // The far end's line reaches every user interface of the unit, as any chat line does.

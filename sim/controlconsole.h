@@ -39,6 +39,9 @@ private:
     std::string ring(const std::string& argument);
     std::string rate(const std::string& argument);
     std::string quit(const std::string& rest);
+    std::string plug(const std::string& device);
+    std::string unplug(const std::string& device);
+    std::string device(const std::string& args);
 
     Simulator& m_simulator;
     int m_fd;
