@@ -31,6 +31,7 @@
 #include <QTimer>
 #include <qpa/qwindowsysteminterface.h>
 
+#include <csignal>
 #include <cstdio>
 #include <functional>
 
@@ -105,6 +106,12 @@ public:
         require(pressUntil(Qt::Key_Down, [&] { return open->activeAction() && open->activeAction()->text() == entry; }),
                 "entry " + entry);
         key(Qt::Key_Enter);
+    }
+
+    // A stopped unit answers no login, so the link stays down until it runs again.
+    void holdSim(bool held)
+    {
+        ::kill(static_cast<pid_t>(m_sim.processId()), held ? SIGSTOP : SIGCONT);
     }
 
     void simCommand(const QString& line)
@@ -307,8 +314,11 @@ void run(Tour& tour, MainWindow& window)
 
     tour.simCommand("defpwd on");
     tour.simCommand("drop");
-    tour.waitFor([&] { return window.offlineScreen().isVisible(); });
+    Tour::require(tour.waitFor([&] { return window.offlineScreen().isVisible(); }), "link lost");
+    tour.holdSim(true);
     tour.shot("link-lost");
+    Tour::require(window.offlineScreen().isVisible() && !window.isVisible(), "link still lost");
+    tour.holdSim(false);
     tour.waitFor([&] { return window.isVisible() && window.popup().isVisible(); }, 30000);
     tour.shot("password-warning");
 }
