@@ -1,3 +1,4 @@
+#include "modalwatch.h"
 #include "shellfixture.h"
 
 #include <QAction>
@@ -113,16 +114,15 @@ void TestMenu::resetIsSentOnlyOnYes()
 
     m_shell->sent.clear();
     bool modalDuringQuestion = false;
-    QTimer::singleShot(0, [&] { modalDuringQuestion = m_shell->window->isModal(); });
-    QTimer::singleShot(0, [answer] {
-        auto* box = qobject_cast<QMessageBox*>(QApplication::activeModalWidget());
-        QVERIFY(box);
-        QCOMPARE(box->defaultButton(), box->button(QMessageBox::No));
-        box->button(QMessageBox::StandardButton(answer))->click();
+    bool defaultIsNo = false;
+    answerNextQuestion(this, QMessageBox::StandardButton(answer), [&](QMessageBox& box) {
+        modalDuringQuestion = m_shell->window->isModal();
+        defaultIsNo = box.defaultButton() == box.button(QMessageBox::No);
     });
     menu().actionReset_Configuration->trigger();
 
     QVERIFY(modalDuringQuestion);
+    QVERIFY(defaultIsNo);
     QVERIFY(!m_shell->window->isModal());
     QCOMPARE(int(m_shell->sent.size()), requests);
     if (requests) {
