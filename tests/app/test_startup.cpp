@@ -92,15 +92,18 @@ void TestStartup::missingCalibrationStartsOneAtReady()
 
     // The operator aborts with F2 at once.
     int calibrations = 0;
+    bool calibratingWhileAsked = false;
     QTimer poll;
     answerEveryModal<Calibration>(poll, [&](Calibration&) {
         ++calibrations;
+        calibratingWhileAsked = window.isCalibrating();
         window.setCalibrating(false);
         emit window.abortCalibration();
     });
     shell.setState(IPCClient::IPC_READY);
 
     QCOMPARE(calibrations, fileExists ? 0 : 1);
+    QCOMPARE(calibratingWhileAsked, !fileExists);
     QCOMPARE(window.popup().isVisible(), !fileExists);
     QVERIFY(!window.isCalibrating());
 }
