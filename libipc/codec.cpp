@@ -56,14 +56,14 @@ std::string frame(const std::string& payload)
     return framed;
 }
 
-FrameStatus peek_frame(const char* buffer, std::size_t size, std::size_t& payloadSize)
+FrameStatus peek_frame(const char* buffer, std::size_t size, std::size_t& payloadSize, std::size_t maxPayload)
 {
     if (size < kFrameHeaderBytes)
         return FrameStatus::Incomplete;
     const auto* header = reinterpret_cast<const unsigned char*>(buffer);
     const std::size_t length = (std::size_t{header[0]} << 24) | (std::size_t{header[1]} << 16)
         | (std::size_t{header[2]} << 8) | std::size_t{header[3]};
-    if (length > Limits::kMaxFrameBytes)
+    if (length > maxPayload)
         return FrameStatus::TooLarge;
     if (size - kFrameHeaderBytes < length)
         return FrameStatus::Incomplete;
