@@ -23,9 +23,9 @@ const char* encoding_name(Encoding encoding)
     return encoding == Encoding::Compact ? "compact" : "xmls";
 }
 
-std::string encode(Encoding encoding, const Message& message)
+std::string encode(Encoding encoding, const Message& message, const Message* onlyChild)
 {
-    return encoding == Encoding::Compact ? compact::encode(message) : xmls::encode(message);
+    return encoding == Encoding::Compact ? compact::encode(message, onlyChild) : xmls::encode(message, onlyChild);
 }
 
 bool decode(Encoding encoding, const char* data, std::size_t size, Message& out, std::string& error)

@@ -24,8 +24,10 @@ enum class Encoding { Compact, Xmls };
 bool parse_encoding(const std::string& text, Encoding& out);
 const char* encoding_name(Encoding encoding);
 
-// One message tree as the payload of a frame (no length prefix).
-std::string encode(Encoding encoding, const Message& message);
+// One message tree as the payload of a frame (no length prefix). With `onlyChild`, that is
+// encoded as the only child of `message`, whose own children are ignored: an envelope is
+// written around its content without copying it.
+std::string encode(Encoding encoding, const Message& message, const Message* onlyChild = nullptr);
 // False, with a reason in `error`, for input that does not decode or breaks a limit.
 bool decode(Encoding encoding, const char* data, std::size_t size, Message& out, std::string& error);
 

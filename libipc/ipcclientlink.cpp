@@ -62,9 +62,7 @@ void IPCClientLink::service()
 
 bool IPCClientLink::send_command(const Message& msg)
 {
-    Message envelope(ipc::envelope::kCommand);
-    envelope.add_child(msg);
-    return send(envelope);
+    return send(Message(ipc::envelope::kCommand), &msg);
 }
 
 void IPCClientLink::send_subscription(const std::string& pattern, unsigned int flags)
@@ -140,13 +138,15 @@ void IPCClientLink::open_socket(int fd, bool pending, const SocketAddr& address)
     }
 }
 
-bool IPCClientLink::send(const Message& msg)
+bool IPCClientLink::send(const Message& msg, const Message* onlyChild)
 {
     if (m_client.debug() && g_log.enabled(LOG_DEBUG)) {
         g_log.log(LOG_DEBUG, "IPC client %s sends:", m_client.endpoint_name().c_str());
         msg._dump(LOG_DEBUG, 0, 1);
+        if (onlyChild)
+            onlyChild->_dump(LOG_DEBUG, 0, 2);
     }
-    return m_socket && m_socket->send(msg);
+    return m_socket && m_socket->send(msg, onlyChild);
 }
 
 bool IPCClientLink::check_certificate(const IPCSocket& socket)

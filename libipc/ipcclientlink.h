@@ -46,7 +46,8 @@ private:
     void lookup_done();
     void drop_lookup();
     void open_socket(int fd, bool pending, const SocketAddr& address);
-    bool send(const Message& msg);
+    // With `onlyChild`, `msg` is an envelope around it.
+    bool send(const Message& msg, const Message* onlyChild = nullptr);
     // False (logged, link closed) when the unit's certificate is not the one trusted.
     bool check_certificate(const IPCSocket& socket);
     void answer_challenge(const Message& challenge);

@@ -72,16 +72,13 @@ bool IPCServerLink::send_response(unsigned int sessionId, const Message& msg)
     const auto it = m_sessions.find(sessionId);
     if (it == m_sessions.end() || !it->second.loggedIn)
         return false;
-    Message envelope(ipc::envelope::kResponse);
-    envelope.add_child(msg);
-    return it->second.socket->send(envelope);
+    return it->second.socket->send(Message(ipc::envelope::kResponse), &msg);
 }
 
 std::size_t IPCServerLink::push_unso(const std::string& id, const Message& msg, unsigned int onlySession)
 {
     Message envelope(ipc::envelope::kUnso);
     envelope.params().set_string("id", id);
-    envelope.add_child(msg);
     const bool generic = id == IPCEndpointServer::kGenericUnso;
     // Encoded once per encoding in use.
     std::map<ipc::Encoding, std::string> frames;
@@ -99,7 +96,7 @@ std::size_t IPCServerLink::push_unso(const std::string& id, const Message& msg, 
         auto frame = frames.find(encoding);
         if (frame == frames.end()) {
             std::string encoded;
-            if (!IPCSocket::encode_frame(encoding, envelope, encoded))
+            if (!IPCSocket::encode_frame(encoding, envelope, &msg, encoded))
                 return delivered;
             frame = frames.emplace(encoding, std::move(encoded)).first;
         }

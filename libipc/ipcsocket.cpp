@@ -51,15 +51,16 @@ bool IPCSocket::start_tls(const ipc::tls::Context& context, bool server)
     return true;
 }
 
-bool IPCSocket::send(const Message& msg)
+bool IPCSocket::send(const Message& msg, const Message* onlyChild)
 {
     std::string frame;
-    return is_open() && encode_frame(m_encoding, msg, frame) && send_frame(frame);
+    return is_open() && encode_frame(m_encoding, msg, onlyChild, frame) && send_frame(frame);
 }
 
-bool IPCSocket::encode_frame(ipc::Encoding encoding, const Message& msg, std::string& frame)
+bool IPCSocket::encode_frame(ipc::Encoding encoding, const Message& msg, const Message* onlyChild,
+                             std::string& frame)
 {
-    const std::string payload = ipc::encode(encoding, msg);
+    const std::string payload = ipc::encode(encoding, msg, onlyChild);
     if (payload.size() > ipc::Limits::kMaxFrameBytes) {
         g_log.log(LOG_ERROR, "IPC: message \"%s\" of %zu bytes is too large to send", msg.name.c_str(),
                   payload.size());

@@ -59,13 +59,15 @@ public:
     // ipc::Limits::kMaxFrameBytes.
     void set_frame_limit(std::size_t bytes) { m_frameLimit = bytes; }
 
-    // Encodes, frames and queues one message; writes at once when nothing is waiting. Never
-    // blocks. False when the socket is closing or the output queue is full (then it aborts).
-    bool send(const Message& msg);
+    // Encodes, frames and queues one message (with `onlyChild`, an envelope around it, see
+    // ipc::encode); writes at once when nothing is waiting. Never blocks. False when the socket
+    // is closing or the output queue is full (then it aborts).
+    bool send(const Message& msg, const Message* onlyChild = nullptr);
     // The same for a frame already encoded in this socket's encoding.
     bool send_frame(const std::string& frame);
     // False (logged) when the message is too large for one frame.
-    static bool encode_frame(ipc::Encoding encoding, const Message& msg, std::string& frame);
+    static bool encode_frame(ipc::Encoding encoding, const Message& msg, const Message* onlyChild,
+                             std::string& frame);
     // Closes soon, logging `reason` at `level`; the first reason wins.
     void abort(const std::string& reason, LOG_LEVEL level);
     // Stops reading and closes once the queued output is written.
