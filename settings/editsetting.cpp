@@ -2,12 +2,7 @@
 
 #include "ipcinstances.h"
 
-#include <QCoreApplication>
-#include <QKeyEvent>
 #include <QMutexLocker>
-
-#include <algorithm>
-#include <iterator>
 
 namespace {
 const char* const kFollowValue = "!follow";
@@ -20,18 +15,12 @@ QString qs(const std::string& text)
 } // namespace
 
 EditSetting::EditSetting(QWidget* parent)
-    : QWidget(parent)
+    : QWidget(parent),
+      m_pages(*this)
 {
     setupUi(this);
-    connect(buttonSave, &QPushButton::clicked, this, &EditSetting::saveClicked);
-    connect(buttonDefault, &QPushButton::clicked, this, &EditSetting::defaultClicked);
-    connect(buttonCancel, &QPushButton::clicked, this, &EditSetting::cancelClicked);
-    connect(buttonStringClear, &QPushButton::clicked, this, &EditSetting::clearStringText);
-    connect(spinValue, QOverload<int>::of(&QSpinBox::valueChanged), this, &EditSetting::intChanged);
-    connect(checkValue, &QCheckBox::stateChanged, this, &EditSetting::boolChanged);
-    connect(lineValue, &QLineEdit::textChanged, this, &EditSetting::textChanged);
+    OptionEditorPages::connectForm(this);
     connect(comboCodec, QOverload<int>::of(&QComboBox::currentIndexChanged), this, &EditSetting::codecChanged);
-    connect(comboValue, QOverload<int>::of(&QComboBox::currentIndexChanged), this, &EditSetting::selectChanged);
 }
 
 void EditSetting::setOption(const SettingOption& option)
@@ -60,75 +49,49 @@ void EditSetting::populateChannelItem()
 void EditSetting::populate()
 {
     m_populating = true;
-    buttonDefault->setEnabled(!m_option.isDefault());
-    labelTitle->setText(qs(m_option.displayName()));
-    labelDescription->setText(qs(m_option.descr()));
-
-    switch (m_option.getType()) {
-    case OptionType::Int: {
-        const QString units = QStringLiteral(" ") + qs(m_option.units());
-        showValueLabels(units);
-        labelMaximumValue->setText(QString::number(m_option.maximum()) + units);
-        labelMinimumValue->setText(QString::number(m_option.minimum()) + units);
-        stackEdit->setCurrentWidget(pageInt);
-        spinValue->setSuffix(units);
-        spinValue->setMaximum(m_option.maximum());
-        spinValue->setMinimum(m_option.minimum());
-        spinValue->setValue(qs(m_option.currentValue()).toInt());
-        spinValue->setFocus();
-        break;
-    }
-    case OptionType::Bool:
-        showValueLabels();
-        checkValue->setText(qs(m_option.units()));
-        stackEdit->setCurrentWidget(pageBool);
-        checkValue->setChecked(m_option.currentValue() == "true");
-        checkValue->setFocus();
-        break;
-    case OptionType::String:
-        showValueLabels();
-        stackEdit->setCurrentWidget(pageString);
-        lineValue->setText(qs(m_option.currentValue()));
-        lineValue->setFocus();
-        break;
-    case OptionType::Select:
-        fillSelectPage();
-        showValueLabels();
-        comboValue->setFocus();
-        break;
-    case OptionType::Codec:
+    if (m_option.getType() == OptionType::Codec)
         fillCodecPage();
-        showValueLabels();
-        comboCodec->setFocus();
-        break;
-    }
-
-    buttonDefault->show();
-    labelDefVal->show();
-    labelDefaultValue->show();
-    buttonSave->setEnabled(m_option.isChanged());
+    m_pages.fill(pageContent());
     m_populating = false;
 }
 
-void EditSetting::showValueLabels(const QString& suffix)
+OptionEditorPages::Page EditSetting::page() const
 {
-    labelCurrentValue->setText(qs(m_option.currentText()) + suffix);
-    labelDefaultValue->setText(qs(m_option.defaultText()) + suffix);
+    using Page = OptionEditorPages::Page;
+    switch (m_option.getType()) {
+    case OptionType::Int:
+        return Page::Int;
+    case OptionType::Bool:
+        return Page::Bool;
+    case OptionType::String:
+        return Page::String;
+    case OptionType::Select:
+        return Page::Select;
+    case OptionType::Codec:
+        return Page::Codec;
+    }
+    return Page::None;
 }
 
-void EditSetting::fillSelectPage()
+OptionEditorPages::PageContent EditSetting::pageContent() const
 {
-    stackEdit->setCurrentWidget(pageSelect);
-    comboValue->clear();
-    const QString current = qs(m_option.currentValue());
-    int match = -1;
-    for (const SettingOption::Choice& choice : m_option.choices()) {
-        comboValue->addItem(qs(choice.first), qs(choice.second));
-        if (qs(choice.second) == current)
-            match = comboValue->count() - 1;
-    }
-    if (match >= 0)
-        comboValue->setCurrentIndex(match);
+    using Page = OptionEditorPages::Page;
+    OptionEditorPages::PageContent content;
+    content.page = page();
+    content.title = qs(m_option.displayName());
+    content.description = qs(m_option.descr());
+    content.units = qs(m_option.units());
+    const QString suffix = content.page == Page::Int ? QStringLiteral(" ") + content.units : QString();
+    content.currentLabel = qs(m_option.currentText()) + suffix;
+    content.defaultLabel = qs(m_option.defaultText()) + suffix;
+    content.minimum = m_option.minimum();
+    content.maximum = m_option.maximum();
+    content.value = m_option.currentValue();
+    if (content.page == Page::Select)
+        content.choices = m_option.choices();
+    content.isDefault = m_option.isDefault();
+    content.isChanged = m_option.isChanged();
+    return content;
 }
 
 void EditSetting::fillCodecPage()
@@ -185,8 +148,7 @@ void EditSetting::storeEdit(const std::string& newValue)
 
 void EditSetting::updateButtons()
 {
-    buttonSave->setEnabled(m_option.isChanged());
-    buttonDefault->setEnabled(!m_option.isDefault());
+    m_pages.updateButtons(m_option.isChanged(), m_option.isDefault());
 }
 
 void EditSetting::intChanged(int new_int)
@@ -199,7 +161,7 @@ void EditSetting::boolChanged(int new_bool)
 {
     if (m_populating)
         return;
-    storeEdit(new_bool == Qt::Checked ? "true" : "false");
+    storeEdit(OptionEditorPages::boolValue(new_bool));
     buttonSave->setFocus();
 }
 
@@ -212,7 +174,7 @@ void EditSetting::textChanged(QString new_string)
 void EditSetting::selectChanged(int new_idx)
 {
     if (!m_populating)
-        storeEdit(comboValue->itemData(new_idx).toString().toStdString());
+        storeEdit(m_pages.selectValue(new_idx));
 }
 
 void EditSetting::codecChanged(int new_idx)
@@ -227,8 +189,7 @@ void EditSetting::codecChanged(int new_idx)
 
 void EditSetting::clearStringText()
 {
-    lineValue->setText(QString());
-    lineValue->setFocus();
+    m_pages.clearStringText();
 }
 
 void EditSetting::saveClicked()
@@ -256,58 +217,7 @@ void EditSetting::finishEdit()
         emit channelEditDone();
 }
 
-void EditSetting::stepCombo(QComboBox* combo, int keycode, bool pressed, bool repeat)
-{
-    combo->setFocus();
-    injectKey(keycode == Qt::Key_Left ? Qt::Key_Up : Qt::Key_Down, pressed, repeat);
-}
-
 void EditSetting::handleKey(int keycode, bool pressed, bool repeat)
 {
-    switch (keycode) {
-    case Qt::Key_Enter: {
-        if (listOpen()) {
-            injectKey(Qt::Key_Enter, pressed, repeat);
-            break;
-        }
-        const QWidget* focused = focusWidget();
-        const QWidget* const pressable[] = {checkValue, buttonCancel, buttonDefault, buttonSave,
-                                            buttonStringClear, comboCodec, comboValue};
-        if (focused && std::find(std::begin(pressable), std::end(pressable), focused) != std::end(pressable))
-            injectKey(Qt::Key_Space, pressed, repeat);
-        break;
-    }
-    case Qt::Key_Left:
-    case Qt::Key_Right:
-        switch (m_option.getType()) {
-        case OptionType::Int:
-            QCoreApplication::postEvent(spinValue, new QKeyEvent(pressed ? QEvent::KeyPress : QEvent::KeyRelease,
-                                                                 keycode == Qt::Key_Left ? Qt::Key_Down : Qt::Key_Up,
-                                                                 Qt::NoModifier));
-            break;
-        case OptionType::Bool:
-            if (pressed) {
-                checkValue->setFocus();
-                checkValue->setChecked(!checkValue->isChecked());
-            }
-            break;
-        case OptionType::String:
-            lineValue->setFocus();
-            injectKey(keycode, pressed, repeat);
-            break;
-        case OptionType::Select:
-            stepCombo(comboValue, keycode, pressed, repeat);
-            break;
-        case OptionType::Codec:
-            stepCombo(comboCodec, keycode, pressed, repeat);
-            break;
-        }
-        break;
-    case Qt::Key_Up:
-    case Qt::Key_Down:
-        moveThroughForm(keycode, pressed, repeat);
-        break;
-    default:
-        break;
-    }
+    m_pages.handleKey(page(), keycode, pressed, repeat);
 }

@@ -2,6 +2,7 @@
 #define EDITSETTING_H
 
 #include "keypadhandler.h"
+#include "optioneditorpages.h"
 #include "panebase.h"
 #include "settingoption.h"
 #include "ui_editsetting.h"
@@ -14,6 +15,7 @@
 class EditSetting : public QWidget, public Ui::EditSetting, public KeypadHandler, public PaneBase {
     Q_OBJECT
     Q_DISABLE_COPY(EditSetting)
+    friend class OptionEditorPages;
 
 public:
     explicit EditSetting(QWidget* parent = nullptr);
@@ -45,15 +47,15 @@ private slots:
 
 private:
     void populate();
-    void showValueLabels(const QString& suffix = QString());
-    void fillSelectPage();
+    OptionEditorPages::Page page() const;
+    OptionEditorPages::PageContent pageContent() const;
     void fillCodecPage();
     void showCodecDetails(const std::string& codecId);
     void storeEdit(const std::string& newValue);
     void updateButtons();
     void finishEdit();
-    void stepCombo(QComboBox* combo, int keycode, bool pressed, bool repeat);
 
+    OptionEditorPages m_pages;
     SettingOption m_option;
     bool m_populating = false;
     bool m_editingProfile = false;

@@ -1,6 +1,6 @@
 #include "qtreewidgetitemsetting.h"
 
-#include <QFont>
+#include "settingstree.h"
 
 QTreeWidgetItemSetting::QTreeWidgetItemSetting(QTreeWidgetItem* parent, const SettingOption& option)
     : QTreeWidgetItem(parent, QTreeWidgetItem::Type),
@@ -19,9 +19,5 @@ void QTreeWidgetItemSetting::refresh()
 void QTreeWidgetItemSetting::showValue()
 {
     setText(1, QString::fromStdString(m_option.currentText()));
-    for (int column = 0; column < 2; ++column) {
-        QFont rowFont = font(column);
-        rowFont.setWeight(m_option.isDefault() ? QFont::Normal : QFont::Bold);
-        setFont(column, rowFont);
-    }
+    settingstree::setRowWeight(this, m_option.isDefault());
 }

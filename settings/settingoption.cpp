@@ -58,7 +58,7 @@ SettingOption::SettingOption(const Message& description, const std::string& prof
 
 std::string SettingOption::param(const char* key, const std::string& def) const
 {
-    return optionMsg.params().get_string(key, def);
+    return description().param(key, def);
 }
 
 bool SettingOption::isSystemOption() const
@@ -155,13 +155,9 @@ std::string SettingOption::displayText(const std::string& v) const
 {
     switch (type) {
     case OptionType::Bool:
-        return v == "true" ? labelTrue() : labelFalse();
+        return description().boolText(v);
     case OptionType::Select:
-        for (const Choice& choice : choices()) {
-            if (choice.second == v)
-                return choice.first;
-        }
-        return v;
+        return OptionDescription::choiceLabel(choices(), v);
     case OptionType::Codec: {
         if (v == kFollowValue)
             return "Follow local encoder";
@@ -191,40 +187,37 @@ std::string SettingOption::defaultText() const
 
 std::string SettingOption::displayName() const
 {
-    return param("display_name");
+    return description().displayName();
 }
 
 std::string SettingOption::descr() const
 {
-    return param("descr");
+    return description().descr();
 }
 
-// A bool option labels its check box with the text of its true state.
 std::string SettingOption::units() const
 {
-    if (optionMsg.params().has_param("units"))
-        return param("units");
-    return type == OptionType::Bool ? labelTrue() : std::string();
+    return description().units(type == OptionType::Bool);
 }
 
 std::string SettingOption::labelTrue() const
 {
-    return param("label_true", "Enabled");
+    return description().labelTrue();
 }
 
 std::string SettingOption::labelFalse() const
 {
-    return param("label_false", "Not Enabled");
+    return description().labelFalse();
 }
 
 int SettingOption::minimum() const
 {
-    return optionMsg.params().get_int("min", 0);
+    return description().minimum();
 }
 
 int SettingOption::maximum() const
 {
-    return optionMsg.params().get_int("max", 0);
+    return description().maximum();
 }
 
 void SettingOption::setValue(const std::string& v)
@@ -269,12 +262,7 @@ std::vector<SettingOption::Choice> SettingOption::choices() const
         return listChoices("peerList", "peer");
     if (typeText == "profile")
         return listChoices("profileList", "profile");
-    std::vector<Choice> choices;
-    for (unsigned int i = 0; i < optionMsg.num_children("select"); ++i) {
-        const Params& choice = optionMsg.get_child("select", i).params();
-        choices.emplace_back(choice.get_string("name", ""), choice.get_string("value", ""));
-    }
-    return choices;
+    return description().selectChoices();
 }
 
 void SettingOption::commit() const

@@ -2,6 +2,7 @@
 #define SETTINGOPTION_H
 
 #include "message.h"
+#include "optiondescription.h"
 #include "optiontype.h"
 
 #include <string>
@@ -16,8 +17,7 @@
 // Every read of the answer cache takes the IPC client's lock; call from the GUI thread.
 class SettingOption {
 public:
-    // (label shown, value stored)
-    using Choice = std::pair<std::string, std::string>;
+    using Choice = OptionDescription::Choice;
 
     // An empty string option; the editor holds one before its first edit.
     SettingOption() = default;
@@ -68,6 +68,7 @@ private:
     void commitSystemOption() const;
     void commitToChild(Message& request, const std::string& childName) const;
 
+    OptionDescription description() const { return OptionDescription(optionMsg); }
     std::string param(const char* key, const std::string& def = std::string()) const;
     bool isSystemOption() const;
     bool isProfileOption() const;

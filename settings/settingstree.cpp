@@ -5,9 +5,19 @@
 
 #include <QBrush>
 #include <QColor>
+#include <QFont>
+#include <QHeaderView>
 #include <QTreeWidget>
 
 namespace settingstree {
+
+void setFixedColumns(QTreeWidget* tree)
+{
+    tree->header()->setSectionResizeMode(QHeaderView::Fixed);
+    tree->header()->setStretchLastSection(false);
+    tree->setColumnWidth(0, 320);
+    tree->setColumnWidth(1, 200);
+}
 
 void fill(QTreeWidget* tree, const SettingGroupList& groups)
 {
@@ -47,6 +57,15 @@ void setRowColour(QTreeWidgetItem* row, const QColor& colour)
 {
     for (int column = 0; column < 2; ++column)
         row->setForeground(column, QBrush(colour));
+}
+
+void setRowWeight(QTreeWidgetItem* row, bool isDefault)
+{
+    for (int column = 0; column < 2; ++column) {
+        QFont rowFont = row->font(column);
+        rowFont.setWeight(isDefault ? QFont::Normal : QFont::Bold);
+        row->setFont(column, rowFont);
+    }
 }
 
 } // namespace settingstree
