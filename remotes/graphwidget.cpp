@@ -7,6 +7,8 @@ constexpr int kLabelWidth = 40;
 constexpr int kLabelGap = 2;
 constexpr int kTopBaseline = 10;
 constexpr int kMiddleBaselineBelowCentre = 5;
+// Small enough for "1234.5kb" to fit beside the plot.
+constexpr int kLabelPointSize = 7;
 const QColor kBackground(30, 30, 30);
 } // namespace
 
@@ -23,6 +25,9 @@ GraphWidget::GraphWidget(QWidget* placeholder, unsigned historyLength, unsigned 
     setFixedSize(size);
     m_plotWidth = size.width() - kLabelWidth;
     m_plotHeight = size.height();
+    QFont labelFont = font();
+    labelFont.setPointSize(kLabelPointSize);
+    setFont(labelFont);
 }
 
 QPen GraphWidget::framePen()

@@ -110,6 +110,8 @@ std::string ControlConsole::execute(const std::string& line)
         return say(rest);
     if (command == "ring")
         return m_simulator.calls().ring(rest);
+    if (command == "burst")
+        return m_simulator.calls().burst(rest);
     if (command == "quit") {
         m_simulator.stop();
         return "ok quit";
