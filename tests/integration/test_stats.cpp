@@ -3,7 +3,7 @@
 // one's history and numbers at once.
 #include "channelgrapher.h"
 #include "channelstats.h"
-#include "delaygrapher.h"
+#include "delaysamples.h"
 #include "mainwindow.h"
 #include "peerlist.h"
 #include "peerstats.h"
@@ -18,17 +18,6 @@ namespace {
 
 const int kStatsPeriodMs = 200;
 const int kEnoughSamples = 3;
-
-// Samples that came with new data draw one point each of the desired-delay line.
-int validSamples(const DelayGrapher& graph, uint32_t key)
-{
-    Grapher::PointList points[1];
-    Grapher::RectList rects[3];
-    int min = 0;
-    int max = 0;
-    graph.draw(key, points, rects, &min, &max);
-    return points[0].size();
-}
 
 } // namespace
 
@@ -96,7 +85,7 @@ void TestStats::peerStatsFollowBothRemotes()
     QTRY_COMPARE(m_peerStats->comboMode->count(), 2);
     QCOMPARE(m_peerStats->comboMode->currentText(), QString("Studio A"));
     const DelayGrapher& delay = m_peerStats->delayGraph();
-    QTRY_VERIFY(validSamples(delay, 1) >= kEnoughSamples && validSamples(delay, 4) >= kEnoughSamples);
+    QTRY_VERIFY(validDelaySamples(delay, 1) >= kEnoughSamples && validDelaySamples(delay, 4) >= kEnoughSamples);
     QTreeWidgetItem* duration = m_peerStats->treeStats->topLevelItem(0);
     QTRY_VERIFY(duration->text(1).startsWith("0:00:0"));
     QVERIFY(m_peerStats->treeStats->topLevelItem(5)->text(1).endsWith(" kbps"));
@@ -107,7 +96,7 @@ void TestStats::peerStatsFollowBothRemotes()
     m_shell.key(Qt::Key_Right);
     QCOMPARE(m_peerStats->comboMode->currentText(), QString("Remote Booth"));
     QCOMPARE(delay.key(), 4);
-    QVERIFY(validSamples(delay, 4) >= kEnoughSamples);
+    QVERIFY(validDelaySamples(delay, 4) >= kEnoughSamples);
     QVERIFY(duration->text(1) < studioDuration);
 
     // Over the tab bar to the graphs.

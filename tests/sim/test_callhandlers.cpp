@@ -21,7 +21,7 @@ protected:
     {
         std::string error;
         ASSERT_TRUE(m_unit.loadFile(ORVANE_SIM_SCENARIO, error)) << error;
-        CallHandlers::Hooks hooks{
+        UnitHooks hooks{
             [this](milliseconds delay, std::function<void()> callback) {
                 m_timers[{m_now + delay, ++m_lastId}] = std::move(callback);
                 return m_lastId;
