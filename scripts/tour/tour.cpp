@@ -284,6 +284,8 @@ void run(Tour& tour, MainWindow& window)
         tour.waitFor([&] { return !connected(); }, 10000);
     }
     tour.waitFor([&] { return !peers.getAnyActive(); }, 10000);
+    // The remote the editor views below.
+    selectRemote("Newsroom Hotline");
 
     auto& editor = tour.screen<PeerEdit>(Pane::ScreenPeerEdit);
     tour.menu("Remotes", "Change Remote Settings");
