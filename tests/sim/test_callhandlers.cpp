@@ -184,6 +184,16 @@ TEST_F(Calls, TwoCallsReportTogether)
         EXPECT_NEAR(peer->get_uint("txPayload", 0), 256000, 256000 / 50);
         EXPECT_NEAR(peer->get_uint("rxPayload", 0), 128000, 128000 / 50);
     }
+    // A burst on one call: its next period brings no data and a loss well beyond the usual.
+    EXPECT_EQ(m_calls->burst("4 3"), "ok burst 4 3");
+    for (const char* refused : {"2", "4 0", "4x", ""})
+        EXPECT_EQ(m_calls->burst(refused).rfind("error: ", 0), 0u) << refused;
+    advance(milliseconds(1000));
+    const Message during = lastPushed("peer_stats");
+    EXPECT_FALSE(find(during, "peer", "id", 4).params().get_bool("newData", true));
+    EXPECT_GT(find(during, "peer", "id", 4).params().get_uint("frameLossRate", 0), 10u);
+    EXPECT_TRUE(find(during, "peer", "id", 1).params().has_param("newData"));
+
     const Message channels = lastPushed("channel_stats");
     EXPECT_EQ(channels.num_children("channel"), m_unit.data("channelList")->num_children("channel"));
     EXPECT_GT(channels.get_child("channel", 0).params().get_uint("rxTotal", 0), 0u);
