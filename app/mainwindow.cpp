@@ -239,6 +239,8 @@ void MainWindow::handleKeypadPress(int keycode, int modifiers, bool press, bool 
         KeypadHandler::injectKey(keycode == Qt::Key_Enter ? Qt::Key_Return : keycode, press, repeat);
         return;
     }
+    // Drops what a menu closed behind the keypad's back left highlighted on the menu bar.
+    m_menu.closeMenu();
 
     if (keypadHandler)
         keypadHandler->handleKey(keycode, press, repeat);

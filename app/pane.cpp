@@ -7,6 +7,8 @@
 #include "transientpopup.h"
 
 #include <QScrollArea>
+
+#include <algorithm>
 #include <QStackedWidget>
 
 namespace {
@@ -22,26 +24,25 @@ Pane::Pane(MainWindow& mainWindow)
 {
     m_pages[ScreenPeerList] = &m_peerList;
     m_pages[ScreenPeerEdit] = &m_peerEdit;
+    m_pages[ScreenPeerAdd] = &m_peerEdit;
+    m_pages[ScreenPeerStats] = &m_peerStats;
+    m_pages[ScreenChannelStats] = &m_channelStats;
+    m_pages[ScreenBraidStats] = &m_braidStats;
     m_pages[ScreenMeters] = &m_metering;
     m_pages[ScreenNetworkList] = &m_chooseNetwork;
     m_pages[ScreenConfigureNetwork] = &m_configureNetwork;
     m_pages[ScreenEditConfigSetting] = &m_editConfigSetting;
     m_pages[ScreenChat] = &m_chat;
+    m_pages[ScreenBrowser] = &m_browser;
     m_pages[ScreenAudioSettings] = &m_audioSettings;
     m_pages[ScreenSystemSettings] = &m_systemSettings;
+    m_pages[ScreenBraidSettings] = &m_braidSettings;
     m_pages[ScreenProfileList] = &m_profileList;
     m_pages[ScreenProfileItems] = &m_profileItems;
     m_pages[ScreenEditSetting] = &m_editSetting;
     m_pages[ScreenKeypadSetup] = &m_keypadSetup;
     m_pages[ScreenAbout] = &m_about;
-    auto pending = m_pending.begin();
-    for (int index = 0; index < ScreenCount; ++index) {
-        if (index == ScreenPeerAdd)
-            m_pages[index] = m_pages[ScreenPeerEdit];
-        else if (!m_pages[index])
-            m_pages[index] = &*pending++;
-    }
-    Q_ASSERT(pending == m_pending.end());
+    Q_ASSERT(std::find(m_pages.begin(), m_pages.end(), nullptr) == m_pages.end());
 }
 
 // The screens are members; take them out of the stack before it is destroyed with the window.
@@ -76,6 +77,7 @@ bool Pane::build(QWidget* stackFrame, StatusBar& statusBar)
     connect(&mainWindow.menu(), &Menu::deletePeerConfirmed, &m_peerEdit, &PeerEdit::deletePeer);
     connect(&m_metering, &Metering::smallMeterClicked, this, &Pane::handleAudioMeters);
     connect(&m_chat, &Chat::chatAlert, &statusBar, &StatusBar::handleChatAlert);
+    connect(&m_braidStats.tunnelInfo(), &TunnelInfo::braidStatus, &statusBar, &StatusBar::updateBraidStatus);
 
     // Where one signal reaches two slots, the screen switch comes before the screen fills itself.
     Menu& menu = mainWindow.menu();
@@ -90,6 +92,7 @@ bool Pane::build(QWidget* stackFrame, StatusBar& statusBar)
     connect(&m_systemSettings, &SystemSettings::editOption, &m_editSetting, &EditSetting::populateChannelItem);
     connect(&m_editSetting, &EditSetting::channelEditDone, &menu, &Menu::handleMenuSystemSettings);
     connect(&m_keypadSetup, &KeypadSetup::restrictedModeChanged, &menu, &Menu::handleMenuRestrictedToggled);
+    connect(&m_keypadSetup, &KeypadSetup::browserHomeChanged, &m_browser, &WebBrowser::browserHomeChanged);
     return true;
 }
 
@@ -102,6 +105,7 @@ void Pane::connectNetworkScreens(StatusBar& statusBar)
     connect(&m_chooseNetwork, &ChooseNetwork::newNetworkSelected, this, &Pane::handleNetworkSelected);
     connect(&m_chooseNetwork, &ChooseNetwork::configureRequested, &menu, &Menu::handleMenuConfigureNetwork);
     connect(&m_configureNetwork, &ConfigureNetwork::editNetworkSetting, this, &Pane::handleEditConfigSetting);
+    connect(&m_braidSettings, &BraidSettings::editBraidSetting, this, &Pane::handleEditConfigSetting);
     connect(&m_configureNetwork, &ConfigureNetwork::changeModal, &mainWindow, &MainWindow::setModal);
     connect(&m_editConfigSetting, &EditConfigSetting::editConfigSettingDone, this,
             &Pane::handleEditConfigSettingDone);

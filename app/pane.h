@@ -3,6 +3,9 @@
 
 #include "aboutwidget.h"
 #include "audiosettings.h"
+#include "channelstats.h"
+#include "braidsettings.h"
+#include "braidstats.h"
 #include "chat.h"
 #include "choosenetwork.h"
 #include "configurenetwork.h"
@@ -12,11 +15,12 @@
 #include "metering.h"
 #include "peeredit.h"
 #include "peerlist.h"
-#include "pendingscreen.h"
+#include "peerstats.h"
 #include "profileitems.h"
 #include "profilelist.h"
 #include "statusbar.h"
 #include "systemsettings.h"
+#include "webbrowser.h"
 
 #include <QObject>
 
@@ -104,9 +108,14 @@ public:
     PeerList& peerList() { return m_peerList; }
     PeerEdit& peerEdit() { return m_peerEdit; }
     KeypadSetup& keypadSetup() { return m_keypadSetup; }
+    PeerStats& peerStats() { return m_peerStats; }
+    ChannelStats& channelStats() { return m_channelStats; }
     ChooseNetwork& chooseNetwork() { return m_chooseNetwork; }
     ConfigureNetwork& configureNetwork() { return m_configureNetwork; }
     EditConfigSetting& editConfigSetting() { return m_editConfigSetting; }
+    WebBrowser& browser() { return m_browser; }
+    BraidStats& braidStats() { return m_braidStats; }
+    BraidSettings& braidSettings() { return m_braidSettings; }
 
 public slots:
     void handleAudioMeters();
@@ -135,17 +144,19 @@ private:
     PeerList m_peerList;
     PeerEdit m_peerEdit;
     ChooseNetwork m_chooseNetwork;
-    // Pages holding the indices of screens that are not part of the program yet.
-    static constexpr int kPendingScreens = 5;
-    std::array<PendingScreen, kPendingScreens> m_pending;
     Metering m_metering;
     ConfigureNetwork m_configureNetwork;
     KeypadSetup m_keypadSetup;
+    PeerStats m_peerStats;
+    ChannelStats m_channelStats;
+    WebBrowser m_browser;
+    BraidStats m_braidStats;
     Chat m_chat;
     AudioSettings m_audioSettings;
     EditSetting m_editSetting;
     EditConfigSetting m_editConfigSetting;
     SystemSettings m_systemSettings{&m_editSetting};
+    BraidSettings m_braidSettings;
     ProfileList m_profileList;
     ProfileItems m_profileItems{&m_editSetting};
     AboutWidget m_about;

@@ -50,7 +50,7 @@ bool Simulator::start(std::string& error)
     addShellHandlers(m_router, [](const std::string& line) { report(line); }, [this] { factoryReset(); });
     m_calls = std::make_unique<CallHandlers>(
         m_unit,
-        CallHandlers::Hooks{[this](std::chrono::milliseconds delay, std::function<void()> callback) {
+        UnitHooks{[this](std::chrono::milliseconds delay, std::function<void()> callback) {
                                 return m_manager.schedule(delay, std::move(callback));
                             },
                             [this](unsigned int timer) { m_manager.cancel(timer); },
