@@ -3,6 +3,9 @@
 // routing); the tour only looks at the widgets to know when a key has done its work.
 #include "channelstats.h"
 #include "chat.h"
+#include "choosenetwork.h"
+#include "configurenetwork.h"
+#include "editconfigsetting.h"
 #include "editsetting.h"
 #include "keypadsetup.h"
 #include "mainwindow.h"
@@ -188,6 +191,122 @@ void editOptionOfType(Tour& tour, QTreeWidget* tree, QPushButton* edit, OptionTy
     tour.key(Qt::Key_Enter);
 }
 
+// The network device list in each of its states, every page of a device's configuration and the
+// option editor on each type of option.
+void networkTour(Tour& tour, MainWindow& window)
+{
+    auto& list = tour.screen<ChooseNetwork>(Pane::ScreenNetworkList);
+    auto& device = tour.screen<ConfigureNetwork>(Pane::ScreenConfigureNetwork);
+    auto& editor = tour.screen<EditConfigSetting>(Pane::ScreenEditConfigSetting);
+    auto selectDevice = [&](const std::string& id) {
+        // The menu greys "Manage Networks" while the list is on show.
+        if (window.pane().currentScreen() != Pane::ScreenNetworkList)
+            tour.menu("Network", "Manage Networks");
+        auto selected = [&] {
+            auto* item = static_cast<NetworkListItem*>(list.networkList->currentItem());
+            return item && item->id() == id;
+        };
+        Tour::require(tour.pressUntil(Qt::Key_Up, selected, 6) || tour.pressUntil(Qt::Key_Down, selected, 6),
+                      QString::fromStdString("device " + id));
+    };
+    auto press = [&](QPushButton* button) {
+        Tour::require(tour.pressUntil(Qt::Key_Right, [&] { return button->hasFocus(); }, 6), button->text());
+        tour.key(Qt::Key_Enter);
+    };
+    auto openPage = [&](QWidget* page) {
+        device.tabNetwork->setFocus();
+        auto shown = [&] { return device.tabNetwork->currentWidget() == page; };
+        Tour::require(tour.pressUntil(Qt::Key_Right, shown, 4) || tour.pressUntil(Qt::Key_Left, shown, 4),
+                      "a configuration page");
+    };
+    auto configure = [&](const std::string& id) {
+        selectDevice(id);
+        press(list.buttonConfigure);
+        tour.waitFor([&] { return device.labelID->text() == QString::fromStdString(id); });
+    };
+    // From the page's tabs Enter into the tree, down to the row, Enter to its Edit button, Enter
+    // again; the editor fills itself.
+    auto editRow = [&](QTreeWidget* tree, QPushButton* edit, const QString& name) {
+        device.tabNetwork->setFocus();
+        tour.key(Qt::Key_Enter);
+        auto onRow = [&] {
+            return tree->currentItem() && tree->currentItem()->isSelected() && tree->currentItem()->text(0) == name;
+        };
+        Tour::require(tour.pressUntil(Qt::Key_Down, onRow) || tour.pressUntil(Qt::Key_Up, onRow), "the row " + name);
+        tour.key(Qt::Key_Enter);
+        Tour::require(edit->hasFocus(), "the Edit button");
+        tour.key(Qt::Key_Enter);
+        tour.waitFor([&] { return editor.labelTitle->text() == name; });
+    };
+
+    selectDevice("eth0");
+    tour.shot("network-list");
+    for (const char* id : {"wlan0", "wlan1", "pots0"}) {
+        selectDevice(id);
+        tour.shot(QStringLiteral("network-list-%1").arg(QLatin1String(id)));
+    }
+    selectDevice("eth0");
+    press(list.buttonDisable);
+    tour.waitFor([&] { return list.buttonEnable->isEnabled(); });
+    tour.shot("network-list-disabled");
+    tour.key(Qt::Key_Enter);
+    tour.waitFor([&] { return list.buttonDisable->isEnabled(); });
+    tour.simCommand("unplug wwan0");
+    tour.settle(800);
+    tour.shot("network-list-one-signal");
+    tour.simCommand("plug wwan0");
+
+    configure("wlan0");
+    tour.shot("network-device-status");
+    openPage(device.tabSettings);
+    tour.shot("network-device-settings");
+    device.checkAdvanced->setChecked(true);
+    tour.shot("network-device-settings-advanced");
+    device.checkAdvanced->setChecked(false);
+    openPage(device.tabLocations);
+    device.treeLocations->setFocus();
+    tour.pressUntil(Qt::Key_Down, [&] { return device.treeLocations->currentItem() != nullptr; });
+    tour.key(Qt::Key_Right);
+    tour.pressUntil(Qt::Key_Down, [&] { return device.treeLocations->currentItem()->parent() != nullptr; });
+    tour.shot("network-device-locations");
+    openPage(device.tabScan);
+    tour.shot("network-device-scan");
+    device.handleScan();
+    tour.shot("network-device-scanning");
+    tour.waitFor([&] { return device.buttonScan->isEnabled(); });
+    tour.shot("network-device-scan-results");
+    openPage(device.tabSettings);
+    editRow(device.treeSettings, device.buttonEditSetting, "Regulatory Region");
+    tour.shot("network-editor-select");
+    editor.buttonCancel->click();
+
+    configure("eth0");
+    openPage(device.tabSettings);
+    editRow(device.treeSettings, device.buttonEditSetting, "Address Mode");
+    tour.shot("network-editor-bool-labels");
+    editor.buttonCancel->click();
+    device.checkAdvanced->setChecked(true);
+    editRow(device.treeSettings, device.buttonEditSetting, "Static Routes");
+    tour.shot("network-editor-bulk");
+    editor.buttonCancel->click();
+    device.checkAdvanced->setChecked(false);
+
+    configure("wwan0");
+    openPage(device.tabSettings);
+    const std::pair<const char*, const char*> rows[] = {
+        {"Redial Delay", "network-editor-int"}, {"Data Roaming", "network-editor-bool"}, {"Access Point Name", "network-editor-string"}};
+    for (const auto& [name, shotName] : rows) {
+        editRow(device.treeSettings, device.buttonEditSetting, name);
+        if (QLatin1String(shotName) == QLatin1String("network-editor-int")) {
+            tour.key(Qt::Key_Right);
+            tour.key(Qt::Key_Right);
+        }
+        tour.shot(shotName);
+        editor.buttonCancel->click();
+    }
+    window.menu().actionChoose_Network->trigger();
+}
+
 // The browser on a captive portal served on the loopback address: its home page set on the
 // user-interface screen, the login typed on the dialog's keyboard, a zoomed page.
 void browse(Tour& tour)
@@ -348,6 +467,8 @@ void run(Tour& tour, MainWindow& window)
         editOptionOfType(tour, system.treeSysConfig, system.buttonEdit, type);
         tour.shot(name);
     }
+
+    networkTour(tour, window);
 
     tour.menu("Configure", "User Interface");
     tour.shot("user-interface");
