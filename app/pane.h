@@ -3,19 +3,24 @@
 
 #include "aboutwidget.h"
 #include "audiosettings.h"
+#include "channelstats.h"
 #include "braidsettings.h"
 #include "braidstats.h"
 #include "chat.h"
+#include "choosenetwork.h"
+#include "configurenetwork.h"
+#include "editconfigsetting.h"
 #include "editsetting.h"
 #include "keypadsetup.h"
 #include "metering.h"
 #include "peeredit.h"
 #include "peerlist.h"
-#include "pendingscreen.h"
+#include "peerstats.h"
 #include "profileitems.h"
 #include "profilelist.h"
 #include "statusbar.h"
 #include "systemsettings.h"
+#include "webbrowser.h"
 
 #include <QObject>
 
@@ -103,6 +108,12 @@ public:
     PeerList& peerList() { return m_peerList; }
     PeerEdit& peerEdit() { return m_peerEdit; }
     KeypadSetup& keypadSetup() { return m_keypadSetup; }
+    PeerStats& peerStats() { return m_peerStats; }
+    ChannelStats& channelStats() { return m_channelStats; }
+    ChooseNetwork& chooseNetwork() { return m_chooseNetwork; }
+    ConfigureNetwork& configureNetwork() { return m_configureNetwork; }
+    EditConfigSetting& editConfigSetting() { return m_editConfigSetting; }
+    WebBrowser& browser() { return m_browser; }
     BraidStats& braidStats() { return m_braidStats; }
     BraidSettings& braidSettings() { return m_braidSettings; }
 
@@ -111,11 +122,16 @@ public slots:
     void handleChat();
 
 private slots:
+    void handleNetworkSelected();
     void handlePeerEditDone();
     void handleProfileItems();
     void handleEditSetting();
+    void handleEditConfigSetting(const std::string& path);
+    void handleEditConfigSettingDone(bool saved);
+    void handleNetworkConfigureDone();
 
 private:
+    void connectNetworkScreens(StatusBar& statusBar);
     void toggle(int target, int& returnScreen);
     void cycle();
     KeypadHandler* keypadHandlerOf(int index) const;
@@ -124,17 +140,21 @@ private:
     int metersReturn = ScreenPeerList;
     int chatReturn = ScreenPeerList;
     int previous = ScreenPeerList;
+    int editReturn = ScreenConfigureNetwork;
     PeerList m_peerList;
     PeerEdit m_peerEdit;
-    // Pages holding the indices of screens that are not part of the program yet.
-    static constexpr int kPendingScreens = 6;
-    std::array<PendingScreen, kPendingScreens> m_pending;
+    ChooseNetwork m_chooseNetwork;
     Metering m_metering;
+    ConfigureNetwork m_configureNetwork;
     KeypadSetup m_keypadSetup;
+    PeerStats m_peerStats;
+    ChannelStats m_channelStats;
+    WebBrowser m_browser;
     BraidStats m_braidStats;
     Chat m_chat;
     AudioSettings m_audioSettings;
     EditSetting m_editSetting;
+    EditConfigSetting m_editConfigSetting;
     SystemSettings m_systemSettings{&m_editSetting};
     BraidSettings m_braidSettings;
     ProfileList m_profileList;

@@ -1,5 +1,6 @@
 #include "ipcclientlink.h"
 
+#include "hostlookup.h"
 #include "ipcendpoint.h"
 #include "ipcmanager.h"
 #include "login.h"
@@ -21,6 +22,7 @@ IPCClientLink::~IPCClientLink()
 {
     if (m_startTimer)
         m_manager.cancel(m_startTimer);
+    drop_lookup();
     if (m_socket)
         m_manager.discard_socket(*m_socket);
 }
@@ -44,8 +46,15 @@ void IPCClientLink::service()
     }
     if (m_phase == Phase::LoggedIn || now - m_phaseStart < interval)
         return;
-    const char* what = m_phase == Phase::Connecting ? "connect" : "login";
     m_client.timed_out();
+    if (m_phase == Phase::Resolving) {
+        g_log.log(LOG_INFO, "IPC client %s: looking up %s timed out", m_client.endpoint_name().c_str(),
+                  m_address.host().c_str());
+        drop_lookup();
+        m_phase = Phase::Down;
+        return;
+    }
+    const char* what = m_phase == Phase::Connecting ? "connect" : "login";
     if (m_socket)
         m_socket->abort(std::string(what) + " timed out", LOG_INFO);
 }
@@ -70,17 +79,54 @@ void IPCClientLink::send_subscription(const std::string& pattern, unsigned int f
 void IPCClientLink::attempt()
 {
     m_lastAttempt = Clock::now();
+    m_phaseStart = m_lastAttempt;
     const SocketAddr address = ipc::net::effective_address(m_address);
-    bool pending = false;
+    if (!address.is_local()) {
+        m_lookup = std::make_unique<ipc::net::HostLookup>(address);
+        m_phase = Phase::Resolving;
+        if (m_lookup->fd() < 0)
+            lookup_done();
+        else
+            m_manager.watch_fd(m_lookup->fd(), [this] { lookup_done(); });
+        return;
+    }
     std::string error;
-    const int fd = ipc::net::connect_stream(address, pending, error);
+    const int fd = ipc::net::connect_local(address, error);
     if (fd < 0) {
         g_log.log(LOG_INFO, "IPC client %s: cannot connect to %s: %s", m_client.endpoint_name().c_str(),
                   address.to_string().c_str(), error.c_str());
         return;
     }
+    open_socket(fd, false, address);
+}
+
+void IPCClientLink::lookup_done()
+{
+    std::string error;
+    const ipc::net::AddrInfoList addresses = m_lookup->take_result(error);
+    drop_lookup();
+    m_phase = Phase::Down;
+    bool pending = false;
+    const int fd = addresses ? ipc::net::connect_tcp(addresses.get(), pending, error) : -1;
+    if (fd < 0) {
+        g_log.log(LOG_INFO, "IPC client %s: cannot connect to %s: %s", m_client.endpoint_name().c_str(),
+                  m_address.to_string().c_str(), error.c_str());
+        return;
+    }
+    open_socket(fd, pending, m_address);
+}
+
+void IPCClientLink::drop_lookup()
+{
+    if (!m_lookup)
+        return;
+    m_manager.unwatch_fd(m_lookup->fd());
+    m_lookup.reset();
+}
+
+void IPCClientLink::open_socket(int fd, bool pending, const SocketAddr& address)
+{
     m_phase = Phase::Connecting;
-    m_phaseStart = m_lastAttempt;
     IPCSocket::Owner& owner = *this;
     m_socket = &m_manager.add_socket(std::make_unique<IPCSocket>(m_manager, owner, fd, pending, m_encoding,
                                                                  "link to " + address.to_string()));
@@ -173,6 +219,7 @@ void IPCClientLink::socket_message(IPCSocket&, const Message& msg)
             fail("malformed \"" + msg.name + "\" envelope");
         return;
     case Phase::Down:
+    case Phase::Resolving:
     case Phase::Connecting:
         break;
     }

@@ -6,14 +6,20 @@
 #include "socketaddr.h"
 
 #include <chrono>
+#include <memory>
 #include <string>
 
 class IPCEndpointClient;
 class IPCManager;
+namespace ipc {
+namespace net {
+class HostLookup;
+}
+} // namespace ipc
 
 // The connection of one client endpoint: connects, answers the server's challenge, sends the
 // subscriptions after each login, routes answers and notifications to the endpoint's virtuals,
-// and reconnects while the link is down.
+// and reconnects while the link is down. A TCP host is looked up off the loop thread.
 class IPCClientLink : private IPCSocket::Owner {
 public:
     IPCClientLink(IPCEndpointClient& client, IPCManager& manager, ipc::Encoding encoding, const SocketAddr& address);
@@ -31,9 +37,12 @@ public:
 
 private:
     using Clock = std::chrono::steady_clock;
-    enum class Phase { Down, Connecting, AwaitingChallenge, AwaitingLoginResult, LoggedIn };
+    enum class Phase { Down, Resolving, Connecting, AwaitingChallenge, AwaitingLoginResult, LoggedIn };
 
     void attempt();
+    void lookup_done();
+    void drop_lookup();
+    void open_socket(int fd, bool pending, const SocketAddr& address);
     bool send(const Message& msg);
     void answer_challenge(const Message& challenge);
     void finish_login(const Message& result);
@@ -47,6 +56,7 @@ private:
     IPCManager& m_manager;
     const ipc::Encoding m_encoding;
     const SocketAddr m_address;
+    std::unique_ptr<ipc::net::HostLookup> m_lookup;
     IPCSocket* m_socket = nullptr;
     Phase m_phase = Phase::Down;
     Clock::time_point m_lastAttempt;

@@ -1,5 +1,6 @@
 #include "keypadsetup.h"
 
+#include "browserhome.h"
 #include "ipcinstances.h"
 #include "logger.h"
 #include "message.h"
@@ -27,9 +28,6 @@ const F2Choice kF2Choices[] = {
     {"Remote Contact Closure", 8},
 };
 constexpr int kHighestF2Mode = 9;
-
-// The browser's start page until the operator sets one.
-const char* const kDefaultHomeUrl = "https://duckduckgo.com/";
 
 } // namespace
 
@@ -108,7 +106,7 @@ void KeypadSetup::receiveSettings()
     }
 
     m_populating = true;
-    browserHomeURL->setText(QString::fromLatin1(kDefaultHomeUrl));
+    browserHomeURL->setText(QString::fromLatin1(kDefaultBrowserHome));
     for (unsigned int i = 0; i < settings->num_children("group"); ++i) {
         const Params& group = settings->get_child("group", i).params();
         const std::string name = group.get_string("name", "");

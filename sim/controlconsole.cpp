@@ -5,6 +5,7 @@
 #include "codec.h"
 #include "ipcendpoint.h"
 #include "logger.h"
+#include "networkmanager.h"
 #include "simulator.h"
 
 #include <cerrno>
@@ -110,6 +111,10 @@ std::string ControlConsole::execute(const std::string& line)
         return say(rest);
     if (command == "ring")
         return m_simulator.calls().ring(rest);
+    if (command == "plug" || command == "unplug")
+        return m_simulator.network().plug(rest, command == "plug");
+    if (command == "device")
+        return device(rest);
     if (command == "quit") {
         m_simulator.stop();
         return "ok quit";
@@ -145,6 +150,20 @@ std::string ControlConsole::setPasswordDefaulted(const std::string& state)
         return std::string("error: the scenario has no ") + kPasswordOption;
     option->params().set_bool("defaulted", state == "on");
     return "ok defpwd " + state;
+}
+
+// "device add ID wired|wifi|3g" or "device remove ID": hardware coming and going.
+std::string ControlConsole::device(const std::string& args)
+{
+    std::string rest;
+    const std::string action = firstWord(args, rest);
+    std::string deviceClass;
+    const std::string id = firstWord(rest, deviceClass);
+    if (action == "add" && !id.empty())
+        return m_simulator.network().addDevice(id, deviceClass);
+    if (action == "remove" && !id.empty())
+        return m_simulator.network().removeDevice(id);
+    return "error: device add ID wired|wifi|3g, or device remove ID";
 }
 
 // The far end's line reaches every user interface of the unit, as any chat line does.

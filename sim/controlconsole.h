@@ -24,6 +24,7 @@ private:
     std::string push(const std::string& id, const std::string& xmls);
     std::string setPasswordDefaulted(const std::string& state);
     std::string say(const std::string& text);
+    std::string device(const std::string& args);
 
     Simulator& m_simulator;
     int m_fd;

@@ -1,5 +1,7 @@
 #include "reply.h"
 
+#include "logger.h"
+
 #include <utility>
 
 Reply::Reply(Sender sender, const Message& request)
@@ -18,4 +20,20 @@ void Reply::sendAs(const std::string& seq, Message answer)
         answer.name = seq;
     answer.params().set_string("seq", seq);
     m_sender(answer);
+}
+
+Message answer()
+{
+    Message ok;
+    ok.params().set_bool("fail", false);
+    return ok;
+}
+
+Message failure(const std::string& request, const std::string& why)
+{
+    g_log.log(LOG_WARNING, "%s refused: %s", request.c_str(), why.c_str());
+    Message failed;
+    failed.params().set_bool("fail", true);
+    failed.params().set_string("error", why);
+    return failed;
 }

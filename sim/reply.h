@@ -27,4 +27,9 @@ private:
     std::string m_seq;
 };
 
+// The answer of a request that was carried out.
+Message answer();
+// The answer of a request the unit refuses, and a warning in the log.
+Message failure(const std::string& request, const std::string& why);
+
 #endif

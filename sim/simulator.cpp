@@ -5,6 +5,7 @@
 #include "controlconsole.h"
 #include "logger.h"
 #include "netmgrhandlers.h"
+#include "networkmanager.h"
 #include "optionhandlers.h"
 #include "profilehandlers.h"
 #include "shellhandlers.h"
@@ -49,7 +50,7 @@ bool Simulator::start(std::string& error)
     addShellHandlers(m_router, [](const std::string& line) { report(line); }, [this] { factoryReset(); });
     m_calls = std::make_unique<CallHandlers>(
         m_unit,
-        CallHandlers::Hooks{[this](std::chrono::milliseconds delay, std::function<void()> callback) {
+        UnitHooks{[this](std::chrono::milliseconds delay, std::function<void()> callback) {
                                 return m_manager.schedule(delay, std::move(callback));
                             },
                             [this](unsigned int timer) { m_manager.cancel(timer); },
@@ -57,6 +58,13 @@ bool Simulator::start(std::string& error)
                             [](const std::string& line) { report(line); }},
         std::chrono::milliseconds(m_options.statsRateMs));
     m_calls->addHandlers(m_router);
+    m_network = std::make_unique<NetworkManager>(
+        m_unit, NetworkManager::Hooks{[this](std::chrono::milliseconds delay, std::function<void()> callback) {
+                                          return m_manager.schedule(delay, std::move(callback));
+                                      },
+                                      [this](const std::string& id, const Message& msg) { notify(id, msg); },
+                                      [](const std::string& line) { report(line); }});
+    m_network->addHandlers(m_router);
     watchStopSignals();
     if (!listen(error))
         return false;

@@ -3,16 +3,20 @@
 // routing); the tour only looks at the widgets to know when a key has done its work.
 #include "chat.h"
 #include "editsetting.h"
+#include "keypadsetup.h"
 #include "mainwindow.h"
+#include "modalwatch.h"
 #include "offline.h"
 #include "peeredit.h"
 #include "peerlist.h"
+#include "portallogin.h"
 #include "profileitems.h"
 #include "profilelist.h"
 #include "qtreewidgetitemsetting.h"
 #include "statusbar.h"
 #include "systemsettings.h"
 #include "transientpopup.h"
+#include "webbrowser.h"
 
 #include <QAction>
 #include <QApplication>
@@ -24,6 +28,7 @@
 #include <QScreen>
 #include <QTextStream>
 #include <QThread>
+#include <QTimer>
 #include <qpa/qwindowsysteminterface.h>
 
 #include <cstdio>
@@ -148,6 +153,43 @@ void editOptionOfType(Tour& tour, QTreeWidget* tree, QPushButton* edit, OptionTy
     tour.key(Qt::Key_Enter);
 }
 
+// The browser on a captive portal served on the loopback address: its home page set on the
+// user-interface screen, the login typed on the dialog's keyboard, a zoomed page.
+void browse(Tour& tour)
+{
+    LocalWebServer portal;
+    Tour::require(portal.start(), "a local web server");
+    auto& setup = tour.screen<KeypadSetup>(Pane::ScreenKeypadSetup);
+    Tour::require(tour.pressUntil(Qt::Key_Down, [&] { return setup.browserHomeURL->hasFocus(); }), "the home URL");
+    setup.browserHomeURL->clear();
+    tour.type(portal.url("/").toString());
+    tour.shot("user-interface-home");
+
+    auto& browser = tour.screen<WebBrowser>(Pane::ScreenBrowser);
+    tour.menu("Network", "Web Browser");
+    Tour::require(tour.waitFor([&] { return browser.webView->title() == "/"; }), "the portal page");
+    tour.shot("browser");
+
+    QTimer answer;
+    answerEveryModal<WebAuth>(answer, [&](WebAuth& dialog) {
+        tour.shot("browser-login");
+        typePortalLogin(dialog);
+        tour.shot("browser-login-typed");
+        QTest::mousePress(dialog.buttonOK, Qt::LeftButton);
+    });
+    tour.key(Qt::Key_Down);
+    tour.key(Qt::Key_Enter);
+    Tour::require(tour.waitFor([&] { return browser.webView->title() == "Signed in"; }), "the signed-in page");
+    tour.shot("browser-signed-in");
+
+    browser.buttonHome->click();
+    Tour::require(tour.waitFor([&] { return browser.webView->title() == "/"; }), "the portal page again");
+    for (int i = 0; i < 3; ++i)
+        browser.buttonFontUp->click();
+    tour.shot("browser-zoomed");
+    tour.menu("Network", "Manage Networks");
+}
+
 void run(Tour& tour, MainWindow& window)
 {
     tour.settle(300);
@@ -248,6 +290,7 @@ void run(Tour& tour, MainWindow& window)
 
     tour.menu("Configure", "User Interface");
     tour.shot("user-interface");
+    browse(tour);
     // No menu holds the audio controls; their action is all there is.
     window.menu().actionConfigure_Audio->trigger();
     tour.shot("audio-settings");

@@ -1,3 +1,4 @@
+#include "pickboardkeys.h"
 #include "platformkey.h"
 
 #include <keybutton.h>
@@ -8,29 +9,6 @@
 #include <QTest>
 
 namespace {
-
-// The button of the shown page whose unshifted caption is label.
-KeyButton* button(const PickBoard& board, const QString& label)
-{
-    for (KeyButton* b : board.findChildren<KeyButton*>()) {
-        if (QString::fromStdString(b->key().label) == label && b->isVisibleTo(&board))
-            return b;
-    }
-    return nullptr;
-}
-
-bool click(const PickBoard& board, const QStringList& labels)
-{
-    for (const QString& label : labels) {
-        KeyButton* b = button(board, label);
-        if (!b) {
-            qWarning("no key %s on the shown page", qPrintable(label));
-            return false;
-        }
-        QTest::mouseClick(b, Qt::LeftButton);
-    }
-    return true;
-}
 
 // "press 65 shift": what the keyboard raised; anything unexpected is spelled out.
 void record(PickBoard& board, QStringList* emitted)
@@ -112,14 +90,14 @@ void TestPickBoard::clicksSendCodesAndRelabel()
     QStringList actual;
     record(board, &actual);
 
-    QVERIFY(click(board, clicks));
+    QVERIFY(clickPickBoard(board, clicks));
     QCOMPARE(actual, emitted);
     QStringList shown;
     for (const char* label : {"a", "1", "7", "shift", "caps"})
-        shown << button(board, label)->text();
+        shown << pickBoardButton(board, label)->text();
     QCOMPARE(shown, captions);
-    QCOMPARE(button(board, "shift")->isChecked(), captions[3] == "SHIFT");
-    QCOMPARE(button(board, "caps")->isChecked(), captions[4] == "CAPS");
+    QCOMPARE(pickBoardButton(board, "shift")->isChecked(), captions[3] == "SHIFT");
+    QCOMPARE(pickBoardButton(board, "caps")->isChecked(), captions[4] == "CAPS");
 }
 
 void TestPickBoard::typingKeepsTheFocusedWidget()
@@ -138,7 +116,7 @@ void TestPickBoard::typingKeepsTheFocusedWidget()
     QVERIFY(showActive(&window));
     edit->setFocus();
 
-    QVERIFY(click(board, {"shift", "h", "i", "x", "<<", "space", "shift", "7", "num", "4", "2"}));
+    QVERIFY(clickPickBoard(board, {"shift", "h", "i", "x", "<<", "space", "shift", "7", "num", "4", "2"}));
 
     QCOMPARE(edit->text(), QStringLiteral("Hi &42"));
     QCOMPARE(QApplication::focusWidget(), edit);

@@ -6,11 +6,17 @@
 
 #include <gtest/gtest.h>
 
+#include <arpa/inet.h>
+#include <dlfcn.h>
+#include <netdb.h>
+#include <netinet/in.h>
 #include <poll.h>
 #include <sys/socket.h>
 #include <sys/un.h>
 #include <unistd.h>
 
+#include <atomic>
+#include <condition_variable>
 #include <cstring>
 #include <functional>
 #include <mutex>
@@ -20,6 +26,64 @@
 #include <vector>
 
 using namespace std::chrono_literals;
+
+namespace {
+
+// The name server as these tests see it: kSlowHost is answered, as the loopback address, only
+// once the test releases it; every other name goes to the real resolver.
+const char* const kSlowHost = "slow.unit.test";
+
+class SlowNameServer {
+public:
+    static SlowNameServer& instance()
+    {
+        static SlowNameServer server;
+        return server;
+    }
+    void hold()
+    {
+        std::lock_guard<std::mutex> lock(m_mutex);
+        m_held = true;
+        m_asked = false;
+    }
+    void release()
+    {
+        std::lock_guard<std::mutex> lock(m_mutex);
+        m_held = false;
+        m_changed.notify_all();
+    }
+    bool wait_asked()
+    {
+        std::unique_lock<std::mutex> lock(m_mutex);
+        return m_changed.wait_for(lock, 10s, [this] { return m_asked; });
+    }
+    void answer_when_released()
+    {
+        std::unique_lock<std::mutex> lock(m_mutex);
+        m_asked = true;
+        m_changed.notify_all();
+        m_changed.wait(lock, [this] { return !m_held; });
+    }
+
+private:
+    std::mutex m_mutex;
+    std::condition_variable m_changed;
+    bool m_held = false;
+    bool m_asked = false;
+};
+
+} // namespace
+
+extern "C" int getaddrinfo(const char* node, const char* service, const addrinfo* hints, addrinfo** res)
+{
+    using Resolver = int (*)(const char*, const char*, const addrinfo*, addrinfo**);
+    static const auto next = reinterpret_cast<Resolver>(dlsym(RTLD_NEXT, "getaddrinfo"));
+    if (node && std::strcmp(node, kSlowHost) == 0) {
+        SlowNameServer::instance().answer_when_released();
+        node = "127.0.0.1";
+    }
+    return next(node, service, hints, res);
+}
 
 namespace {
 
@@ -79,6 +143,7 @@ public:
         m_loop.start_thread();
         return connecting;
     }
+    ThreadedManager& loop() { return m_loop; }
     Events events()
     {
         IPCLockGuard lock(m_loop.get_mutex());
@@ -124,6 +189,20 @@ int local_socket(const std::string& name, bool listening)
         return fd;
     close(fd);
     return -1;
+}
+
+// A loopback port that nothing listens on right now.
+int free_tcp_port()
+{
+    const int fd = socket(AF_INET, SOCK_STREAM | SOCK_CLOEXEC, 0);
+    sockaddr_in sa{};
+    sa.sin_family = AF_INET;
+    sa.sin_addr.s_addr = htonl(INADDR_LOOPBACK);
+    socklen_t length = sizeof sa;
+    bind(fd, reinterpret_cast<sockaddr*>(&sa), sizeof sa);
+    getsockname(fd, reinterpret_cast<sockaddr*>(&sa), &length);
+    close(fd);
+    return ntohs(sa.sin_port);
 }
 
 // A blocking socket driven by hand, to play a misbehaving peer.
@@ -352,3 +431,28 @@ TEST_P(ClientSide, LogsInWithAMacAndRecoversFromGarbageOrSilence)
 }
 
 INSTANTIATE_TEST_SUITE_P(Encodings, ClientSide, ::testing::Values(ipc::Encoding::Compact, ipc::Encoding::Xmls));
+
+// The host name of a remote unit is looked up off the loop: while the name server is silent the
+// loop keeps running and its lock stays free for the user interface.
+TEST(ClientLookup, ASilentNameServerHoldsNeitherTheLoopNorItsLock)
+{
+    const int port = free_tcp_port();
+    TestServer server(kPassword);
+    ASSERT_TRUE(server.listen("xmls", SocketAddr("127.0.0.1", port)));
+    SlowNameServer::instance().hold();
+    TestClient client(kPassword);
+    struct ReleaseAtEnd {
+        ~ReleaseAtEnd() { SlowNameServer::instance().release(); }
+    } releaseAtEnd;
+    ASSERT_TRUE(client.start(ipc::Encoding::Xmls, SocketAddr(kSlowHost, port)));
+    ASSERT_TRUE(SlowNameServer::instance().wait_asked());
+
+    ASSERT_TRUE(client.loop().lock_free_within(2s));
+    std::atomic<bool> timerRan{false};
+    client.loop().schedule(0ms, [&timerRan] { timerRan = true; });
+    EXPECT_TRUE(client.loop().wait_until([&timerRan] { return timerRan.load(); }, 2s));
+    EXPECT_FALSE(client.send_command(Message("getVersion")));
+
+    SlowNameServer::instance().release();
+    EXPECT_TRUE(client.wait_until([](const TestClient::Events& e) { return e.logins == 1; }));
+}

@@ -21,7 +21,7 @@ protected:
     {
         std::string error;
         ASSERT_TRUE(m_unit.loadFile(ORVANE_SIM_SCENARIO, error)) << error;
-        CallHandlers::Hooks hooks{
+        UnitHooks hooks{
             [this](milliseconds delay, std::function<void()> callback) {
                 m_timers[{m_now + delay, ++m_lastId}] = std::move(callback);
                 return m_lastId;
@@ -165,6 +165,27 @@ TEST_F(Calls, RefuseWhatCannotBeDone)
         EXPECT_TRUE(fails(name, params)) << name << " " << params;
     EXPECT_TRUE(m_pushed.empty());
     EXPECT_EQ(m_calls->ring("1"), "error: remote 1 is in a call");
+}
+
+// Each call's statistics at the rates of its profile's codecs, call times counting up.
+TEST_F(Calls, TwoCallsReportTogether)
+{
+    connected(1, milliseconds(1400));
+    connected(4, milliseconds(1400));
+    advance(milliseconds(3000));
+    const Message stats = lastPushed("peer_stats");
+    const Params& studio = find(stats, "peer", "id", 1).params();
+    const Params& booth = find(stats, "peer", "id", 4).params();
+    EXPECT_GT(studio.get_uint("callTime", 0), booth.get_uint("callTime", 0));
+    EXPECT_GE(booth.get_uint("callTime", 0), 3u);
+    // Both run the Studio Link profile (the booth as the default one): AAC-LD out, Opus in.
+    for (const Params* peer : {&studio, &booth}) {
+        EXPECT_NEAR(peer->get_uint("txPayload", 0), 256000, 256000 / 50);
+        EXPECT_NEAR(peer->get_uint("rxPayload", 0), 128000, 128000 / 50);
+    }
+    const Message channels = lastPushed("channel_stats");
+    EXPECT_EQ(channels.num_children("channel"), m_unit.data("channelList")->num_children("channel"));
+    EXPECT_GT(channels.get_child("channel", 0).params().get_uint("rxTotal", 0), 0u);
 }
 
 TEST_F(Calls, TelephoneLineDropsRateAndRetrains)

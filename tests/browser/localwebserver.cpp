@@ -1,0 +1,118 @@
+#include "localwebserver.h"
+
+#include <QFile>
+#include <QHostAddress>
+#include <QSslCertificate>
+#include <QSslKey>
+#include <QSslSocket>
+
+namespace {
+
+QByteArray portalPage(const QString& title)
+{
+    return QStringLiteral(
+               "<html><head><title>%1</title></head>"
+               "<body style=\"font-family: Arial, sans-serif\">"
+               "<h1>Riverside Press Centre</h1>"
+               "<p>Welcome to the guest network. Sign in to reach the internet.</p>"
+               "<p><a id=\"signin\" href=\"/login\">Sign in with your media pass</a></p>"
+               "<p><a id=\"next\" href=\"/terms\">Terms of use</a></p>"
+               "<p>Room number: <input id=\"room\" type=\"text\"></p>"
+               "</body></html>")
+        .arg(title.toHtmlEscaped())
+        .toUtf8();
+}
+
+const QByteArray kOnlinePage =
+    "<html><head><title>Signed in</title></head><body style=\"font-family: Arial, sans-serif\">"
+    "<h1>You are online</h1><p>Internet access granted for 24 hours.</p></body></html>";
+const QByteArray kRefusedPage =
+    "<html><head><title>Unauthorized</title></head><body><h1>401 Unauthorized</h1></body></html>";
+
+} // namespace
+
+LocalWebServer::LocalWebServer(bool tls, QObject* parent)
+    : QTcpServer(parent)
+    , m_tls(tls)
+{
+    Q_INIT_RESOURCE(testcert);
+}
+
+bool LocalWebServer::start()
+{
+    return listen(QHostAddress::LocalHost, 0);
+}
+
+QUrl LocalWebServer::url(const QString& path) const
+{
+    return QUrl(QStringLiteral("%1://127.0.0.1:%2%3").arg(m_tls ? "https" : "http").arg(serverPort()).arg(path));
+}
+
+bool LocalWebServer::slowOpen() const
+{
+    return m_slow && m_slow->state() == QAbstractSocket::ConnectedState;
+}
+
+void LocalWebServer::incomingConnection(qintptr descriptor)
+{
+    QTcpSocket* socket;
+    if (m_tls) {
+        auto* tls = new QSslSocket(this);
+        tls->setSocketDescriptor(descriptor);
+        QFile certificate(QStringLiteral(":/localhost.crt"));
+        QFile key(QStringLiteral(":/localhost.key"));
+        certificate.open(QIODevice::ReadOnly);
+        key.open(QIODevice::ReadOnly);
+        tls->setLocalCertificate(QSslCertificate(certificate.readAll()));
+        tls->setPrivateKey(QSslKey(key.readAll(), QSsl::Rsa));
+        tls->startServerEncryption();
+        socket = tls;
+    } else {
+        socket = new QTcpSocket(this);
+        socket->setSocketDescriptor(descriptor);
+    }
+    connect(socket, &QTcpSocket::readyRead, this, [this, socket] { readRequest(socket); });
+    connect(socket, &QTcpSocket::disconnected, socket, &QObject::deleteLater);
+}
+
+void LocalWebServer::readRequest(QTcpSocket* socket)
+{
+    // Browsers send a request's head in one piece on the loopback; wait for the rest otherwise.
+    const QByteArray head = socket->peek(socket->bytesAvailable());
+    if (!head.contains("\r\n\r\n"))
+        return;
+    socket->readAll();
+    const QList<QByteArray> lines = head.left(head.indexOf("\r\n\r\n")).split('\n');
+    const QString path = QString::fromLatin1(lines.value(0).split(' ').value(1));
+    QByteArray authorization;
+    for (const QByteArray& line : lines) {
+        if (line.toLower().startsWith("authorization:"))
+            authorization = line.mid(line.indexOf(':') + 1).trimmed();
+    }
+    m_requests << path;
+    emit requested(path);
+
+    if (path == QLatin1String("/slow")) {
+        m_slow = socket;
+        return;
+    }
+    if (path == QLatin1String("/login")) {
+        const QByteArray expected = "Basic " + QByteArray(kUser).append(':').append(kPassword).toBase64();
+        if (authorization != expected) {
+            answer(socket, "401 Unauthorized", "WWW-Authenticate: Basic realm=\"Press Centre\"\r\n", kRefusedPage);
+            return;
+        }
+        ++m_authorised;
+        answer(socket, "200 OK", QByteArray(), kOnlinePage);
+        return;
+    }
+    answer(socket, "200 OK", QByteArray(), portalPage(path));
+}
+
+void LocalWebServer::answer(QTcpSocket* socket, const QByteArray& status, const QByteArray& extraHeaders,
+                            const QByteArray& body)
+{
+    socket->write("HTTP/1.1 " + status + "\r\nContent-Type: text/html; charset=utf-8\r\nContent-Length: " +
+                  QByteArray::number(body.size()) + "\r\nConnection: close\r\n" + extraHeaders + "\r\n" + body);
+    socket->disconnectFromHost();
+}

@@ -1,0 +1,53 @@
+#ifndef TESTS_BROWSER_LOCALWEBSERVER_H
+#define TESTS_BROWSER_LOCALWEBSERVER_H
+
+#include <QByteArray>
+#include <QList>
+#include <QPointer>
+#include <QStringList>
+#include <QTcpServer>
+#include <QUrl>
+
+class QTcpSocket;
+
+// A small web server on the loopback address, over plain HTTP or over TLS with a self-signed
+// certificate, serving what a captive portal would:
+//   /login   asks for HTTP Basic authentication (kUser, kPassword), then says the unit is online;
+//   /slow    takes the request and never answers;
+//   any other path: a portal page titled after the path, with links and a text field.
+class LocalWebServer : public QTcpServer {
+    Q_OBJECT
+
+public:
+    static constexpr const char* kUser = "operator";
+    static constexpr const char* kPassword = "Portal7";
+
+    explicit LocalWebServer(bool tls = false, QObject* parent = nullptr);
+
+    // Listens on 127.0.0.1 on a port the system picks.
+    bool start();
+    QUrl url(const QString& path) const;
+
+    // The paths asked for, in order, and how many of them carried the right login.
+    QStringList requests() const { return m_requests; }
+    int authorised() const { return m_authorised; }
+    // The connection of the last /slow request is still open.
+    bool slowOpen() const;
+
+signals:
+    void requested(const QString& path);
+
+protected:
+    void incomingConnection(qintptr descriptor) override;
+
+private:
+    void readRequest(QTcpSocket* socket);
+    void answer(QTcpSocket* socket, const QByteArray& status, const QByteArray& extraHeaders, const QByteArray& body);
+
+    bool m_tls;
+    QStringList m_requests;
+    int m_authorised = 0;
+    QPointer<QTcpSocket> m_slow;
+};
+
+#endif
