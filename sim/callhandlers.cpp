@@ -315,7 +315,7 @@ void CallHandlers::statsTick()
         if (call.kind == Kind::Pots) {
             flow.txBitrate = flow.rxBitrate = kLineRates[call.lineRate];
         } else {
-            const auto rates = CallStats::profileBitrates(profileOf(*peer), m_unit.data("codecList"), kIpBitrate);
+            const auto rates = CallStats::profileBitrates(m_peers.profileOf(*peer), m_unit.data("codecList"), kIpBitrate);
             flow.txBitrate = rates.tx;
             flow.rxBitrate = rates.rx;
         }
