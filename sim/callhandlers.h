@@ -35,6 +35,7 @@ public:
     // "ring ID": that remote calls in; "ring" alone: a caller the unit does not know. Returns the
     // console's answer line.
     std::string ring(const std::string& argument);
+    BraidSessions& braid() { return m_braid; }
 
     // Where the directory's answer about each listed remote changes.
     static constexpr std::chrono::seconds kDirectoryPeriod{15};

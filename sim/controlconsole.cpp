@@ -111,6 +111,8 @@ std::string ControlConsole::execute(const std::string& line)
         return say(rest);
     if (command == "ring")
         return m_simulator.calls().ring(rest);
+    if (command == "braid")
+        return m_simulator.calls().braid().command(rest);
     if (command == "plug" || command == "unplug")
         return m_simulator.network().plug(rest, command == "plug");
     if (command == "device")
