@@ -97,6 +97,7 @@ void CallHandlers::addHandlers(RequestRouter& router)
             (this->*handler)(request, reply);
         });
     }
+    m_braid.addHandlers(router);
     m_peers.addHandlers(router, [this](int id) {
         const auto call = m_calls.find(id);
         if (call == m_calls.end())
@@ -304,7 +305,6 @@ void CallHandlers::finish(int id)
     if (Message* peer = m_peers.find(id)) {
         if (call.kind == Kind::Braid) {
             m_braid.retire(*peer);
-            m_hooks.notify("tun_stats", m_stats.tunStats(nullptr));
         }
         PeerBook::setIdle(peer->params());
         if (call.caller)
@@ -411,13 +411,8 @@ void CallHandlers::statsTick()
         m_hooks.notify("peer_stats", m_stats.peerStats(flows));
     if (const Message* channels = m_unit.data("channelList"))
         m_hooks.notify("channel_stats", m_stats.channelStats(*channels, flows, m_statsPeriod));
-    if (braidSession) {
-        const CallStats::Session session = m_braid.describe(*braidSession, kIpBitrate);
-        m_hooks.notify("tun_stats", m_stats.tunStats(&session));
-        Message conns("tun_conns");
-        conns.add_child(*braidSession);
-        m_hooks.notify("tun_conns", conns);
-    }
+    if (braidSession)
+        m_braid.pushStats(*braidSession, kIpBitrate);
     scheduleStats();
 }
 

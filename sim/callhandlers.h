@@ -41,6 +41,7 @@ public:
     // "burst ID [PERIODS]": the connected call with remote ID loses packets for a few statistics
     // periods, starting with one that brings no data.
     std::string burst(const std::string& argument);
+    BraidSessions& braid() { return m_braid; }
 
     // Where the directory's answer about each listed remote changes.
     static constexpr std::chrono::seconds kDirectoryPeriod{15};

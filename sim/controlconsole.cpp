@@ -109,6 +109,7 @@ const std::vector<ControlConsole::Command>& ControlConsole::commands()
         {"presence", "[TEXT]", &ControlConsole::presence},
         {"ring", "[ID]", &ControlConsole::ring},
         {"burst", "ID [PERIODS]", &ControlConsole::burst},
+        {"braid", "health green|yellow|red|phases | drop N", &ControlConsole::braid},
         {"rate", "MS", &ControlConsole::rate},
         {"plug", "DEVICE", &ControlConsole::plug},
         {"unplug", "DEVICE", &ControlConsole::unplug},
@@ -162,6 +163,11 @@ std::string ControlConsole::ring(const std::string& argument)
 std::string ControlConsole::burst(const std::string& argument)
 {
     return m_simulator.calls().burst(argument);
+}
+
+std::string ControlConsole::braid(const std::string& argument)
+{
+    return m_simulator.calls().braid().command(argument);
 }
 
 std::string ControlConsole::rate(const std::string& argument)

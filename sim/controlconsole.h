@@ -38,6 +38,7 @@ private:
     std::string presence(const std::string& text);
     std::string ring(const std::string& argument);
     std::string burst(const std::string& argument);
+    std::string braid(const std::string& argument);
     std::string rate(const std::string& argument);
     std::string quit(const std::string& rest);
     std::string plug(const std::string& device);

@@ -231,6 +231,32 @@ TEST_F(Calls, BraidCallRunsInItsTunnelSession)
     EXPECT_EQ(session(8).get_child("search", 0).params().get_string("addr", ""), "192.0.2.8:9010");
 }
 
+// The operator's delay comes back with the next statistics; a dropped connection leaves them and
+// returns; the end of the call is statistics without a session.
+TEST_F(Calls, BraidCallTakesTheOperatorsDelay)
+{
+    connected(3, milliseconds(2900));
+    EXPECT_TRUE(fails("setMaxDelay", "sid:i=9 remote:b=false delay:i=250 auto:b=false"));
+    EXPECT_FALSE(fails("setMaxDelay", "sid:i=7 remote:b=false delay:i=5 auto:b=false"));
+    EXPECT_FALSE(fails("setMaxDelay", "sid:i=7 remote:b=true auto:b=true"));
+    EXPECT_EQ(m_calls->braid().command("drop 2"), "ok braid connection 2:1 dropped");
+    advance(milliseconds(1000));
+    const Message stats = lastPushed("tun_stats");
+    const Params& sess = stats.get_child("sess", 0).params();
+    EXPECT_EQ(sess.get_int("dm", 0), 10);
+    EXPECT_FALSE(sess.get_bool("dma", true));
+    EXPECT_TRUE(sess.get_bool("rdma", false));
+    EXPECT_EQ(stats.get_child("sess", 0).num_children("conn"), 3u);
+    EXPECT_EQ(lastPushed("tun_conns").get_child("sess", 0).params().get_int("active_conns", 0), 3);
+    advance(milliseconds(8000));
+    EXPECT_EQ(lastPushed("tun_stats").get_child("sess", 0).num_children("conn"), 4u);
+
+    fails("disconnect", "id:i=3");
+    advance(milliseconds(500));
+    EXPECT_EQ(lastPushed("tun_stats").num_children("sess"), 0u);
+    EXPECT_EQ(m_calls->braid().command("drop 1"), "error: no Braid call is running");
+}
+
 TEST_F(Calls, RemotesAreAddedChangedAndRemoved)
 {
     ASSERT_FALSE(fails("addPeer", "id:i=3 name=\"New Van\" addr=192.0.2.9 plait:b=false password=pw "
