@@ -105,6 +105,7 @@ void Pane::connectNetworkScreens(StatusBar& statusBar)
     connect(&m_chooseNetwork, &ChooseNetwork::newNetworkSelected, this, &Pane::handleNetworkSelected);
     connect(&m_chooseNetwork, &ChooseNetwork::configureRequested, &menu, &Menu::handleMenuConfigureNetwork);
     connect(&m_configureNetwork, &ConfigureNetwork::editNetworkSetting, this, &Pane::handleEditConfigSetting);
+    connect(&m_braidSettings, &BraidSettings::editBraidSetting, this, &Pane::handleEditConfigSetting);
     connect(&m_configureNetwork, &ConfigureNetwork::changeModal, &mainWindow, &MainWindow::setModal);
     connect(&m_editConfigSetting, &EditConfigSetting::editConfigSettingDone, this,
             &Pane::handleEditConfigSettingDone);

@@ -20,6 +20,7 @@ const uint32_t kIpBitrate = 128000;
 const std::vector<uint32_t> kLineRates = {33600, 31200, 28800, 26400, 24000, 21600, 19200,
                                           16800, 14400, 12000, 9600,  7200,  4800,  2400};
 const int kRingMs = 3000;
+const long kBurstPeriods = 6;
 const int kHangUpMs = 500;
 const int kRetrainMs = 2000;
 // What the directory says in turn: about each listed remote (whether it can be called, whether
@@ -96,6 +97,7 @@ void CallHandlers::addHandlers(RequestRouter& router)
             (this->*handler)(request, reply);
         });
     }
+    m_braid.addHandlers(router);
     m_peers.addHandlers(router, [this](int id) {
         const auto call = m_calls.find(id);
         if (call == m_calls.end())
@@ -150,6 +152,21 @@ std::string CallHandlers::ring(const std::string& argument)
         return "error: remote " + argument + " is in a call";
     start(static_cast<int>(id), script(kindOf(*m_peers.find(static_cast<int>(id))), true), false);
     return "ok ring " + argument;
+}
+
+std::string CallHandlers::burst(const std::string& argument)
+{
+    char* end = nullptr;
+    const long id = std::strtol(argument.c_str(), &end, 10);
+    long periods = kBurstPeriods;
+    if (*end == ' ')
+        periods = std::strtol(end, &end, 10);
+    const auto call = m_calls.find(static_cast<int>(id));
+    const bool connected = call != m_calls.end() && call->second.script[call->second.step].state == std::string("connected");
+    if (*end || periods < 1 || !connected)
+        return "error: burst ID [PERIODS] needs a connected call";
+    m_stats.startBurst(static_cast<int>(id), static_cast<int>(periods));
+    return "ok burst " + std::to_string(id) + " " + std::to_string(periods);
 }
 
 void CallHandlers::connect(const Message& request, Reply& reply)
@@ -288,7 +305,6 @@ void CallHandlers::finish(int id)
     if (Message* peer = m_peers.find(id)) {
         if (call.kind == Kind::Braid) {
             m_braid.retire(*peer);
-            m_hooks.notify("tun_stats", m_stats.tunStats(nullptr));
         }
         PeerBook::setIdle(peer->params());
         if (call.caller)
@@ -395,13 +411,8 @@ void CallHandlers::statsTick()
         m_hooks.notify("peer_stats", m_stats.peerStats(flows));
     if (const Message* channels = m_unit.data("channelList"))
         m_hooks.notify("channel_stats", m_stats.channelStats(*channels, flows, m_statsPeriod));
-    if (braidSession) {
-        const CallStats::Session session = m_braid.describe(*braidSession, kIpBitrate);
-        m_hooks.notify("tun_stats", m_stats.tunStats(&session));
-        Message conns("tun_conns");
-        conns.add_child(*braidSession);
-        m_hooks.notify("tun_conns", conns);
-    }
+    if (braidSession)
+        m_braid.pushStats(*braidSession, kIpBitrate);
     scheduleStats();
 }
 

@@ -38,6 +38,10 @@ public:
     // "ring ID": that remote calls in; "ring" alone: a caller the unit does not know. Returns the
     // console's answer line.
     std::string ring(const std::string& argument);
+    // "burst ID [PERIODS]": the connected call with remote ID loses packets for a few statistics
+    // periods, starting with one that brings no data.
+    std::string burst(const std::string& argument);
+    BraidSessions& braid() { return m_braid; }
 
     // Where the directory's answer about each listed remote changes.
     static constexpr std::chrono::seconds kDirectoryPeriod{15};

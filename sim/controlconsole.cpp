@@ -108,6 +108,8 @@ const std::vector<ControlConsole::Command>& ControlConsole::commands()
         {"say", "TEXT", &ControlConsole::say},
         {"presence", "[TEXT]", &ControlConsole::presence},
         {"ring", "[ID]", &ControlConsole::ring},
+        {"burst", "ID [PERIODS]", &ControlConsole::burst},
+        {"braid", "health green|yellow|red|phases | drop N", &ControlConsole::braid},
         {"rate", "MS", &ControlConsole::rate},
         {"plug", "DEVICE", &ControlConsole::plug},
         {"unplug", "DEVICE", &ControlConsole::unplug},
@@ -156,6 +158,16 @@ std::string ControlConsole::notify(const std::string& rest)
 std::string ControlConsole::ring(const std::string& argument)
 {
     return m_simulator.calls().ring(argument);
+}
+
+std::string ControlConsole::burst(const std::string& argument)
+{
+    return m_simulator.calls().burst(argument);
+}
+
+std::string ControlConsole::braid(const std::string& argument)
+{
+    return m_simulator.calls().braid().command(argument);
 }
 
 std::string ControlConsole::rate(const std::string& argument)

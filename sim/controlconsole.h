@@ -37,6 +37,8 @@ private:
     std::string say(const std::string& text);
     std::string presence(const std::string& text);
     std::string ring(const std::string& argument);
+    std::string burst(const std::string& argument);
+    std::string braid(const std::string& argument);
     std::string rate(const std::string& argument);
     std::string quit(const std::string& rest);
     std::string plug(const std::string& device);

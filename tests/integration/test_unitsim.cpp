@@ -7,6 +7,7 @@
 #include <QCoreApplication>
 #include <QHostAddress>
 #include <QTcpServer>
+#include <QTemporaryDir>
 #include <QtTest>
 
 #include <algorithm>
@@ -18,9 +19,17 @@ namespace {
 
 const int kWaitMs = 10000;
 
+// The simulators' TLS identity and the clients' pinned certificates, apart from the user's own.
+const QTemporaryDir& configurationHome()
+{
+    static const QTemporaryDir directory;
+    return directory;
+}
+
 QProcessEnvironment simEnvironment(const QString& address, const QString& password)
 {
     QProcessEnvironment environment = QProcessEnvironment::systemEnvironment();
+    environment.insert("XDG_CONFIG_HOME", configurationHome().path());
     environment.insert("LIBIPC_LOCAL_ADDR", address);
     environment.remove("REMOTE_UI_PASS");
     if (!password.isEmpty())
@@ -66,6 +75,7 @@ public:
     {
         for (const std::string& pattern : subscriptions)
             m_client.subscribe_unso(pattern, 0);
+        m_client.set_unit_trust(configurationHome().filePath("known_units").toStdString(), "");
         m_loop.add_client("test", &m_client);
         m_loop.connect_client(encoding, "stream", address, "test", 0, "");
         m_loop.start_thread();

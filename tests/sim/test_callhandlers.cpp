@@ -189,6 +189,16 @@ TEST_F(Calls, TwoCallsReportTogether)
         EXPECT_NEAR(peer->get_uint("txPayload", 0), 256000, 256000 / 50);
         EXPECT_NEAR(peer->get_uint("rxPayload", 0), 128000, 128000 / 50);
     }
+    // A burst on one call: its next period brings no data and a loss well beyond the usual.
+    EXPECT_EQ(m_calls->burst("4 3"), "ok burst 4 3");
+    for (const char* refused : {"2", "4 0", "4x", ""})
+        EXPECT_EQ(m_calls->burst(refused).rfind("error: ", 0), 0u) << refused;
+    advance(milliseconds(1000));
+    const Message during = lastPushed("peer_stats");
+    EXPECT_FALSE(find(during, "peer", "id", 4).params().get_bool("newData", true));
+    EXPECT_GT(find(during, "peer", "id", 4).params().get_uint("frameLossRate", 0), 10u);
+    EXPECT_TRUE(find(during, "peer", "id", 1).params().has_param("newData"));
+
     const Message channels = lastPushed("channel_stats");
     EXPECT_EQ(channels.num_children("channel"), m_unit.data("channelList")->num_children("channel"));
     EXPECT_GT(channels.get_child("channel", 0).params().get_uint("rxTotal", 0), 0u);
@@ -234,6 +244,32 @@ TEST_F(Calls, BraidCallRunsInItsTunnelSession)
     EXPECT_EQ(session(8).params(), Params("sid:i=8 active_conns:i=0 addr=192.0.2.8 active:b=false protected:b=true "
                                           "encrypted:b=true state=SEARCHING"));
     EXPECT_EQ(session(8).get_child("search", 0).params().get_string("addr", ""), "192.0.2.8:9010");
+}
+
+// The operator's delay comes back with the next statistics; a dropped connection leaves them and
+// returns; the end of the call is statistics without a session.
+TEST_F(Calls, BraidCallTakesTheOperatorsDelay)
+{
+    connected(3, milliseconds(2900));
+    EXPECT_TRUE(fails("setMaxDelay", "sid:i=9 remote:b=false delay:i=250 auto:b=false"));
+    EXPECT_FALSE(fails("setMaxDelay", "sid:i=7 remote:b=false delay:i=5 auto:b=false"));
+    EXPECT_FALSE(fails("setMaxDelay", "sid:i=7 remote:b=true auto:b=true"));
+    EXPECT_EQ(m_calls->braid().command("drop 2"), "ok braid connection 2:1 dropped");
+    advance(milliseconds(1000));
+    const Message stats = lastPushed("tun_stats");
+    const Params& sess = stats.get_child("sess", 0).params();
+    EXPECT_EQ(sess.get_int("dm", 0), 10);
+    EXPECT_FALSE(sess.get_bool("dma", true));
+    EXPECT_TRUE(sess.get_bool("rdma", false));
+    EXPECT_EQ(stats.get_child("sess", 0).num_children("conn"), 3u);
+    EXPECT_EQ(lastPushed("tun_conns").get_child("sess", 0).params().get_int("active_conns", 0), 3);
+    advance(milliseconds(8000));
+    EXPECT_EQ(lastPushed("tun_stats").get_child("sess", 0).num_children("conn"), 4u);
+
+    fails("disconnect", "id:i=3");
+    advance(milliseconds(500));
+    EXPECT_EQ(lastPushed("tun_stats").num_children("sess"), 0u);
+    EXPECT_EQ(m_calls->braid().command("drop 1"), "error: no Braid call is running");
 }
 
 TEST_F(Calls, RemotesAreAddedChangedAndRemoved)
