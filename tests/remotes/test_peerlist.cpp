@@ -63,6 +63,8 @@ private slots:
     void title_data();
     void title();
     void telephoneButtonsCommandThePotsChannel();
+    void connectAndDisconnectTheSelectedRemote();
+    void newProfileNamesRefreshEveryRow();
     void newEncoderRefreshesActiveRowsOnly();
     void startupTunnelStatusComesFromTheFirstNode();
 };
@@ -173,6 +175,9 @@ void TestPeerList::rowRendering_data()
         << braid << ""
         << tunnel.arg("searching", "<m n=\"search\"><s k=\"addr\">b:9010</s></m><m n=\"search\"><s k=\"addr\">c:9010</s></m>")
         << "Van" + braidHead + "searching\n\tb:9010\n\tc:9010|Profile\tFactory IP" << "black_arrow_right";
+    QTest::newRow("braid in another state, reason or not")
+        << braid + "active:b=true state_ui=Connected" << "" << tunnel.arg("FAILED", "<s k=\"reason\">Gone</s>")
+        << "Van\nBraid FAILED" + braidHead + "FAILED" + silent << "x";
     QTest::newRow("braid retired with reason")
         << braid + "active:b=true state_ui=Connected" << "" << tunnel.arg("Retired", "<s k=\"reason\">Gone</s>")
         << "Van\nBraid Retired: Gone" + braidHead + "Retired (Gone)" + silent << "x";
@@ -318,6 +323,32 @@ void TestPeerList::telephoneButtonsCommandThePotsChannel()
         commands << QString::fromStdString(msg.name + " " + msg.params().get_string("channel", "") + " "
                                            + msg.params().get_string("command", ""));
     QCOMPARE(commands, (QStringList{"channelCommand pots rateDrop", "channelCommand pots retrain"}));
+}
+
+void TestPeerList::connectAndDisconnectTheSelectedRemote()
+{
+    PeerList list;
+    feedPeers({"id:i=4 name=A", "id:i=9 name=B"});
+    list.peerTree->setCurrentItem(list.peerTree->topLevelItem(1));
+    std::vector<Message> sent;
+    g_ipcClient.setRequestTap([&sent](const Message& msg) { sent.push_back(msg); });
+    list.connectPeer();
+    list.disconnectPeer();
+    g_ipcClient.setRequestTap(nullptr);
+    QStringList requests;
+    for (const Message& msg : sent)
+        requests << QString::fromStdString(msg.name + " " + std::to_string(msg.params().get_int("id", 0)));
+    QCOMPARE(requests, (QStringList{"connect 9", "disconnect 9"}));
+}
+
+void TestPeerList::newProfileNamesRefreshEveryRow()
+{
+    PeerList list;
+    list.updateProfileList();
+    feedPeers({"id:i=1 name=A addr=x profile:i=1"});
+    answer("profileList", fromXmls(R"(<m n="profileList">
+      <m n="profile"><i k="id">1</i><m n="settings"><s k="name">Renamed</s></m></m></m>)"));
+    QCOMPARE(rowTexts(list.peerTree->topLevelItem(0)), (QStringList{"Address\tx", "Profile\tRenamed"}));
 }
 
 void TestPeerList::newEncoderRefreshesActiveRowsOnly()
