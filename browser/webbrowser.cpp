@@ -81,9 +81,9 @@ void WebBrowser::browserHomeChanged(const QString& url)
 void WebBrowser::paneAboutToShow()
 {
     PaneBase::paneAboutToShow();
+    // A fresh page: no history, no logins, and the text at its normal size.
     auto* page = new QWebPage(webView);
     webView->setPage(page);
-    webView->setZoomFactor(1.0);
     QNetworkAccessManager* network = page->networkAccessManager();
     connect(network, &QNetworkAccessManager::authenticationRequired, this, &WebBrowser::authenticationRequired);
     connect(network, &QNetworkAccessManager::sslErrors, this, &WebBrowser::sslErrors);

@@ -119,6 +119,8 @@ void TestWebBrowser::buttonsFollowTheLoads()
     connect(w->webView, &QWebView::loadStarted, this, [w] {
         QVERIFY(w->buttonStop->isEnabled());
         QVERIFY(!w->buttonReload->isEnabled());
+        QVERIFY(!w->buttonBack->isEnabled());
+        QVERIFY(!w->buttonForward->isEnabled());
         QVERIFY(w->progressLoad->isVisible());
     });
     show("/");
@@ -128,6 +130,7 @@ void TestWebBrowser::buttonsFollowTheLoads()
     QVERIFY(!w->buttonStop->isEnabled());
     QVERIFY(w->buttonReload->isEnabled());
     QVERIFY(!w->progressLoad->isVisible());
+    QCOMPARE(w->progressLoad->value(), 100);
     QVERIFY(!w->buttonBack->isEnabled());
     QVERIFY(!w->buttonGo->isEnabled());
 
@@ -146,6 +149,9 @@ void TestWebBrowser::buttonsFollowTheLoads()
     QTRY_COMPARE_WITH_TIMEOUT(w->lineURL->text(), m_server->url("/").toString(), kLoadMs);
     QTRY_VERIFY_WITH_TIMEOUT(w->buttonForward->isEnabled(), kLoadMs);
     QVERIFY(!w->buttonBack->isEnabled());
+    QTest::mouseClick(w->buttonForward, Qt::LeftButton);
+    QTRY_COMPARE_WITH_TIMEOUT(w->lineURL->text(), m_server->url("/terms").toString(), kLoadMs);
+    QCOMPARE(started.count(), 4);
 }
 
 void TestWebBrowser::keypadWalksThePage()
