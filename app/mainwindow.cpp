@@ -1,6 +1,7 @@
 #include "mainwindow.h"
 
 #include "calibration.h"
+#include "deviceclassicons.h"
 #include "ipcinstances.h"
 #include "keypadfilter.h"
 #include "keypadhandler.h"
@@ -56,6 +57,7 @@ MainWindow::MainWindow(QWidget* parent)
         g_log.set_log_level(LOG_ERROR);
     }
     g_log.log(LOG_DEBUG, "mainwindow constructor");
+    deviceclassicons::fill();
 
     setupUi(this);
     m_menu.build(topMenu);
@@ -237,6 +239,8 @@ void MainWindow::handleKeypadPress(int keycode, int modifiers, bool press, bool 
         KeypadHandler::injectKey(keycode == Qt::Key_Enter ? Qt::Key_Return : keycode, press, repeat);
         return;
     }
+    // Drops what a menu closed behind the keypad's back left highlighted on the menu bar.
+    m_menu.closeMenu();
 
     if (keypadHandler)
         keypadHandler->handleKey(keycode, press, repeat);

@@ -6,6 +6,8 @@
 #include "pane.h"
 
 #include <QAction>
+#include <QCoreApplication>
+#include <QKeyEvent>
 #include <QMenu>
 #include <QMenuBar>
 #include <QMessageBox>
@@ -15,11 +17,66 @@ Menu::Menu(MainWindow& mainWindow)
 {
 }
 
-QAction* Menu::makeAction(const char* objectName, const QString& text)
+// Every entry of the menus: the member that holds it, its object name, text and slot, and
+// whether a restricted user loses it.
+struct Menu::ActionEntry {
+    QAction* Menu::*action;
+    const char* objectName;
+    const char* text;
+    void (Menu::*slot)();
+    bool hiddenWhenRestricted;
+};
+
+const std::vector<Menu::ActionEntry>& Menu::actions()
 {
-    auto* action = new QAction(text, this);
-    action->setObjectName(QString::fromLatin1(objectName));
-    return action;
+    static const std::vector<ActionEntry> entries = {
+        {&Menu::actionChannel_Stats, "actionChannel_Stats", QT_TR_NOOP("Channel Stats"), &Menu::handleMenuChannelStats, false},
+        {&Menu::actionConnect_to_Remote, "actionConnect_to_Remote", QT_TR_NOOP("Manage Connections"),
+         &Menu::handleMenuConnectToPeer, false},
+        {&Menu::actionPeer_Stats, "actionPeer_Stats", QT_TR_NOOP("Peer Stats"), &Menu::handleMenuPeerStats, false},
+        {&Menu::actionBraid_Stats, "actionBraid_Stats", QT_TR_NOOP("Braid Stats"), &Menu::handleMenuBraidStats, false},
+        {&Menu::actionAdd_New_Remote, "actionAdd_New_Remote", QT_TR_NOOP("Add New Remote"), &Menu::handleMenuPeerAdd, true},
+        {&Menu::actionChange_Remote_Settings, "actionChange_Remote_Settings", QT_TR_NOOP("Change Remote Settings"),
+         &Menu::handleMenuPeerEdit, true},
+        {&Menu::actionDelete_Remote, "actionDelete_Remote", QT_TR_NOOP("Delete Remote"), &Menu::handleMenuPeerDelete, true},
+        {&Menu::actionManage_Profiles, "actionManage_Profiles", QT_TR_NOOP("Manage Profiles"),
+         &Menu::handleMenuManageProfiles, true},
+        {&Menu::actionConfigure_Audio, "actionConfigure_Audio", QT_TR_NOOP("Audio Controls"),
+         &Menu::handleMenuConfigureAudio, false},
+        {&Menu::actionChoose_Network, "actionChoose_Network", QT_TR_NOOP("Manage Networks"),
+         &Menu::handleMenuChooseNetwork, false},
+        {&Menu::actionConfigure_Network, "actionConfigure_Network", QT_TR_NOOP("Configure Network"),
+         &Menu::handleMenuConfigureNetwork, true},
+        {&Menu::actionReset_Configuration, "actionReset_Configuration", QT_TR_NOOP("Reset Configuration"),
+         &Menu::handleMenuResetConfiguration, true},
+        {&Menu::actionSystem_Settings, "actionSystem_Settings", QT_TR_NOOP("System Settings"),
+         &Menu::handleMenuSystemSettings, true},
+        {&Menu::actionBraid_Settings, "actionBraid_Settings", QT_TR_NOOP("Braid Settings"), &Menu::handleMenuBraidSettings,
+         true},
+        {&Menu::actionAudio_Levels, "actionAudio_Levels", QT_TR_NOOP("Audio Levels"), &Menu::handleMenuAudioLevels, false},
+        {&Menu::actionCalibrate_Touchscreen, "actionCalibrate_Touchscreen", QT_TR_NOOP("Calibrate Touchscreen"),
+         &Menu::handleMenuCalibrateTouchscreen, true},
+        {&Menu::actionKeypad_Setup, "actionKeypad_Setup", QT_TR_NOOP("User Interface"), &Menu::handleMenuKeypadSetup, false},
+        {&Menu::actionDelete_Network, "actionDelete_Network", QT_TR_NOOP("Delete Network"), &Menu::handleMenuDeleteNetwork,
+         true},
+        {&Menu::actionBrowser, "actionBrowser", QT_TR_NOOP("Web Browser"), &Menu::handleMenuBrowser, true},
+        {&Menu::actionAbout_ORVANE, "actionAbout_ORVANE", QT_TR_NOOP("About ORVANE"), &Menu::handleMenuAbout, false},
+    };
+    return entries;
+}
+
+QMenu* Menu::addMenu(QWidget* parent, const char* objectName, const QString& title,
+                     std::initializer_list<QAction* Menu::*> entries)
+{
+    auto* menu = new QMenu(title, parent);
+    menu->setObjectName(QString::fromLatin1(objectName));
+    for (QAction* Menu::*entry : entries) {
+        if (entry)
+            menu->addAction(this->*entry);
+        else
+            menu->addSeparator();
+    }
+    return menu;
 }
 
 void Menu::build(QMenuBar* menuBar)
@@ -27,85 +84,32 @@ void Menu::build(QMenuBar* menuBar)
     m_menuBar = menuBar;
     mainWindow.setMenuBar(menuBar);
 
-    actionChannel_Stats = makeAction("actionChannel_Stats", tr("Channel Stats"));
-    actionConnect_to_Remote = makeAction("actionConnect_to_Remote", tr("Manage Connections"));
-    actionPeer_Stats = makeAction("actionPeer_Stats", tr("Peer Stats"));
-    actionBraid_Stats = makeAction("actionBraid_Stats", tr("Braid Stats"));
-    actionAdd_New_Remote = makeAction("actionAdd_New_Remote", tr("Add New Remote"));
-    actionChange_Remote_Settings = makeAction("actionChange_Remote_Settings", tr("Change Remote Settings"));
-    actionDelete_Remote = makeAction("actionDelete_Remote", tr("Delete Remote"));
-    actionManage_Profiles = makeAction("actionManage_Profiles", tr("Manage Profiles"));
-    actionConfigure_Audio = makeAction("actionConfigure_Audio", tr("Audio Controls"));
-    actionChoose_Network = makeAction("actionChoose_Network", tr("Manage Networks"));
-    actionConfigure_Network = makeAction("actionConfigure_Network", tr("Configure Network"));
-    actionReset_Configuration = makeAction("actionReset_Configuration", tr("Reset Configuration"));
-    actionSystem_Settings = makeAction("actionSystem_Settings", tr("System Settings"));
-    actionBraid_Settings = makeAction("actionBraid_Settings", tr("Braid Settings"));
-    actionAudio_Levels = makeAction("actionAudio_Levels", tr("Audio Levels"));
-    actionCalibrate_Touchscreen = makeAction("actionCalibrate_Touchscreen", tr("Calibrate Touchscreen"));
-    actionKeypad_Setup = makeAction("actionKeypad_Setup", tr("User Interface"));
-    actionDelete_Network = makeAction("actionDelete_Network", tr("Delete Network"));
-    actionBrowser = makeAction("actionBrowser", tr("Web Browser"));
-    actionAbout_ORVANE = makeAction("actionAbout_ORVANE", tr("About ORVANE"));
+    for (const ActionEntry& entry : actions()) {
+        QAction* action = new QAction(tr(entry.text), this);
+        action->setObjectName(QString::fromLatin1(entry.objectName));
+        this->*entry.action = action;
+        connect(action, &QAction::triggered, this, entry.slot);
+    }
 
-    menuNetwork = menuBar->addMenu(tr("Network"));
-    menuNetwork->setObjectName(QStringLiteral("menuNetwork"));
-    menuNetwork->addAction(actionChoose_Network);
-    menuNetwork->addAction(actionConfigure_Network);
-    menuNetwork->addSeparator();
-    menuNetwork->addAction(actionDelete_Network);
-    menuNetwork->addSeparator();
-    menuNetwork->addAction(actionBrowser);
-
-    menuRemotes = menuBar->addMenu(tr("Remotes"));
-    menuRemotes->setObjectName(QStringLiteral("menuRemotes"));
-    menuRemotes->addAction(actionConnect_to_Remote);
-    menuRemotes->addSeparator();
-    menuRemotes->addAction(actionAdd_New_Remote);
-    menuRemotes->addAction(actionChange_Remote_Settings);
-    menuRemotes->addAction(actionDelete_Remote);
-
-    menuStats = menuBar->addMenu(tr("Stats"));
-    menuStats->setObjectName(QStringLiteral("menuStats"));
-    menuStats->addAction(actionChannel_Stats);
-    menuStats->addAction(actionPeer_Stats);
-    menuStats->addAction(actionBraid_Stats);
-    menuStats->addAction(actionAudio_Levels);
-
-    menuConfigure = menuBar->addMenu(tr("Configure"));
-    menuConfigure->setObjectName(QStringLiteral("menuConfigure"));
-    menuConfigure->addAction(actionManage_Profiles);
-    menuConfigure->addAction(actionSystem_Settings);
-    menuConfigure->addAction(actionBraid_Settings);
-    menuConfigure->addAction(actionKeypad_Setup);
-    menuConfigure->addSeparator();
-    menuMore = menuConfigure->addMenu(tr("Additional Configuration"));
-    menuMore->setObjectName(QStringLiteral("menuMore"));
-    menuMore->addAction(actionCalibrate_Touchscreen);
-    menuMore->addAction(actionReset_Configuration);
+    menuNetwork = addMenu(menuBar, "menuNetwork", tr("Network"),
+                          {&Menu::actionChoose_Network, &Menu::actionConfigure_Network, nullptr,
+                           &Menu::actionDelete_Network, nullptr, &Menu::actionBrowser});
+    menuRemotes = addMenu(menuBar, "menuRemotes", tr("Remotes"),
+                          {&Menu::actionConnect_to_Remote, nullptr, &Menu::actionAdd_New_Remote,
+                           &Menu::actionChange_Remote_Settings, &Menu::actionDelete_Remote});
+    menuStats = addMenu(menuBar, "menuStats", tr("Stats"),
+                        {&Menu::actionChannel_Stats, &Menu::actionPeer_Stats, &Menu::actionBraid_Stats,
+                         &Menu::actionAudio_Levels});
+    menuConfigure = addMenu(menuBar, "menuConfigure", tr("Configure"),
+                            {&Menu::actionManage_Profiles, &Menu::actionSystem_Settings, &Menu::actionBraid_Settings,
+                             &Menu::actionKeypad_Setup, nullptr});
+    menuMore = addMenu(menuConfigure, "menuMore", tr("Additional Configuration"),
+                       {&Menu::actionCalibrate_Touchscreen, &Menu::actionReset_Configuration});
+    menuConfigure->addMenu(menuMore);
     menuConfigure->addSeparator();
     menuConfigure->addAction(actionAbout_ORVANE);
-
-    connect(actionChannel_Stats, &QAction::triggered, this, &Menu::handleMenuChannelStats);
-    connect(actionConnect_to_Remote, &QAction::triggered, this, &Menu::handleMenuConnectToPeer);
-    connect(actionPeer_Stats, &QAction::triggered, this, &Menu::handleMenuPeerStats);
-    connect(actionBraid_Stats, &QAction::triggered, this, &Menu::handleMenuBraidStats);
-    connect(actionAdd_New_Remote, &QAction::triggered, this, &Menu::handleMenuPeerAdd);
-    connect(actionChange_Remote_Settings, &QAction::triggered, this, &Menu::handleMenuPeerEdit);
-    connect(actionDelete_Remote, &QAction::triggered, this, &Menu::handleMenuPeerDelete);
-    connect(actionManage_Profiles, &QAction::triggered, this, &Menu::handleMenuManageProfiles);
-    connect(actionConfigure_Audio, &QAction::triggered, this, &Menu::handleMenuConfigureAudio);
-    connect(actionChoose_Network, &QAction::triggered, this, &Menu::handleMenuChooseNetwork);
-    connect(actionConfigure_Network, &QAction::triggered, this, &Menu::handleMenuConfigureNetwork);
-    connect(actionReset_Configuration, &QAction::triggered, this, &Menu::handleMenuResetConfiguration);
-    connect(actionSystem_Settings, &QAction::triggered, this, &Menu::handleMenuSystemSettings);
-    connect(actionBraid_Settings, &QAction::triggered, this, &Menu::handleMenuBraidSettings);
-    connect(actionAudio_Levels, &QAction::triggered, &mainWindow.pane(), &Pane::handleAudioMeters);
-    connect(actionCalibrate_Touchscreen, &QAction::triggered, this, &Menu::handleMenuCalibrateTouchscreen);
-    connect(actionKeypad_Setup, &QAction::triggered, this, &Menu::handleMenuKeypadSetup);
-    connect(actionDelete_Network, &QAction::triggered, this, &Menu::handleMenuDeleteNetwork);
-    connect(actionBrowser, &QAction::triggered, this, &Menu::handleMenuBrowser);
-    connect(actionAbout_ORVANE, &QAction::triggered, this, &Menu::handleMenuAbout);
+    for (QMenu* menu : {menuNetwork, menuRemotes, menuStats, menuConfigure})
+        menuBar->addMenu(menu);
 
     // The meters stop repainting while a menu covers them (the slots are the meters' own business,
     // hence protected and reached by name).
@@ -145,9 +149,12 @@ void Menu::openForCurrentScreen()
     }
 }
 
+// A menu closed by Qt itself (Escape on an attached keyboard) leaves its title highlighted: only
+// a menu on show counts as open.
 bool Menu::isMenuOpen() const
 {
-    return m_menuBar->activeAction() != nullptr;
+    const QAction* active = m_menuBar->activeAction();
+    return active && active->menu() && active->menu()->isVisible();
 }
 
 void Menu::closeMenu()
@@ -155,6 +162,12 @@ void Menu::closeMenu()
     if (QAction* active = m_menuBar->activeAction())
         active->menu()->hide();
     m_menuBar->setActiveAction(nullptr);
+    // A menu bar left in keyboard navigation holds the focus until it sees Escape, which gives
+    // the focus back to the screen's widget.
+    if (m_menuBar->hasFocus()) {
+        QKeyEvent escape(QEvent::KeyPress, Qt::Key_Escape, Qt::NoModifier);
+        QCoreApplication::sendEvent(m_menuBar, &escape);
+    }
 }
 
 void Menu::updateActions(int screen)
@@ -212,6 +225,7 @@ void Menu::handleMenuBraidSettings() { show(Pane::ScreenBraidSettings); }
 void Menu::handleMenuManageProfiles() { show(Pane::ScreenProfileList); }
 void Menu::handleMenuKeypadSetup() { show(Pane::ScreenKeypadSetup); }
 void Menu::handleMenuAbout() { show(Pane::ScreenAbout); }
+void Menu::handleMenuAudioLevels() { mainWindow.pane().handleAudioMeters(); }
 
 void Menu::handleMenuPeerDelete()
 {
@@ -238,9 +252,9 @@ void Menu::handleMenuResetConfiguration()
 
 void Menu::handleMenuRestrictedToggled(bool checked)
 {
-    for (QAction* action : {actionConfigure_Network, actionDelete_Network, actionBrowser, actionChange_Remote_Settings,
-                            actionDelete_Remote, actionManage_Profiles, actionSystem_Settings, actionBraid_Settings,
-                            actionAdd_New_Remote, actionReset_Configuration, actionCalibrate_Touchscreen,
-                            menuMore->menuAction()})
-        action->setVisible(!checked);
+    for (const ActionEntry& entry : actions()) {
+        if (entry.hiddenWhenRestricted)
+            (this->*entry.action)->setVisible(!checked);
+    }
+    menuMore->menuAction()->setVisible(!checked);
 }

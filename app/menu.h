@@ -3,10 +3,14 @@
 
 #include <QObject>
 
+#include <initializer_list>
+#include <vector>
+
 class MainWindow;
 class QAction;
 class QMenu;
 class QMenuBar;
+class QWidget;
 
 // The menu bar's five menus: opens the one that fits the screen on show, switches screens,
 // confirms destructive actions and hides what a restricted user may not use.
@@ -78,9 +82,14 @@ private slots:
     void handleMenuResetConfiguration();
     void handleMenuKeypadSetup();
     void handleMenuAbout();
+    void handleMenuAudioLevels();
 
 private:
-    QAction* makeAction(const char* objectName, const QString& text);
+    struct ActionEntry;
+    static const std::vector<ActionEntry>& actions();
+    // A menu of `entries` (actions by member, null for a separator).
+    QMenu* addMenu(QWidget* parent, const char* objectName, const QString& title,
+                   std::initializer_list<QAction* Menu::*> entries);
     void show(int screen);
     // Yes/No question, default No, with the window's modal flag set meanwhile.
     bool confirm(const QString& text);

@@ -7,6 +7,8 @@
 #include "transientpopup.h"
 
 #include <QScrollArea>
+
+#include <algorithm>
 #include <QStackedWidget>
 
 namespace {
@@ -22,24 +24,25 @@ Pane::Pane(MainWindow& mainWindow)
 {
     m_pages[ScreenPeerList] = &m_peerList;
     m_pages[ScreenPeerEdit] = &m_peerEdit;
+    m_pages[ScreenPeerAdd] = &m_peerEdit;
+    m_pages[ScreenPeerStats] = &m_peerStats;
+    m_pages[ScreenChannelStats] = &m_channelStats;
+    m_pages[ScreenBraidStats] = &m_braidStats;
     m_pages[ScreenMeters] = &m_metering;
+    m_pages[ScreenNetworkList] = &m_chooseNetwork;
+    m_pages[ScreenConfigureNetwork] = &m_configureNetwork;
+    m_pages[ScreenEditConfigSetting] = &m_editConfigSetting;
     m_pages[ScreenChat] = &m_chat;
     m_pages[ScreenBrowser] = &m_browser;
     m_pages[ScreenAudioSettings] = &m_audioSettings;
     m_pages[ScreenSystemSettings] = &m_systemSettings;
+    m_pages[ScreenBraidSettings] = &m_braidSettings;
     m_pages[ScreenProfileList] = &m_profileList;
     m_pages[ScreenProfileItems] = &m_profileItems;
     m_pages[ScreenEditSetting] = &m_editSetting;
     m_pages[ScreenKeypadSetup] = &m_keypadSetup;
     m_pages[ScreenAbout] = &m_about;
-    auto pending = m_pending.begin();
-    for (int index = 0; index < ScreenCount; ++index) {
-        if (index == ScreenPeerAdd)
-            m_pages[index] = m_pages[ScreenPeerEdit];
-        else if (!m_pages[index])
-            m_pages[index] = &*pending++;
-    }
-    Q_ASSERT(pending == m_pending.end());
+    Q_ASSERT(std::find(m_pages.begin(), m_pages.end(), nullptr) == m_pages.end());
 }
 
 // The screens are members; take them out of the stack before it is destroyed with the window.
@@ -67,11 +70,14 @@ bool Pane::build(QWidget* stackFrame, StatusBar& statusBar)
     setKeyboardShown(false);
 
     connect(&m_peerEdit, &PeerEdit::editPeerDone, this, &Pane::handlePeerEditDone);
+    connect(&m_configureNetwork, &ConfigureNetwork::configureDone, this, &Pane::handleNetworkConfigureDone);
     connect(&m_peerList, &PeerList::newPeerIDSelected, &m_peerEdit, &PeerEdit::setPeerID);
     connect(&m_peerList, &PeerList::anyActiveChanged, &statusBar, &StatusBar::updateLinkIndicator);
+    connectNetworkScreens(statusBar);
     connect(&mainWindow.menu(), &Menu::deletePeerConfirmed, &m_peerEdit, &PeerEdit::deletePeer);
     connect(&m_metering, &Metering::smallMeterClicked, this, &Pane::handleAudioMeters);
     connect(&m_chat, &Chat::chatAlert, &statusBar, &StatusBar::handleChatAlert);
+    connect(&m_braidStats.tunnelInfo(), &TunnelInfo::braidStatus, &statusBar, &StatusBar::updateBraidStatus);
 
     // Where one signal reaches two slots, the screen switch comes before the screen fills itself.
     Menu& menu = mainWindow.menu();
@@ -88,6 +94,51 @@ bool Pane::build(QWidget* stackFrame, StatusBar& statusBar)
     connect(&m_keypadSetup, &KeypadSetup::restrictedModeChanged, &menu, &Menu::handleMenuRestrictedToggled);
     connect(&m_keypadSetup, &KeypadSetup::browserHomeChanged, &m_browser, &WebBrowser::browserHomeChanged);
     return true;
+}
+
+// The configuration screen learns the new device before the menu refreshes its entries.
+void Pane::connectNetworkScreens(StatusBar& statusBar)
+{
+    Menu& menu = mainWindow.menu();
+    connect(&m_chooseNetwork, &ChooseNetwork::newNetworkSelected, &m_configureNetwork,
+            &ConfigureNetwork::setSelectedID);
+    connect(&m_chooseNetwork, &ChooseNetwork::newNetworkSelected, this, &Pane::handleNetworkSelected);
+    connect(&m_chooseNetwork, &ChooseNetwork::configureRequested, &menu, &Menu::handleMenuConfigureNetwork);
+    connect(&m_configureNetwork, &ConfigureNetwork::editNetworkSetting, this, &Pane::handleEditConfigSetting);
+    connect(&m_braidSettings, &BraidSettings::editBraidSetting, this, &Pane::handleEditConfigSetting);
+    connect(&m_configureNetwork, &ConfigureNetwork::changeModal, &mainWindow, &MainWindow::setModal);
+    connect(&m_editConfigSetting, &EditConfigSetting::editConfigSettingDone, this,
+            &Pane::handleEditConfigSettingDone);
+    connect(&m_chooseNetwork, &ChooseNetwork::netReadyChanged, &statusBar, &StatusBar::updateLinkIndicator);
+    connect(&m_chooseNetwork, &ChooseNetwork::signalStrength, &statusBar, &StatusBar::updateSignalStrength);
+    connect(&m_chooseNetwork, &ChooseNetwork::signalStrengthOff, &statusBar, &StatusBar::signalStrengthOff);
+    connect(&m_chooseNetwork, &ChooseNetwork::signalStrengthMulti, &statusBar, &StatusBar::signalStrengthMulti);
+    connect(&menu, &Menu::deleteNetworkConfirmed, &m_chooseNetwork, &ChooseNetwork::deleteNetwork);
+    connect(&m_keypadSetup, &KeypadSetup::restrictedModeChanged, &m_chooseNetwork,
+            &ChooseNetwork::handleRestrictedToggled);
+}
+
+void Pane::handleNetworkSelected()
+{
+    if (current == ScreenNetworkList)
+        mainWindow.menu().updateActions(ScreenNetworkList);
+}
+
+void Pane::handleEditConfigSetting(const std::string& path)
+{
+    editReturn = current;
+    showScreen(ScreenEditConfigSetting);
+    m_editConfigSetting.setPath(path);
+}
+
+void Pane::handleEditConfigSettingDone(bool)
+{
+    showScreen(editReturn);
+}
+
+void Pane::handleNetworkConfigureDone()
+{
+    showScreen(ScreenNetworkList);
 }
 
 void Pane::handleProfileItems()
@@ -143,6 +194,8 @@ void Pane::showScreen(int index)
         m_peerEdit.setEdit(index == ScreenPeerEdit);
         m_peerEdit.populate();
     }
+    if (index == ScreenConfigureNetwork && previous == ScreenNetworkList)
+        m_configureNetwork.showStatusTab();
 
     stack->setCurrentWidget(m_pages[index]);
     if (index == ScreenChat)
@@ -220,34 +273,34 @@ void Pane::f2Pressed()
 {
     int toggleReturn = previous;
     switch (m_keypadSetup.f2Mode()) {
-    case F2Cycle:
+    case KeypadSetup::F2Cycle:
         cycle();
         break;
-    case F2ToggleNetworks:
+    case KeypadSetup::F2ToggleNetworks:
         toggle(ScreenNetworkList, toggleReturn);
         break;
-    case F2ToggleRemotes:
+    case KeypadSetup::F2ToggleRemotes:
         toggle(ScreenPeerList, toggleReturn);
         break;
-    case F2TogglePeerStats:
+    case KeypadSetup::F2TogglePeerStats:
         toggle(ScreenPeerStats, toggleReturn);
         break;
-    case F2ToggleChannelStats:
+    case KeypadSetup::F2ToggleChannelStats:
         toggle(ScreenChannelStats, toggleReturn);
         break;
-    case F2ToggleMeters:
+    case KeypadSetup::F2ToggleMeters:
         handleAudioMeters();
         break;
-    case F2ToggleKeyboard:
+    case KeypadSetup::F2ToggleKeyboard:
         mainWindow.handlePopupKeyboard();
         break;
-    case F2ToggleChat:
+    case KeypadSetup::F2ToggleChat:
         handleChat();
         break;
-    case F2RemoteContactClosure:
+    case KeypadSetup::F2RemoteContactClosure:
         mainWindow.setRemoteCC(0, true);
         break;
-    case F2ToggleBraidStats:
+    case KeypadSetup::F2ToggleBraidStats:
         toggle(ScreenBraidStats, toggleReturn);
         break;
     default:
@@ -257,15 +310,13 @@ void Pane::f2Pressed()
 
 void Pane::f2Released()
 {
-    if (m_keypadSetup.f2Mode() == F2RemoteContactClosure)
+    if (m_keypadSetup.f2Mode() == KeypadSetup::F2RemoteContactClosure)
         mainWindow.setRemoteCC(0, false);
 }
 
-// The remote list and the network device list answer these once they are part of the program;
-// until then there is no device, no call and no selection to report.
 bool Pane::networkReady() const
 {
-    return false;
+    return m_chooseNetwork.getNetReady();
 }
 
 bool Pane::anyCallActive() const
@@ -285,10 +336,10 @@ void Pane::handlePeerEditDone()
 
 bool Pane::selectedNetworkViewOnly() const
 {
-    return false;
+    return m_chooseNetwork.isSelectedViewOnly();
 }
 
 bool Pane::selectedNetworkInstalled() const
 {
-    return false;
+    return m_chooseNetwork.isSelectedInstalled();
 }

@@ -3,13 +3,19 @@
 
 #include "aboutwidget.h"
 #include "audiosettings.h"
+#include "channelstats.h"
+#include "braidsettings.h"
+#include "braidstats.h"
 #include "chat.h"
+#include "choosenetwork.h"
+#include "configurenetwork.h"
+#include "editconfigsetting.h"
 #include "editsetting.h"
 #include "keypadsetup.h"
 #include "metering.h"
 #include "peeredit.h"
 #include "peerlist.h"
-#include "pendingscreen.h"
+#include "peerstats.h"
 #include "profileitems.h"
 #include "profilelist.h"
 #include "statusbar.h"
@@ -56,20 +62,6 @@ public:
         ScreenCount = 20
     };
 
-    // The F2 key's behaviours, by the value stored with the user's choice.
-    enum F2Mode {
-        F2Cycle = 0,
-        F2ToggleNetworks = 1,
-        F2ToggleRemotes = 2,
-        F2TogglePeerStats = 3,
-        F2ToggleChannelStats = 4,
-        F2ToggleMeters = 5,
-        F2ToggleKeyboard = 6,
-        F2ToggleChat = 7,
-        F2RemoteContactClosure = 8,
-        F2ToggleBraidStats = 9
-    };
-
     explicit Pane(MainWindow& mainWindow);
     ~Pane() override;
 
@@ -78,7 +70,8 @@ public:
     bool build(QWidget* stackFrame, StatusBar& statusBar);
 
     void showScreen(int index);
-    int currentScreen() const override { return current; }
+    int currentScreen() const { return current; }
+    bool chatOnShow() const override { return current == ScreenChat; }
     // The chat and meters screens count as the screen underneath them.
     int menuScreen() const;
     static bool keyboardAllowed(int index);
@@ -102,18 +95,30 @@ public:
     PeerList& peerList() { return m_peerList; }
     PeerEdit& peerEdit() { return m_peerEdit; }
     KeypadSetup& keypadSetup() { return m_keypadSetup; }
+    PeerStats& peerStats() { return m_peerStats; }
+    ChannelStats& channelStats() { return m_channelStats; }
+    ChooseNetwork& chooseNetwork() { return m_chooseNetwork; }
+    ConfigureNetwork& configureNetwork() { return m_configureNetwork; }
+    EditConfigSetting& editConfigSetting() { return m_editConfigSetting; }
     WebBrowser& browser() { return m_browser; }
+    BraidStats& braidStats() { return m_braidStats; }
+    BraidSettings& braidSettings() { return m_braidSettings; }
 
 public slots:
     void handleAudioMeters();
     void handleChat();
 
 private slots:
+    void handleNetworkSelected();
     void handlePeerEditDone();
     void handleProfileItems();
     void handleEditSetting();
+    void handleEditConfigSetting(const std::string& path);
+    void handleEditConfigSettingDone(bool saved);
+    void handleNetworkConfigureDone();
 
 private:
+    void connectNetworkScreens(StatusBar& statusBar);
     void toggle(int target, int& returnScreen);
     void cycle();
     KeypadHandler* keypadHandlerOf(int index) const;
@@ -122,18 +127,23 @@ private:
     int metersReturn = ScreenPeerList;
     int chatReturn = ScreenPeerList;
     int previous = ScreenPeerList;
+    int editReturn = ScreenConfigureNetwork;
     PeerList m_peerList;
     PeerEdit m_peerEdit;
-    // Pages holding the indices of screens that are not part of the program yet.
-    static constexpr int kPendingScreens = 7;
-    std::array<PendingScreen, kPendingScreens> m_pending;
+    ChooseNetwork m_chooseNetwork;
     Metering m_metering;
+    ConfigureNetwork m_configureNetwork;
     KeypadSetup m_keypadSetup;
+    PeerStats m_peerStats;
+    ChannelStats m_channelStats;
     WebBrowser m_browser;
+    BraidStats m_braidStats;
     Chat m_chat;
     AudioSettings m_audioSettings;
     EditSetting m_editSetting;
+    EditConfigSetting m_editConfigSetting;
     SystemSettings m_systemSettings{&m_editSetting};
+    BraidSettings m_braidSettings;
     ProfileList m_profileList;
     ProfileItems m_profileItems{&m_editSetting};
     AboutWidget m_about;

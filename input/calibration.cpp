@@ -75,6 +75,9 @@ void Calibration::paintEvent(QPaintEvent*)
     painter.setPen(Qt::red);
     painter.drawText(QRect(10, 300, 220, 16), Qt::AlignCenter, tr("Press F2 to abort."));
 
+    // Between the last touch and the dialog closing there is no target left.
+    if (m_pressCount == kPoints)
+        return;
     const QPoint target = mapFromGlobal(m_data.screenPoints[m_pressCount]);
     painter.fillRect(target.x() - 6, target.y() - 1, 13, 3, Qt::yellow);
     painter.fillRect(target.x() - 1, target.y() - 6, 3, 13, Qt::yellow);
@@ -82,6 +85,9 @@ void Calibration::paintEvent(QPaintEvent*)
 
 void Calibration::mouseReleaseEvent(QMouseEvent* event)
 {
+    // A release that arrives after the last touch, before the dialog closes, has no point to fill.
+    if (m_pressCount == kPoints)
+        return;
     // Screen positions as the device reported them: the handler is cleared while this runs.
     m_data.devPoints[m_pressCount] = event->globalPos();
     ++m_pressCount;

@@ -20,7 +20,9 @@ namespace net {
 
 namespace {
 
-constexpr int kListenBacklog = 16;
+// Deep enough that a burst of connections does not cost a real client a dropped SYN and its
+// one-second retransmission.
+constexpr int kListenBacklog = 128;
 
 std::string errno_text(const char* what)
 {
@@ -41,14 +43,13 @@ bool abstract_address(const std::string& name, sockaddr_un& sa, socklen_t& lengt
     return true;
 }
 
-using AddrInfoList = std::unique_ptr<addrinfo, decltype(&freeaddrinfo)>;
-
-AddrInfoList resolve(const SocketAddr& addr, bool passive, std::string& error)
+// For listening only: a listener starts before the loop runs.
+AddrInfoList resolve_passive(const SocketAddr& addr, std::string& error)
 {
     addrinfo hints{};
     hints.ai_family = AF_UNSPEC;
     hints.ai_socktype = SOCK_STREAM;
-    hints.ai_flags = passive ? AI_PASSIVE : 0;
+    hints.ai_flags = AI_PASSIVE;
     const std::string port = std::to_string(addr.effective_port());
     const char* host = addr.host().empty() ? nullptr : addr.host().c_str();
     addrinfo* list = nullptr;
@@ -101,30 +102,28 @@ SocketAddr effective_address(const SocketAddr& addr)
     return addr;
 }
 
-int connect_stream(const SocketAddr& addr, bool& pending, std::string& error)
+int connect_local(const SocketAddr& addr, std::string& error)
 {
-    if (addr.is_local()) {
-        sockaddr_un sa;
-        socklen_t length = 0;
-        if (!abstract_address(addr.host(), sa, length, error))
-            return -1;
-        const int fd = socket(AF_UNIX, SOCK_STREAM | SOCK_NONBLOCK | SOCK_CLOEXEC, 0);
-        if (fd < 0) {
-            error = errno_text("socket");
-            return -1;
-        }
-        // A Unix connect completes or fails at once (EAGAIN: the server's backlog is full).
-        if (connect(fd, reinterpret_cast<const sockaddr*>(&sa), length) == 0) {
-            pending = false;
-            return fd;
-        }
-        error = errno_text("connect");
-        close(fd);
+    sockaddr_un sa;
+    socklen_t length = 0;
+    if (!abstract_address(addr.host(), sa, length, error))
+        return -1;
+    const int fd = socket(AF_UNIX, SOCK_STREAM | SOCK_NONBLOCK | SOCK_CLOEXEC, 0);
+    if (fd < 0) {
+        error = errno_text("socket");
         return -1;
     }
+    // EAGAIN here means the server's backlog is full.
+    if (connect(fd, reinterpret_cast<const sockaddr*>(&sa), length) == 0)
+        return fd;
+    error = errno_text("connect");
+    close(fd);
+    return -1;
+}
 
-    AddrInfoList list = resolve(addr, false, error);
-    for (const addrinfo* ai = list.get(); ai; ai = ai->ai_next) {
+int connect_tcp(const addrinfo* addresses, bool& pending, std::string& error)
+{
+    for (const addrinfo* ai = addresses; ai; ai = ai->ai_next) {
         const int fd = socket(ai->ai_family, ai->ai_socktype | SOCK_NONBLOCK | SOCK_CLOEXEC, ai->ai_protocol);
         if (fd < 0) {
             error = errno_text("socket");
@@ -170,7 +169,7 @@ int listen_stream(const SocketAddr& addr, std::string& error)
         return -1;
     }
 
-    AddrInfoList list = resolve(addr, true, error);
+    AddrInfoList list = resolve_passive(addr, error);
     for (const addrinfo* ai = list.get(); ai; ai = ai->ai_next) {
         const int fd = socket(ai->ai_family, ai->ai_socktype | SOCK_NONBLOCK | SOCK_CLOEXEC, ai->ai_protocol);
         if (fd < 0) {

@@ -3,6 +3,9 @@
 
 #include "socketaddr.h"
 
+#include <netdb.h>
+
+#include <memory>
 #include <string>
 
 // Opening stream sockets for the transport: a "/..." address is a Unix socket in the abstract
@@ -13,9 +16,14 @@ namespace net {
 // The address actually used: LIBIPC_LOCAL_ADDR, when set, replaces a local address.
 SocketAddr effective_address(const SocketAddr& addr);
 
-// Starts connecting. On success `pending` tells whether the connection is still being made
-// (wait for writability, then check connect_result). -1 with `error` on failure.
-int connect_stream(const SocketAddr& addr, bool& pending, std::string& error);
+using AddrInfoList = std::unique_ptr<addrinfo, decltype(&freeaddrinfo)>;
+
+// Connects to a local address, which completes or fails at once. -1 with `error` on failure.
+int connect_local(const SocketAddr& addr, std::string& error);
+// Starts connecting to the first of `addresses` (HostLookup's answer) that takes the attempt.
+// On success `pending` tells whether the connection is still being made (wait for
+// writability, then check connect_result). -1 with `error` on failure.
+int connect_tcp(const addrinfo* addresses, bool& pending, std::string& error);
 // Empty when the pending connect of `fd` succeeded, else why it failed.
 std::string connect_result(int fd);
 

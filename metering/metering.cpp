@@ -5,13 +5,23 @@
 #include "message.h"
 #include "smallmeter.h"
 
+#include <QLayout>
+
 namespace {
 const int kSmallMeterWidth = 78;
 const int kSmallMeterHeight = 14;
-// The status bar puts the small meter here; its bars are two pixels high with gaps between.
-const int kSmallBarX = 555;
-const int kSmallBarY[4] = {461, 464, 468, 471};
-const int kSmallBarHeight = 2;
+
+// Summed positions rather than mapToGlobal: the bars are placed before the windows are shown.
+// The window's layout is settled first, as it moves the forms (under the menu bar, say).
+QPoint screenOrigin(const QWidget *widget)
+{
+    if (QLayout *layout = widget->window()->layout())
+        layout->activate();
+    QPoint origin;
+    for (; widget; widget = widget->parentWidget())
+        origin += widget->pos();
+    return origin;
+}
 
 // Rows 0 and 1 show the input signal, rows 2 and 3 the playback signal; each pair is L, R.
 void addBar(Message &request, int row, int x, int y, int width, int height)
@@ -97,24 +107,16 @@ void Metering::sendMetering()
     // A request without bars stops them all, so every change sends the complete set.
     Message request("setMetering");
     if (m_smallMeter && m_smallEnabled && !m_suspended) {
+        const QPoint origin = screenOrigin(m_smallMeter);
         for (int row = 0; row < 4; ++row)
-            addBar(request, row, kSmallBarX, kSmallBarY[row], m_smallMeter->minimumWidth(), kSmallBarHeight);
+            addBar(request, row, origin.x(), origin.y() + m_smallMeter->rowY(row), m_smallMeter->minimumWidth(),
+                   SmallMeter::kBarHeight);
     }
     if (m_bigEnabled && !m_bigPaused) {
-        const QPoint origin = bigMeterScreenOrigin();
+        const QPoint origin = screenOrigin(m_bigMeter);
         for (int row = 0; row < 4; ++row)
             addBar(request, row, origin.x() + m_bigMeter->barX(), origin.y() + m_bigMeter->rowY(row),
                    m_bigMeter->barLength(), m_bigMeter->barHeight());
     }
     g_ipcClient.sendRequest(request);
-}
-
-QPoint Metering::bigMeterScreenOrigin() const
-{
-    // Summed positions rather than mapToGlobal: the bars are placed before the page is shown,
-    // and the fixed form geometry already holds the final positions then.
-    QPoint origin;
-    for (const QWidget *widget = m_bigMeter->parentWidget(); widget; widget = widget->parentWidget())
-        origin += widget->pos();
-    return origin;
 }

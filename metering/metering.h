@@ -36,8 +36,6 @@ protected slots:
 
 private:
     void sendMetering();
-    // Where the big meter's top-left corner lies on the screen.
-    QPoint bigMeterScreenOrigin() const;
 
     BigMeter *m_bigMeter;
     SmallMeter *m_smallMeter = nullptr;

@@ -12,6 +12,11 @@ class SmallMeter : public QWidget {
 public:
     SmallMeter(int width, int height, QWidget *parent = nullptr);
 
+    // Top edge of bar row 0..3 (input left, input right, playback left, playback right), in widget
+    // coordinates: the rows share the meter's height with a gap between the two signals.
+    int rowY(int row) const;
+    static constexpr int kBarHeight = 2;
+
 signals:
     void meterClicked();
 

@@ -7,7 +7,6 @@
 #include <QCoreApplication>
 #include <QHeaderView>
 #include <QKeyEvent>
-#include <QMutexLocker>
 
 #include <map>
 #include <set>
@@ -100,14 +99,10 @@ void PeerList::updateProfileList()
 
 void PeerList::updateCurrentEncoder()
 {
-    QString descr;
-    {
-        QMutexLocker lock(g_ipcClient.mutex());
-        const Message* encoder = g_ipcClient.getResponse("currentEncoder");
-        if (!encoder)
-            return;
-        descr = text(encoder->params(), "descr");
-    }
+    Message encoder;
+    if (!g_ipcClient.copyResponse("currentEncoder", encoder))
+        return;
+    const QString descr = text(encoder.params(), "descr");
     if (descr == m_currentEncoder)
         return;
     m_currentEncoder = descr;
@@ -159,11 +154,14 @@ void PeerList::updatePeerList()
 
 void PeerList::updateDirectoryServer()
 {
+    Message directory;
+    Message sip;
+    g_ipcClient.copyResponse("directoryServer", directory);
+    g_ipcClient.copyResponse("sipProxy", sip);
+
     QString title;
-    QMutexLocker lock(g_ipcClient.mutex());
-    const Message* directory = g_ipcClient.getResponse("directoryServer");
-    if (directory && directory->params().get_bool("enabled", false)) {
-        const Params& params = directory->params();
+    if (directory.params().get_bool("enabled", false)) {
+        const Params& params = directory.params();
         const QString natType = text(params, "nat_type");
         if (!params.get_bool("connected", false))
             title = tr("Relaybook Offline");
@@ -172,9 +170,8 @@ void PeerList::updateDirectoryServer()
         else
             title = tr("Relaybook Online (%1)").arg(natType);
     }
-    const Message* sip = g_ipcClient.getResponse("sipProxy");
-    if (sip && sip->params().get_bool("enabled", false)) {
-        const Params& params = sip->params();
+    if (sip.params().get_bool("enabled", false)) {
+        const Params& params = sip.params();
         if (!title.isEmpty())
             title += QLatin1Char('\n');
         title += params.get_bool("online", false) ? tr("SIP Online") : tr("SIP Offline");
@@ -222,56 +219,73 @@ void PeerList::updatePeerItem(QTreeWidgetItemIPC* row, const Message& peer)
     if (g_log.enabled(LOG_DEBUG))
         peer._dump(LOG_DEBUG, 0, 1);
 
-    const bool active = params.get_bool("active", false);
-    const QString stateUi = text(params, "state_ui");
-    const QString chanState = text(params, "chan_state");
-    QString status;
-    if (active || !chanState.isEmpty()) {
-        status = QLatin1Char('\n') + stateUi;
-        if (!chanState.isEmpty() && chanState != stateUi)
-            status += QStringLiteral(" (%1)").arg(chanState);
-    }
-
-    // The Braid session that carries this remote's call, if the tunnel knows one.
-    const std::string sid = params.get_string("sid", "");
-    bool sessionFound = false;
-    QString sessionState;
-    QString retiredReason;
-    bool retired = false;
-    QString searchList;
-    for (unsigned int i = 0; i < m_tunnelStatus.num_children("sess"); ++i) {
-        const Message& session = m_tunnelStatus.get_child("sess", i);
-        const std::string sessionSid = session.params().get_string("sid", "");
-        g_log.log(LOG_DEBUG, "updatePeerItem.. braid sess sid=%s peer sid=%s", sessionSid.c_str(), sid.c_str());
-        if (sid.empty() || sessionSid != sid)
-            continue;
-        sessionFound = true;
-        sessionState = text(session.params(), "state");
-        const QString upper = sessionState.toUpper();
-        if (upper == QLatin1String("ACTIVE")) {
-            status += tr(" (Braid)");
-        } else if (upper == QLatin1String("SEARCHING") && session.num_children("search") > 0) {
-            for (unsigned int s = 0; s < session.num_children("search"); ++s)
-                searchList += QStringLiteral("\n\t") + text(session.get_child("search", s).params(), "addr");
-        } else if (upper == QLatin1String("RETIRED") && session.params().has_param("reason")) {
-            retired = true;
-            retiredReason = text(session.params(), "reason");
-            status = tr("\nBraid Retired: ") + retiredReason;
-        } else {
-            status = tr("\nBraid ") + sessionState;
-        }
-        break;
-    }
-
-    row->setText(0, text(params, "name") + status);
+    const BraidSession session = braidSessionOf(params);
+    row->setText(0, text(params, "name") + statusLine(params, session));
 
     int profile = params.get_int("profile", 0);
     if (!m_profileChannels.contains(profile))
         profile = 0;
-    const QString channel = params.has_param("channel") ? text(params, "channel") : m_profileChannels.value(profile);
+    // The row keeps the channel the remote calls on, for the telephone-line buttons.
     if (!params.has_param("channel"))
-        row->params().set_string("channel", channel.toStdString());
+        row->params().set_string("channel", m_profileChannels.value(profile).toStdString());
+    setDetailRows(row, detailRows(peer, text(row->params(), "channel"), m_profileNames.value(profile), session));
 
+    row->setIcon(0, m_icons[stateIcon(peer)]);
+    if (const Message* directory = peer.find_child("directory"))
+        setForegrounds(row, directory->params().get_bool("online", false) ? QColor(0, 0, 0) : QColor(128, 128, 128));
+}
+
+PeerList::BraidSession PeerList::braidSessionOf(const Params& peer) const
+{
+    BraidSession found;
+    const std::string sid = peer.get_string("sid", "");
+    if (sid.empty())
+        return found;
+    for (unsigned int i = 0; i < m_tunnelStatus.num_children("sess"); ++i) {
+        const Message& session = m_tunnelStatus.get_child("sess", i);
+        if (session.params().get_string("sid", "") != sid)
+            continue;
+        found.known = true;
+        found.state = text(session.params(), "state");
+        const QString upper = found.state.toUpper();
+        if (upper == QLatin1String("ACTIVE")) {
+            found.active = true;
+        } else if (upper == QLatin1String("SEARCHING")) {
+            for (unsigned int s = 0; s < session.num_children("search"); ++s)
+                found.searchList += QStringLiteral("\n\t") + text(session.get_child("search", s).params(), "addr");
+        } else if (upper == QLatin1String("RETIRED") && session.params().has_param("reason")) {
+            found.retired = true;
+            found.reason = text(session.params(), "reason");
+        }
+        break;
+    }
+    return found;
+}
+
+// The line under the remote's name: the call's state, unless its Braid session says more.
+QString PeerList::statusLine(const Params& peer, const BraidSession& session)
+{
+    const QString stateUi = text(peer, "state_ui");
+    const QString chanState = text(peer, "chan_state");
+    QString status;
+    if (peer.get_bool("active", false) || !chanState.isEmpty()) {
+        status = QLatin1Char('\n') + stateUi;
+        if (!chanState.isEmpty() && chanState != stateUi)
+            status += QStringLiteral(" (%1)").arg(chanState);
+    }
+    if (!session.known || !session.searchList.isEmpty())
+        return status;
+    if (session.active)
+        return status + tr(" (Braid)");
+    if (session.retired)
+        return tr("\nBraid Retired: ") + session.reason;
+    return tr("\nBraid ") + session.state;
+}
+
+QStringList PeerList::detailRows(const Message& peer, const QString& channel, const QString& profileName,
+                                 const BraidSession& session) const
+{
+    const Params& params = peer.params();
     QStringList details;
     details << (channel == QLatin1String(kPotsChannel) ? tr("Phone Number\t") : tr("Address\t")) + text(params, "addr");
     if (params.get_bool("plait", false)) {
@@ -281,25 +295,29 @@ void PeerList::updatePeerItem(QTreeWidgetItemIPC* row, const Message& peer)
         details << (usePlait ? tr("Braid Enable\tYes") : tr("Braid Enable\tNo"));
         if (usePlait) {
             QString braidStatus = tr("Not Active");
-            if (sessionFound)
-                braidStatus = sessionState + (retired ? QStringLiteral(" (%1)").arg(retiredReason) : searchList);
+            if (session.known)
+                braidStatus = session.state + (session.retired ? QStringLiteral(" (%1)").arg(session.reason) : session.searchList);
             details << tr("Braid Status\t") + braidStatus;
         }
     }
     if (!params.get_bool("incoming", false))
-        details << tr("Profile\t") + m_profileNames.value(profile);
-    if (active) {
+        details << tr("Profile\t") + profileName;
+    if (params.get_bool("active", false)) {
         details << tr("Transmitting\t") + (params.get_bool("transmitting", false) ? m_currentEncoder : tr("No"));
         details << tr("Receiving\t") + (params.get_bool("receiving", false) ? text(params, "rx_codec") : tr("No"));
     }
-    const Message* directory = peer.find_child("directory");
-    if (directory) {
+    if (const Message* directory = peer.find_child("directory")) {
         details << tr("Remote State\t") + text(directory->params(), "state");
         details << tr("Product\t") + text(directory->params(), "product");
         details << tr("NAT Type\t") + text(directory->params(), "nat_type");
     }
+    return details;
+}
 
-    QFont detailFont(QStringLiteral("arial"), kDetailPointSize, QFont::Normal, false);
+// Detail rows are reused in place; surplus ones go.
+void PeerList::setDetailRows(QTreeWidgetItem* row, const QStringList& details)
+{
+    const QFont detailFont(QStringLiteral("arial"), kDetailPointSize, QFont::Normal, false);
     for (int i = 0; i < details.size(); ++i) {
         QTreeWidgetItem* detail = i < row->childCount() ? row->child(i) : new QTreeWidgetItem(row);
         detail->setText(0, details[i]);
@@ -307,11 +325,6 @@ void PeerList::updatePeerItem(QTreeWidgetItemIPC* row, const Message& peer)
     }
     while (row->childCount() > details.size())
         delete row->takeChild(row->childCount() - 1);
-
-    row->setIcon(0, m_icons[stateIcon(peer)]);
-
-    if (directory)
-        setForegrounds(row, directory->params().get_bool("online", false) ? QColor(0, 0, 0) : QColor(128, 128, 128));
 }
 
 // A call shows which way audio flows; otherwise what the directory says about the remote.

@@ -64,7 +64,23 @@ private:
         StateIconCount
     };
 
+    // What the tunnel says about the session that carries a remote's Braid calls.
+    struct BraidSession {
+        bool known = false;
+        QString state;
+        bool active = false;
+        bool retired = false;
+        QString reason;
+        // "\n\t"-separated addresses a searching session tries.
+        QString searchList;
+    };
+
     void updatePeerItem(QTreeWidgetItemIPC* row, const Message& peer);
+    BraidSession braidSessionOf(const Params& peer) const;
+    static QString statusLine(const Params& peer, const BraidSession& session);
+    QStringList detailRows(const Message& peer, const QString& channel, const QString& profileName,
+                           const BraidSession& session) const;
+    static void setDetailRows(QTreeWidgetItem* row, const QStringList& details);
     static StateIcon stateIcon(const Message& peer);
     QTreeWidgetItemIPC* rowOf(int id) const;
     QTreeWidgetItemIPC* selectedRow() const;

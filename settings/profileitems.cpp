@@ -8,7 +8,6 @@
 
 #include <QColor>
 #include <QCoreApplication>
-#include <QHeaderView>
 #include <QKeyEvent>
 
 namespace {
@@ -25,9 +24,7 @@ ProfileItems::ProfileItems(EditSetting* editor, QWidget* parent)
     , m_editor(editor)
 {
     setupUi(this);
-    treeProfileItems->header()->setSectionResizeMode(QHeaderView::Fixed);
-    treeProfileItems->setColumnWidth(0, 320);
-    treeProfileItems->setColumnWidth(1, 200);
+    settingstree::setFixedColumns(treeProfileItems);
 
     connect(buttonEdit, &QPushButton::clicked, this, &ProfileItems::editSelected);
     connect(buttonDone, &QPushButton::clicked, this, &ProfileItems::doneClicked);

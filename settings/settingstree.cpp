@@ -6,9 +6,18 @@
 #include <QBrush>
 #include <QColor>
 #include <QFont>
+#include <QHeaderView>
 #include <QTreeWidget>
 
 namespace settingstree {
+
+void setFixedColumns(QTreeWidget* tree)
+{
+    tree->header()->setSectionResizeMode(QHeaderView::Fixed);
+    tree->header()->setStretchLastSection(false);
+    tree->setColumnWidth(0, 320);
+    tree->setColumnWidth(1, 200);
+}
 
 void fill(QTreeWidget* tree, const SettingGroupList& groups)
 {

@@ -10,6 +10,9 @@ class SettingGroupList;
 // Filling and refreshing the two-column settings trees; colours are left to each screen.
 namespace settingstree {
 
+// Names 320 and values 200 pixels wide, whatever the tree's width.
+void setFixedColumns(QTreeWidget* tree);
+
 // Appends one expanded group row per group with its option rows, and makes the first option row
 // current when the tree has no current row.
 void fill(QTreeWidget* tree, const SettingGroupList& groups);

@@ -18,8 +18,7 @@ SystemSettings::SystemSettings(EditSetting* editor, QWidget* parent)
       m_editor(editor)
 {
     setupUi(this);
-    treeSysConfig->setColumnWidth(0, 320);
-    treeSysConfig->setColumnWidth(1, 200);
+    settingstree::setFixedColumns(treeSysConfig);
     connect(buttonEdit, &QPushButton::clicked, this, &SystemSettings::editSelected);
     connect(checkAdvanced, &QCheckBox::toggled, this, &SystemSettings::populateSettings);
     connect(treeSysConfig, &QTreeWidget::itemSelectionChanged, this, &SystemSettings::changeSelection);

@@ -1,12 +1,14 @@
 #ifndef SIM_CALLHANDLERS_H
 #define SIM_CALLHANDLERS_H
 
+#include "braidsessions.h"
 #include "callstats.h"
-#include "message.h"
+#include "peerbook.h"
+#include "unithooks.h"
 
 #include <chrono>
-#include <functional>
 #include <map>
+#include <optional>
 #include <string>
 #include <vector>
 
@@ -14,35 +16,32 @@ class Reply;
 class RequestRouter;
 class Unit;
 
-// The unit's remotes and its calls to them. "connect" walks a remote through its call states to
+// The unit's calls to its remotes. "connect" walks a remote through its call states to
 // connected, "disconnect" ends the call and a ring brings one in; a Braid call also brings its
 // tunnel session up, and a telephone-line call follows rate drops and retrains. While calls run,
-// their statistics are pushed every period. "addPeer", "setPeerSettings" and "removePeer" change
-// the list. Every change of the list is pushed to every session as a "peerList" and reported as
-// one event line.
+// their statistics are pushed every period. Every step of a call is pushed as a "peerList" and
+// reported as one event line.
 class CallHandlers {
 public:
-    // What the model needs from the running unit.
-    struct Hooks {
-        std::function<unsigned int(std::chrono::milliseconds, std::function<void()>)> schedule;
-        std::function<void(unsigned int)> cancel;
-        std::function<void(const std::string& id, const Message& msg)> notify;
-        std::function<void(const std::string& line)> report;
-    };
-
     // A zero period pushes no statistics and keeps the directory still.
-    CallHandlers(Unit& unit, Hooks hooks, std::chrono::milliseconds statsPeriod);
+    CallHandlers(Unit& unit, UnitHooks hooks, std::chrono::milliseconds statsPeriod);
     CallHandlers(const CallHandlers&) = delete;
     CallHandlers& operator=(const CallHandlers&) = delete;
     ~CallHandlers();
 
     void addHandlers(RequestRouter& router);
+    // How often statistics are pushed; zero pushes none and keeps the directory still.
+    void setStatsPeriod(std::chrono::milliseconds period);
     // Ends every call at once, without a word to anyone: the unit's state is being replaced.
     void forgetCalls();
 
     // "ring ID": that remote calls in; "ring" alone: a caller the unit does not know. Returns the
     // console's answer line.
     std::string ring(const std::string& argument);
+    // "burst ID [PERIODS]": the connected call with remote ID loses packets for a few statistics
+    // periods, starting with one that brings no data.
+    std::string burst(const std::string& argument);
+    BraidSessions& braid() { return m_braid; }
 
     // Where the directory's answer about each listed remote changes.
     static constexpr std::chrono::seconds kDirectoryPeriod{15};
@@ -78,43 +77,34 @@ private:
     void connect(const Message& request, Reply& reply);
     void disconnect(const Message& request, Reply& reply);
     void channelCommand(const Message& request, Reply& reply);
-    void addPeer(const Message& request, Reply& reply);
-    void setPeerSettings(const Message& request, Reply& reply);
-    void removePeer(const Message& request, Reply& reply);
 
     static std::vector<Step> script(Kind kind, bool incoming);
     void start(int id, std::vector<Step> steps, bool caller);
     void enterStep(int id);
     void hangUp(int id);
+    // Ends the call at once, its remote idle again.
     void finish(int id);
 
-    Message* peerList();
-    Message* findPeer(int id);
     Kind kindOf(const Message& peer) const;
-    std::string channelOf(const Message& peer) const;
-    const Message* profileOf(const Message& peer) const;
+    std::string currentEncoder() const;
+    std::string profileCodec(const Message& peer, const char* side) const;
+    std::string sentCodec(const Message& peer, Kind kind) const;
     std::string receivedCodec(const Message& peer, Kind kind) const;
-    void pushPeerList();
-
-    Message* tunnelSession(Message& peer);
-    std::vector<CallStats::Link> braidLinks() const;
-    CallStats::Session sessionStats(const Message& sess) const;
-    void setTunnel(Message& peer, Tunnel state);
-    void retireTunnel(int sid);
-    void pushTunnelStatus();
+    void setCurrentEncoder(const std::string& descr);
 
     void scheduleStats();
     void statsTick();
     void directoryTick();
 
     Unit& m_unit;
-    Hooks m_hooks;
+    UnitHooks m_hooks;
     std::chrono::milliseconds m_statsPeriod;
+    PeerBook m_peers;
+    BraidSessions m_braid;
     CallStats m_stats;
     std::map<int, Call> m_calls;
-    // The idle form of each tunnel session a call took over, by sid, to come back to after it.
-    std::map<int, Message> m_idleSessions;
-    std::map<int, unsigned int> m_tunnelTimers;
+    // The unit's encoder before its calls changed it.
+    std::optional<std::string> m_idleEncoder;
     unsigned int m_statsTimer = 0;
     unsigned int m_directoryTimer = 0;
     unsigned int m_directoryTurn = 0;

@@ -1,7 +1,7 @@
 #include "optionhandlers.h"
 
-#include "logger.h"
 #include "message.h"
+#include "records.h"
 #include "reply.h"
 #include "requestrouter.h"
 #include "unit.h"
@@ -17,18 +17,6 @@ using PushToAll = std::function<void(const Message&)>;
 
 const char* const kReset = "reset";
 const char* const kProfileSections[] = {"settings", "local", "remote"};
-
-Message acknowledgement(bool ok)
-{
-    Message answer;
-    answer.params().set_bool("fail", !ok);
-    return answer;
-}
-
-Message& firstChild(Message& parent, const std::string& name)
-{
-    return parent.num_children(name) ? parent.get_child(name, 0) : parent.add_child(name);
-}
 
 // The request's values onto the stored ones: parameters replace, a "reset" child drops the
 // parameter it names (the backend's default applies again), other children merge into the
@@ -80,8 +68,7 @@ void addGroupWrite(RequestRouter& router, Unit& unit, const std::string& group, 
     router.add(requestName, [&unit, group, requestName, pushToAll](const Message& request, Reply& reply) {
         Message* values = unit.data(group);
         if (!values) {
-            g_log.log(LOG_WARNING, "%s: the scenario has no %s", requestName.c_str(), group.c_str());
-            reply.send(acknowledgement(false));
+            reply.send(failure(requestName, "the scenario has no " + group));
             return;
         }
         merge(*values, request);
@@ -96,13 +83,12 @@ void setChannelSettings(Unit& unit, const Message& request, Reply& reply, const 
     const std::string id = request.params().get_string("id", "");
     Message* channel = channels ? findById(*channels, "channel", id) : nullptr;
     if (!channel) {
-        g_log.log(LOG_WARNING, "setChannelSettings: no channel %s", id.c_str());
-        reply.send(acknowledgement(false));
+        reply.send(failure(request.name, "no channel " + id));
         return;
     }
     for (unsigned int i = 0; i < request.num_children("channel"); ++i)
         merge(*channel, request.get_child("channel", i));
-    reply.send(acknowledgement(true));
+    reply.send(answer());
     pushToAll(*channels);
 }
 
@@ -113,8 +99,7 @@ void setProfile(Unit& unit, const Message& request, Reply& reply, const PushToAl
     const std::string id = request.params().get_string("id", "");
     Message* profile = profiles ? findById(*profiles, "profile", id) : nullptr;
     if (!profile) {
-        g_log.log(LOG_WARNING, "setProfile: no profile %s", id.c_str());
-        reply.send(acknowledgement(false));
+        reply.send(failure(request.name, "no profile " + id));
         return;
     }
     if (request.params().get_bool("default", false)) {
@@ -130,7 +115,7 @@ void setProfile(Unit& unit, const Message& request, Reply& reply, const PushToAl
     const Message* settings = profile->find_child("settings");
     if (settings && settings->params().has_param("name"))
         profile->params().set_string("name", settings->params().get_string("name", ""));
-    reply.send(acknowledgement(true));
+    reply.send(answer());
     pushToAll(*profiles);
 }
 

@@ -1,12 +1,11 @@
 #include "profilehandlers.h"
 
-#include "logger.h"
 #include "message.h"
+#include "records.h"
 #include "reply.h"
 #include "requestrouter.h"
 #include "unit.h"
 
-#include <algorithm>
 #include <string>
 #include <utility>
 
@@ -20,22 +19,6 @@ struct Outlets {
 
 using DataHandler = void (*)(Message& data, const Message& request, Reply& reply, const Outlets& outlets);
 
-Message success()
-{
-    Message answer;
-    answer.params().set_bool("fail", false);
-    return answer;
-}
-
-Message failure(const std::string& error)
-{
-    g_log.log(LOG_WARNING, "%s", error.c_str());
-    Message answer;
-    answer.params().set_bool("fail", true);
-    answer.params().set_string("error", error);
-    return answer;
-}
-
 std::string text(const ParamValue& value)
 {
     if (const auto* flag = std::get_if<bool>(&value))
@@ -47,34 +30,6 @@ std::string text(const ParamValue& value)
     return std::get<std::string>(value);
 }
 
-int idOf(const Message& profile)
-{
-    return profile.params().get_int("id", 0);
-}
-
-Message* findProfile(Message& profiles, int id)
-{
-    for (unsigned int i = 0; i < profiles.num_children("profile"); ++i) {
-        Message& profile = profiles.get_child("profile", i);
-        if (idOf(profile) == id)
-            return &profile;
-    }
-    return nullptr;
-}
-
-int nextProfileId(const Message& profiles)
-{
-    int highest = 0;
-    for (unsigned int i = 0; i < profiles.num_children("profile"); ++i)
-        highest = std::max(highest, idOf(profiles.get_child("profile", i)));
-    return highest + 1;
-}
-
-Message& settingsOf(Message& profile)
-{
-    return profile.num_children("settings") ? profile.get_child("settings", 0) : profile.add_child("settings");
-}
-
 // A profile the operator made: never a factory profile and not the default until made so.
 void nameAsNew(Message& profile, int id, const std::string& name)
 {
@@ -82,26 +37,26 @@ void nameAsNew(Message& profile, int id, const std::string& name)
     profile.params().set_string("name", name);
     profile.params().set_bool("factory", false);
     profile.params().set_bool("default", false);
-    settingsOf(profile).params().set_string("name", name);
+    firstChild(profile, "settings").params().set_string("name", name);
 }
 
 // Answers the new profile's id and pushes the grown list.
 void addToList(Message& profiles, Message profile, const std::string& event, Reply& reply, const Outlets& outlets)
 {
-    const int id = idOf(profile);
+    const int id = profile.params().get_int("id", 0);
     profiles.add_child(profile);
     outlets.report(event + " id=" + std::to_string(id) + " name=" + profile.params().get_string("name", ""));
-    Message answer = success();
-    answer.params().set_int("id", id);
-    reply.send(answer);
+    Message added = answer();
+    added.params().set_int("id", id);
+    reply.send(added);
     outlets.pushToAll(profiles);
 }
 
 void addProfile(Message& profiles, const Message& request, Reply& reply, const Outlets& outlets)
 {
     Message profile("profile");
-    nameAsNew(profile, nextProfileId(profiles), request.params().get_string("name", "New Profile"));
-    Params& settings = settingsOf(profile).params();
+    nameAsNew(profile, nextId(profiles, "profile", "id"), request.params().get_string("name", "New Profile"));
+    Params& settings = firstChild(profile, "settings").params();
     settings.set_string("channel", request.params().get_string("channel", "rtp_udp_mux"));
     settings.set_string("visible", "true");
     profile.add_child("local");
@@ -112,13 +67,13 @@ void addProfile(Message& profiles, const Message& request, Reply& reply, const O
 void copyProfile(Message& profiles, const Message& request, Reply& reply, const Outlets& outlets)
 {
     const int sourceId = request.params().get_int("id", 0);
-    const Message* source = findProfile(profiles, sourceId);
+    const Message* source = findChild(profiles, "profile", "id", sourceId);
     if (!source) {
-        reply.send(failure("copyProfile: no profile " + std::to_string(sourceId)));
+        reply.send(failure("copyProfile", "no profile " + std::to_string(sourceId)));
         return;
     }
     Message copy = *source;
-    nameAsNew(copy, nextProfileId(profiles),
+    nameAsNew(copy, nextId(profiles, "profile", "id"),
               request.params().get_string("name", "Copy of " + source->params().get_string("name", "")));
     addToList(profiles, std::move(copy), "copyProfile from=" + std::to_string(sourceId), reply, outlets);
 }
@@ -126,24 +81,18 @@ void copyProfile(Message& profiles, const Message& request, Reply& reply, const 
 void deleteProfile(Message& profiles, const Message& request, Reply& reply, const Outlets& outlets)
 {
     const int id = request.params().get_int("id", 0);
-    const Message* doomed = findProfile(profiles, id);
+    const Message* doomed = findChild(profiles, "profile", "id", id);
     if (!doomed) {
-        reply.send(failure("deleteProfile: no profile " + std::to_string(id)));
+        reply.send(failure("deleteProfile", "no profile " + std::to_string(id)));
         return;
     }
     if (doomed->params().get_bool("factory", false)) {
-        reply.send(failure("deleteProfile: profile " + std::to_string(id) + " is a factory profile"));
+        reply.send(failure("deleteProfile", "profile " + std::to_string(id) + " is a factory profile"));
         return;
     }
-    Message kept(profiles.name, profiles.params());
-    for (std::size_t i = 0; i < profiles.child_count(); ++i) {
-        const Message& child = profiles.child(i);
-        if (child.name != "profile" || idOf(child) != id)
-            kept.add_child(child);
-    }
-    profiles = std::move(kept);
+    removeChildren(profiles, "profile", "id", id);
     outlets.report("deleteProfile id=" + std::to_string(id));
-    reply.send(success());
+    reply.send(answer());
     outlets.pushToAll(profiles);
 }
 
@@ -153,7 +102,7 @@ void storeSettings(Message& settings, const Message& request, Reply& reply, cons
 {
     const std::string groupName = request.params().get_string("group", "");
     if (groupName.empty()) {
-        reply.send(failure("storeSettings: no group"));
+        reply.send(failure("storeSettings", "no group"));
         return;
     }
     Message* group = nullptr;
@@ -174,7 +123,7 @@ void storeSettings(Message& settings, const Message& request, Reply& reply, cons
         event += " " + key + "=" + text(value);
     }
     outlets.report(event);
-    reply.send(success());
+    reply.send(answer());
 }
 
 struct DataRequest {
@@ -200,7 +149,7 @@ void addProfileHandlers(RequestRouter& router, Unit& unit, std::function<void(co
         router.add(entry.request, [&unit, entry, outlets](const Message& request, Reply& reply) {
             Message* data = unit.data(entry.data);
             if (!data) {
-                reply.send(failure(std::string(entry.request) + ": the scenario has no " + entry.data));
+                reply.send(failure(entry.request, std::string("the scenario has no ") + entry.data));
                 return;
             }
             entry.handler(*data, request, reply, outlets);

@@ -5,6 +5,7 @@
 #include "controlconsole.h"
 #include "logger.h"
 #include "netmgrhandlers.h"
+#include "networkmanager.h"
 #include "optionhandlers.h"
 #include "profilehandlers.h"
 #include "shellhandlers.h"
@@ -49,7 +50,7 @@ bool Simulator::start(std::string& error)
     addShellHandlers(m_router, [](const std::string& line) { report(line); }, [this] { factoryReset(); });
     m_calls = std::make_unique<CallHandlers>(
         m_unit,
-        CallHandlers::Hooks{[this](std::chrono::milliseconds delay, std::function<void()> callback) {
+        UnitHooks{[this](std::chrono::milliseconds delay, std::function<void()> callback) {
                                 return m_manager.schedule(delay, std::move(callback));
                             },
                             [this](unsigned int timer) { m_manager.cancel(timer); },
@@ -57,12 +58,18 @@ bool Simulator::start(std::string& error)
                             [](const std::string& line) { report(line); }},
         std::chrono::milliseconds(m_options.statsRateMs));
     m_calls->addHandlers(m_router);
+    m_network = std::make_unique<NetworkManager>(
+        m_unit, NetworkManager::Hooks{[this](std::chrono::milliseconds delay, std::function<void()> callback) {
+                                          return m_manager.schedule(delay, std::move(callback));
+                                      },
+                                      [this](const std::string& id, const Message& msg) { notify(id, msg); },
+                                      [](const std::string& line) { report(line); }});
+    m_network->addHandlers(m_router);
     watchStopSignals();
     if (!listen(error))
         return false;
     m_console = std::make_unique<ControlConsole>(*this, STDIN_FILENO);
-    if (m_options.statsRateMs > 0)
-        m_drift = std::make_unique<SignalDrift>(*this, std::chrono::milliseconds(m_options.statsRateMs));
+    setStatsRate(std::chrono::milliseconds(m_options.statsRateMs));
     return true;
 }
 
@@ -100,7 +107,15 @@ bool Simulator::addListener(const std::string& name, const std::string& encoding
             }
         });
     };
-    m_servers.push_back(std::make_unique<UnitServer>(m_router, m_options.password, pushSystemOptions));
+    auto relay = [this](const IPCEndpointServer& origin, unsigned int originSession, const Message& msg) {
+        for (const auto& server : m_servers) {
+            for (const IPCSessionInfo& session : server->sessions()) {
+                if (server.get() != &origin || session.id != originSession)
+                    server->push_unso_to(session.id, IPCEndpointServer::kGenericUnso, msg);
+            }
+        }
+    };
+    m_servers.push_back(std::make_unique<UnitServer>(m_router, m_options.password, pushSystemOptions, relay));
     return m_manager.add_server(name, m_servers.back().get())
         && m_manager.listen_server(encoding, "stream", address, name);
 }
@@ -135,6 +150,14 @@ void Simulator::run()
 void Simulator::stop()
 {
     m_manager.stop();
+}
+
+void Simulator::setStatsRate(std::chrono::milliseconds period)
+{
+    m_calls->setStatsPeriod(period);
+    m_drift.reset();
+    if (period.count() > 0)
+        m_drift = std::make_unique<SignalDrift>(*this, period);
 }
 
 void Simulator::report(const std::string& line)

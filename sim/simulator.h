@@ -13,6 +13,7 @@
 
 class CallHandlers;
 class ControlConsole;
+class NetworkManager;
 class SignalDrift;
 
 // The simulated unit's backend process: its state, its request handlers, a local listener
@@ -33,11 +34,14 @@ public:
     Unit& unit() { return m_unit; }
     IPCManager& manager() { return m_manager; }
     CallHandlers& calls() { return *m_calls; }
+    NetworkManager& network() { return *m_network; }
 
     // To the sessions of both listeners that subscribed to `id`; returns how many got it.
     std::size_t notify(const std::string& id, const Message& msg);
     // Returns how many sessions were dropped.
     std::size_t dropSessions();
+    // The period of the statistics and the other periodic notifications; zero stops them.
+    void setStatsRate(std::chrono::milliseconds period);
     // One "event ..." line on standard output: what the unit was asked to do.
     static void report(const std::string& line);
 
@@ -56,6 +60,7 @@ private:
     std::unique_ptr<SignalDrift> m_drift;
     int m_signalFd = -1;
     std::unique_ptr<CallHandlers> m_calls;
+    std::unique_ptr<NetworkManager> m_network;
 };
 
 #endif

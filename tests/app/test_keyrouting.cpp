@@ -79,6 +79,7 @@ private slots:
     void routesEachKey_data();
     void routesEachKey();
     void capturesNumberFromOneAndCountFailures();
+    void menuClosedByEscapeGivesTheKeysBack();
 
 private:
     std::unique_ptr<ShellFixture> m_shell;
@@ -163,7 +164,7 @@ void TestKeyRouting::routesEachKey()
 
     MainWindow& window = *m_shell->window;
     m_shell->setState(IPCClient::IPC_READY);
-    chooseF2Mode(window, Pane::F2ToggleMeters);
+    chooseF2Mode(window, KeypadSetup::F2ToggleMeters);
     m_shell->setState(IPCClient::IPC_STATE(state));
 
     RecordingHandler handler;
@@ -208,6 +209,31 @@ void TestKeyRouting::capturesNumberFromOneAndCountFailures()
     QVERIFY(!QFile::exists(m_shell->dir() + "/cap00002.png"));
     QVERIFY(QFile::exists(m_shell->dir() + "/cap00003.png"));
     QVERIFY(!QImage(m_shell->dir() + "/cap00003.png").isNull());
+}
+
+// Escape on an attached keyboard closes the menu by Qt's own means, behind the keypad's back.
+void TestKeyRouting::menuClosedByEscapeGivesTheKeysBack()
+{
+    MainWindow& window = *m_shell->window;
+    m_shell->setState(IPCClient::IPC_READY);
+    RecordingHandler handler;
+    window.setKeypadHandler(&handler);
+    sendPlatformKey(focusedWindow(m_keySource.get()), true, Qt::Key_F1);
+    QVERIFY(window.menu().isMenuOpen());
+
+    sendPlatformKey(focusedWindow(m_keySource.get()), true, Qt::Key_Escape);
+    sendPlatformKey(focusedWindow(m_keySource.get()), false, Qt::Key_Escape);
+    QTRY_VERIFY(!QApplication::activePopupWidget());
+    QVERIFY(!window.menu().isMenuOpen());
+    sendPlatformKey(focusedWindow(m_keySource.get()), true, Qt::Key_Down);
+    QCOMPARE(handler.keys, QStringList{"Down+"});
+    QVERIFY(!window.menuBar()->hasFocus());
+
+    sendPlatformKey(focusedWindow(m_keySource.get()), true, Qt::Key_F1);
+    QVERIFY(window.menu().isMenuOpen());
+    QVERIFY(window.menu().menuRemotes->isVisible());
+    window.menu().closeMenu();
+    window.setKeypadHandler(nullptr);
 }
 
 QTEST_MAIN(TestKeyRouting)

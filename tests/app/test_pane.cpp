@@ -20,6 +20,7 @@ private slots:
     void chatForcesTheKeyboardAndLeavingHidesIt();
     void metersHideTheKeyboardAndShiftThePopup();
     void screensLearnWhenTheyComeAndGo();
+    void smallMeterBarsLieOnTheMeter();
 
 private:
     Pane& pane() { return m_shell->window->pane(); }
@@ -45,7 +46,7 @@ void TestPane::togglesReturnToTheScreenUnderneath()
 
 void TestPane::cycleContinuesWhereItStood()
 {
-    chooseF2Mode(*m_shell->window, Pane::F2Cycle);
+    chooseF2Mode(*m_shell->window, KeypadSetup::F2Cycle);
     QList<int> seen;
     for (int step = 0; step < 7; ++step) {
         pane().f2Pressed();
@@ -147,6 +148,38 @@ void TestPane::screensLearnWhenTheyComeAndGo()
         QCOMPARE(window.currentKeypadHandler(), dynamic_cast<KeypadHandler*>(pane().page(index)));
     }
     QCOMPARE(pane().page(Pane::ScreenPeerAdd), pane().page(Pane::ScreenPeerEdit));
+}
+
+// The backend draws the bars where they are asked to, whatever the status bar's layout.
+void TestPane::smallMeterBarsLieOnTheMeter()
+{
+    MainWindow& window = *m_shell->window;
+    m_shell->sent.clear();
+    m_shell->setState(IPCClient::IPC_LOGGED_IN);
+    m_shell->setState(IPCClient::IPC_READY);
+    const auto metering = std::find_if(m_shell->sent.rbegin(), m_shell->sent.rend(),
+                                       [](const Message& msg) { return msg.name == "setMetering"; });
+    QVERIFY(metering != m_shell->sent.rend());
+    const Message& request = *metering;
+    QCOMPARE(request.num_children("meter"), 4u);
+
+    const QWidget* meter = window.statusBarWidget().smallMeterWidget->findChild<QWidget*>();
+    QVERIFY(meter);
+    QVERIFY(QTest::qWaitForWindowExposed(&window));
+    const QRect onScreen(meter->mapTo(&window, QPoint(0, 0)) + window.pos(), meter->size());
+    int below = onScreen.top();
+    for (unsigned int row = 0; row < 4; ++row) {
+        const Params& bar = request.get_child("meter", row).params();
+        const QRect drawn(int(bar.get_uint("x", 0)), int(bar.get_uint("y", 0)), int(bar.get_uint("width", 0)),
+                          int(bar.get_uint("height", 0)));
+        QVERIFY2(onScreen.contains(drawn), qPrintable(QStringLiteral("row %1").arg(row)));
+        QVERIFY(drawn.top() > below || row == 0);
+        below = drawn.bottom();
+        QCOMPARE(drawn.width(), onScreen.width());
+    }
+    // The bars fill the meter from its top row to its bottom row, a pixel in from each.
+    QCOMPARE(int(request.get_child("meter", 0).params().get_uint("y", 0)), onScreen.top() + 1);
+    QCOMPARE(below, onScreen.bottom() - 1);
 }
 
 QTEST_MAIN(TestPane)

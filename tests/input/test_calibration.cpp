@@ -2,7 +2,9 @@
 #include <qwscalibratedmousehandler.h>
 #include <qwsserver.h>
 
+#include <QApplication>
 #include <QFile>
+#include <QMouseEvent>
 #include <QGuiApplication>
 #include <QScreen>
 #include <QTemporaryDir>
@@ -51,6 +53,7 @@ private slots:
     void targets();
     void runCalibratesOrAborts_data();
     void runCalibratesOrAborts();
+    void touchesAfterTheLastAreIgnored();
 
 private:
     QString pointercal() const { return m_dir.filePath("pointercal"); }
@@ -122,6 +125,31 @@ void TestCalibration::runCalibratesOrAborts()
     QVERIFY(contents(pointercal()) != before);
     for (const QPoint& target : targets)
         QVERIFY((m_handler->transform(reported(target)) - target).manhattanLength() <= 1);
+}
+
+void TestCalibration::touchesAfterTheLastAreIgnored()
+{
+    const QVector<QPoint> targets = screenTargets();
+    Calibration calibration;
+    QTimer::singleShot(0, &calibration, [&] {
+        for (const QPoint& target : targets)
+            touch(calibration.windowHandle(), reported(target));
+    });
+    QCOMPARE(calibration.exec(), int(QDialog::Accepted));
+    const QByteArray calibrated = contents(pointercal());
+
+    // Painted and touched once more before the dialog is gone: no target, no change.
+    const QImage done = calibration.grab().toImage();
+    QVERIFY(!done.isNull());
+    for (int y = 0; y < done.height(); ++y) {
+        for (int x = 0; x < done.width(); ++x)
+            QVERIFY2(done.pixelColor(x, y) != Qt::yellow, qPrintable(QStringLiteral("cross at %1,%2").arg(x).arg(y)));
+    }
+    QMouseEvent late(QEvent::MouseButtonRelease, QPointF(targets[0]), QPointF(targets[0]), Qt::LeftButton, Qt::NoButton,
+                     Qt::NoModifier);
+    QApplication::sendEvent(&calibration, &late);
+    QCOMPARE(calibration.grab().toImage(), done);
+    QCOMPARE(contents(pointercal()), calibrated);
 }
 
 QTEST_MAIN(TestCalibration)

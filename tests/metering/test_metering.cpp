@@ -17,8 +17,9 @@ Params bar(int x, int y, int width, int height, int row)
     return params;
 }
 
-// Where the meters screen sits in its window; the bars must count it in.
+// Where the meters screen and the status bar sit in their window; the bars must count them in.
 const QPoint kScreenOffset(10, 25);
+const QPoint kStatusBarOffset(540, 452);
 }
 
 class TestMetering : public QObject {
@@ -56,6 +57,7 @@ void TestMetering::init()
 {
     m_window = new QWidget;
     m_statusBar = new QWidget(m_window);
+    m_statusBar->move(kStatusBarOffset);
     m_metering = new Metering(m_window);
     m_metering->move(kScreenOffset);
     m_sent.clear();
@@ -64,11 +66,11 @@ void TestMetering::init()
 std::vector<Params> TestMetering::expectedBars(bool small, bool big) const
 {
     std::vector<Params> bars;
-    const int smallRows[4] = {461, 464, 468, 471};
+    const int smallRows[4] = {453, 456, 460, 463};
     const int bigRows[4] = {0, 19, 64, 83};
     const QPoint origin = kScreenOffset + m_metering->meterWidget->pos();
     for (int row = 0; small && row < 4; ++row)
-        bars.push_back(bar(555, smallRows[row], 78, 2, row));
+        bars.push_back(bar(kStatusBarOffset.x(), smallRows[row], 78, 2, row));
     for (int row = 0; big && row < 4; ++row)
         bars.push_back(bar(origin.x() + 15, origin.y() + bigRows[row], 170, 17, row));
     return bars;

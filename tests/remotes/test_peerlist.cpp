@@ -1,5 +1,6 @@
 #include "codec.h"
 #include "ipcinstances.h"
+#include "labellockprobe.h"
 #include "peerlist.h"
 
 #include <QMutexLocker>
@@ -290,6 +291,13 @@ void TestPeerList::title()
     answer("directoryServer", Message("directoryServer", Params(directory.toUtf8().constData())));
     answer("sipProxy", Message("sipProxy", Params(sip.toUtf8().constData())));
     QCOMPARE(list.labelTitle->text(), title);
+
+    // As the answer arrives from the IPC thread: the lock is free, and stays free for the label.
+    list.labelTitle->setText("previous");
+    labellockprobe::underLock = 0;
+    list.updateDirectoryServer();
+    QCOMPARE(list.labelTitle->text(), title);
+    QCOMPARE(labellockprobe::underLock, 0);
 }
 
 QTEST_MAIN(TestPeerList)

@@ -2,6 +2,7 @@
 #include "editsetting.h"
 #include "systemsettings.h"
 
+#include <QHeaderView>
 #include <QSignalSpy>
 #include <QtTest>
 
@@ -44,6 +45,7 @@ private slots:
     void treeFollowsDescriptionsAndValues_data();
     void treeFollowsDescriptionsAndValues();
     void editHandsTheOptionToTheEditor();
+    void columnsKeepTheirWidths();
 
 private:
     EditSetting* m_editor = nullptr;
@@ -129,6 +131,15 @@ void TestSystemSettings::editHandsTheOptionToTheEditor()
     QVERIFY(!m_screen->buttonEdit->isEnabled());
     m_screen->editSelected();
     QCOMPARE(editOption.count(), 1);
+}
+
+void TestSystemSettings::columnsKeepTheirWidths()
+{
+    m_screen->treeSysConfig->setFixedWidth(600);
+    m_screen->show();
+    QVERIFY(QTest::qWaitForWindowExposed(m_screen));
+    QCOMPARE(m_screen->treeSysConfig->header()->sectionSize(0), 320);
+    QCOMPARE(m_screen->treeSysConfig->header()->sectionSize(1), 200);
 }
 
 QTEST_MAIN(TestSystemSettings)

@@ -1,0 +1,34 @@
+#ifndef TESTS_REMOTES_STATSFEED_H
+#define TESTS_REMOTES_STATSFEED_H
+
+#include "ipcinstances.h"
+#include "message.h"
+
+#include <QMutexLocker>
+#include <QStringList>
+
+// Feeds the shared client as the backend would: answers and notifications, each child's
+// parameters in the library's "key:type=value" text.
+inline Message withChildren(const char* name, const char* childName, const QStringList& children)
+{
+    Message msg(name);
+    for (const QString& child : children)
+        msg.add_child(Message(childName, Params(child.toUtf8().constData())));
+    return msg;
+}
+
+inline void answer(const char* seq, const char* childName, const QStringList& children)
+{
+    Message msg = withChildren(seq, childName, children);
+    msg.params().set_string("seq", seq);
+    QMutexLocker lock(g_ipcClient.mutex());
+    g_ipcClient.process_response(msg);
+}
+
+inline void notify(const char* id, const char* childName, const QStringList& children)
+{
+    QMutexLocker lock(g_ipcClient.mutex());
+    g_ipcClient.process_unso_id(id, withChildren(id, childName, children));
+}
+
+#endif

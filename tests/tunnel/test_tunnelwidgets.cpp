@@ -1,0 +1,213 @@
+// The tunnel screen's own widgets: connection buttons and the delay slider, painting checked by
+// pixels.
+#include "delayslider.h"
+#include "ifcbutton.h"
+#include "losslaterecoverygrapher.h"
+#include "utilizationgrapher.h"
+
+#include <QImage>
+#include <QLabel>
+#include <QtTest>
+
+class TestTunnelWidgets : public QObject {
+    Q_OBJECT
+
+private slots:
+    void buttonLabels_data();
+    void buttonLabels();
+    void sliderZones_data();
+    void sliderZones();
+    void sliderPainting_data();
+    void sliderPainting();
+    void graphColumns_data();
+    void graphColumns();
+};
+
+namespace {
+const QColor kBackground(30, 30, 30);
+
+QImage paint(QWidget& graph)
+{
+    QImage image(graph.size(), QImage::Format_RGB32);
+    image.fill(Qt::white);
+    graph.render(&image);
+    return image;
+}
+} // namespace
+
+void TestTunnelWidgets::buttonLabels_data()
+{
+    QTest::addColumn<QString>("first");
+    QTest::addColumn<QString>("second");
+    QTest::addColumn<QString>("text");
+
+    QTest::newRow("both labels") << "Wired" << "Far Wired" << "(2) Wired>Far Wired";
+    QTest::newRow("empty first") << "" << "Far Wired" << "Connection eth0";
+    QTest::newRow("empty second") << "Wired" << "" << "Connection eth0";
+}
+
+void TestTunnelWidgets::buttonLabels()
+{
+    QFETCH(QString, first);
+    QFETCH(QString, second);
+    QFETCH(QString, text);
+
+    QWidget ifc;
+    ifc.resize(200, 120);
+    IFCButton button(&ifc, 2, "eth0", "old", "labels");
+    QCOMPARE(button.size(), QSize(200, 16));
+    QCOMPARE(button.y(), 120 - 3 * 20);
+    QVERIFY(button.isFlat());
+    QVERIFY(!button.isEnabled());
+
+    button.setLabels(first, second, false);
+    QCOMPARE(button.text(), text);
+    // A moved button renumbers itself.
+    button.setPosition(0);
+    QCOMPARE(button.y(), 100);
+    QCOMPARE(button.text(), QString(text).replace("(2)", "(0)"));
+    QCOMPARE(button.palette().color(QPalette::ButtonText), QColor(204, 0, 204));
+}
+
+void TestTunnelWidgets::sliderZones_data()
+{
+    QTest::addColumn<QList<int>>("points");
+    QTest::addColumn<int>("range");
+    QTest::addColumn<QList<int>>("zones");
+    QTest::addColumn<QString>("right");
+
+    QTest::newRow("even steps") << QList<int>{50, 100, 150, 200, 400} << 400 << QList<int>{12, 12, 12, 12, 52}
+                                << "400ms";
+    QTest::newRow("all at the top") << QList<int>{0, 0, 0, 300, 300} << 300 << QList<int>{0, 0, 0, 100, 0} << "300ms";
+    QTest::newRow("no range keeps the last") << QList<int>{50, 100, 150, 200, 0} << 0 << QList<int>{0, 0, 0, 0, 0}
+                                             << "100ms";
+}
+
+void TestTunnelWidgets::sliderZones()
+{
+    QFETCH(QList<int>, points);
+    QFETCH(int, range);
+    QFETCH(QList<int>, zones);
+    QFETCH(QString, right);
+
+    QWidget placeholder;
+    placeholder.resize(400, 50);
+    DelaySlider slider(&placeholder);
+    slider.setZones({points[0], points[1], points[2], points[3], points[4]}, range);
+    QCOMPARE(QList<int>(slider.zones().begin(), slider.zones().end()), zones);
+    QCOMPARE(slider.rightLabel()->text(), right);
+    QCOMPARE(slider.maximum(), range > 0 ? range : 99);
+
+    slider.setMarker(range / 4, range);
+    QCOMPARE(slider.marker(), range > 0 ? 25 : 0);
+}
+
+void TestTunnelWidgets::sliderPainting_data()
+{
+    QTest::addColumn<bool>("automatic");
+    QTest::newRow("manual") << false;
+    QTest::newRow("automatic") << true;
+}
+
+// Zones 12 12 12 12 52 over w = 400 - 10 + 1 = 391 pixels from x = 5; the marker at 50%.
+void TestTunnelWidgets::sliderPainting()
+{
+    QFETCH(bool, automatic);
+
+    QWidget placeholder;
+    placeholder.resize(400, 50);
+    DelaySlider slider(&placeholder);
+    slider.setZones({50, 100, 150, 200, 400}, 400);
+    slider.setMarker(200, 400);
+    slider.setValue(380);
+    slider.setAuto(automatic);
+    QImage image(slider.size(), QImage::Format_RGB32);
+    const QColor background(1, 2, 3);
+    image.fill(background);
+    slider.render(&image, QPoint(), QRegion(), QWidget::RenderFlags());
+
+    const int w = 391;
+    const std::array<QColor, 5> colours = {QColor(255, 0, 0), QColor(255, 187, 0), QColor(255, 255, 0),
+                                           QColor(0, 255, 0), QColor(238, 238, 238)};
+    int x = 5;
+    for (int zone = 0; zone < 5; ++zone) {
+        const int width = (zone < 4 ? 12 : 52) * w / 100;
+        QCOMPARE(QColor(image.pixel(x + 1, 36)), colours[std::size_t(zone)]);
+        QCOMPARE(QColor(image.pixel(x + width - 1, 44)), colours[std::size_t(zone)]);
+        x += width;
+    }
+    QCOMPARE(QColor(image.pixel(x + 1, 40)), background);
+    QCOMPARE(QColor(image.pixel(5 + 50 * w / 100, 40)), QColor(Qt::black));
+
+    // The standard slider (groove, handle) is drawn only in manual mode.
+    int drawnOutsideTheBar = 0;
+    for (int y = 0; y < image.height(); ++y) {
+        for (int px = 0; px < image.width(); ++px) {
+            const bool bar = y >= 34 && y <= 46;
+            drawnOutsideTheBar += !bar && QColor(image.pixel(px, y)) != background;
+        }
+    }
+    QCOMPARE(drawnOutsideTheBar > 0, !automatic);
+}
+
+// Plots of 360 x 100 pixels: 3-pixel columns, the newest at x = 357..359. Each point is the
+// middle of a column, "sample:y", with the colour expected there.
+void TestTunnelWidgets::graphColumns_data()
+{
+    QTest::addColumn<bool>("utilization");
+    QTest::addColumn<QStringList>("points");
+    QTest::addColumn<QList<QColor>>("colours");
+    QTest::addColumn<QStringList>("labels");
+
+    const QColor grey0(68, 68, 68);
+    const QColor grey1(102, 102, 102);
+    const QColor first(204, 0, 204);
+    // 40 | 10 20 | boundary 20 | 20, scaled to the largest rate, 40.
+    QTest::newRow("utilization greys the columns before a boundary")
+        << true << QStringList{"0:10", "1:90", "1:50", "1:10", "2:90", "2:20", "3:60"}
+        << QList<QColor>{grey0, grey0, grey1, kBackground, first, kBackground, first} << QStringList{"40", "Kbps", "0"};
+    // 10% loss, 20% late, 30% recovery stacked from the bottom.
+    QTest::newRow("loss, late and recovery stacked")
+        << false << QStringList{"3:95", "3:80", "3:50", "3:30"}
+        << QList<QColor>{QColor(119, 0, 0), QColor(221, 0, 0), QColor(68, 204, 0), kBackground}
+        << QStringList{"100%", "", "0%"};
+}
+
+void TestTunnelWidgets::graphColumns()
+{
+    QFETCH(bool, utilization);
+    QFETCH(QStringList, points);
+    QFETCH(QList<QColor>, colours);
+    QFETCH(QStringList, labels);
+
+    QWidget placeholder;
+    placeholder.resize(400, 100);
+    std::unique_ptr<GraphWidget> graph;
+    if (utilization) {
+        auto* rates = new UtilizationGrapher(&placeholder);
+        rates->addSample(7, {40}, false);
+        rates->addSample(7, {10, 20}, false);
+        rates->addSample(7, {20, 0, 0, 99}, true);
+        rates->addSample(7, {20}, false);
+        // Another session's history does not show.
+        rates->addSample(8, {1000, 1000, 1000}, true);
+        graph.reset(rates);
+    } else {
+        auto* loss = new LossLateRecoveryGrapher(&placeholder);
+        for (int sample = 0; sample < 4; ++sample)
+            loss->addSample(7, 100, 200, 300);
+        graph.reset(loss);
+    }
+    graph->setKey(7);
+    const QImage image = paint(*graph);
+    for (int i = 0; i < points.size(); ++i) {
+        const int sample = points[i].section(':', 0, 0).toInt();
+        const int y = points[i].section(':', 1).toInt();
+        QCOMPARE(QColor(image.pixel(3 * (116 + sample) + 1, y)), colours[i]);
+    }
+    const GraphWidget::Labels text = graph->labels(0, 40);
+    QCOMPARE((QStringList{text.top, text.middle, text.bottom}), labels);
+}
+
+QTEST_MAIN(TestTunnelWidgets)
+#include "test_tunnelwidgets.moc"
