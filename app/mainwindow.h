@@ -4,6 +4,7 @@
 #include "ipcclient.h"
 #include "menu.h"
 #include "pane.h"
+#include "qwscalibratedmousehandler.h"
 #include "ui_mainwindow.h"
 
 #include <QMainWindow>
@@ -86,7 +87,7 @@ private:
     int ipcState = IPCClient::IPC_DISCONNECTED;
     int m_captureCount = 0;
     QString m_captureDir = QStringLiteral("/mnt/ext");
-    QString m_pointercalPath = QStringLiteral("/etc/pointercal");
+    QString m_pointercalPath = QLatin1String(QWSCalibratedMouseHandler::kDefaultFile);
 };
 
 #endif

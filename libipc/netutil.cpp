@@ -20,7 +20,9 @@ namespace net {
 
 namespace {
 
-constexpr int kListenBacklog = 16;
+// Deep enough that a burst of connections does not cost a real client a dropped SYN and its
+// one-second retransmission.
+constexpr int kListenBacklog = 128;
 
 std::string errno_text(const char* what)
 {

@@ -3,6 +3,7 @@
 #include "randomwalk.h"
 
 #include <algorithm>
+#include <utility>
 
 namespace {
 
@@ -96,7 +97,7 @@ Message CallStats::peerStats(const std::vector<Flow>& flows)
         if (state.burst > 0)
             --state.burst;
         else if (oneIn(kBurstOneIn))
-            state.burst = std::uniform_int_distribution<int>(kBurstMinPeriods, kBurstMaxPeriods)(m_random);
+            startBurst(flow.peerId, std::uniform_int_distribution<int>(kBurstMinPeriods, kBurstMaxPeriods)(m_random));
         const bool burst = state.burst > 0;
         // The buffer grows during a burst and settles back on its desired delay afterwards.
         state.jitter = drift(state.jitter, 8, 10, burst ? 400 : 150);
@@ -134,9 +135,16 @@ Message CallStats::peerStats(const std::vector<Flow>& flows)
         peer.set_uint("pktRtxRate", static_cast<uint32_t>(burst ? wander(100, 80) : wander(5, 5)));
         peer.set_uint("effTxBitrate", rate(flow.txBitrate, 30));
         peer.set_uint("effRxBitrate", rate(burst ? flow.rxBitrate * 3 / 4 : flow.rxBitrate, 30));
-        peer.set_bool("newData", !(burst ? oneIn(3) : oneIn(kNoDataOneIn)));
+        peer.set_bool("newData", !(std::exchange(state.dropout, false) || (burst ? oneIn(3) : oneIn(kNoDataOneIn))));
     }
     return stats;
+}
+
+void CallStats::startBurst(int peerId, int periods)
+{
+    PeerState& state = stateOf(peerId);
+    state.burst = periods;
+    state.dropout = true;
 }
 
 Message CallStats::channelStats(const Message& channelList, const std::vector<Flow>& flows,

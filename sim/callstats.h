@@ -37,6 +37,8 @@ public:
 
     // "peer_stats": one "peer" per flow. A remote's values carry on from its previous period.
     Message peerStats(const std::vector<Flow>& flows);
+    // The remote's next `periods` periods are a loss burst, opening with one that brings no data.
+    void startBurst(int peerId, int periods);
     // "channel_stats": every channel of the unit's list, with the traffic of the flows on it
     // over one period added to its totals.
     Message channelStats(const Message& channelList, const std::vector<Flow>& flows, std::chrono::milliseconds period);
@@ -52,6 +54,8 @@ private:
         int jitter = 0;
         // Periods left of a loss burst.
         int burst = 0;
+        // The next period brings no new data.
+        bool dropout = false;
     };
     // A channel's averaged bit rates, per direction and part.
     using Averages = std::map<std::string, uint32_t>;

@@ -164,7 +164,7 @@ void TestKeyRouting::routesEachKey()
 
     MainWindow& window = *m_shell->window;
     m_shell->setState(IPCClient::IPC_READY);
-    chooseF2Mode(window, Pane::F2ToggleMeters);
+    chooseF2Mode(window, KeypadSetup::F2ToggleMeters);
     m_shell->setState(IPCClient::IPC_STATE(state));
 
     RecordingHandler handler;

@@ -26,6 +26,11 @@ QByteArray portalPage(const QString& title)
 const QByteArray kOnlinePage =
     "<html><head><title>Signed in</title></head><body style=\"font-family: Arial, sans-serif\">"
     "<h1>You are online</h1><p>Internet access granted for 24 hours.</p></body></html>";
+// Runs script: writes into the page, then tries to copy a field to the clipboard.
+const QByteArray kScriptPage =
+    "<html><head><title>Script</title></head><body><p id=\"ran\">no</p><input id=\"field\" value=\"from the page\">"
+    "<script>document.getElementById('ran').textContent = 'yes';"
+    "document.getElementById('field').select(); document.execCommand('copy');</script></body></html>";
 const QByteArray kRefusedPage =
     "<html><head><title>Unauthorized</title></head><body><h1>401 Unauthorized</h1></body></html>";
 
@@ -104,6 +109,10 @@ void LocalWebServer::readRequest(QTcpSocket* socket)
         }
         ++m_authorised;
         answer(socket, "200 OK", QByteArray(), kOnlinePage);
+        return;
+    }
+    if (path == QLatin1String("/script")) {
+        answer(socket, "200 OK", QByteArray(), kScriptPage);
         return;
     }
     answer(socket, "200 OK", QByteArray(), portalPage(path));

@@ -14,6 +14,7 @@ class QTcpSocket;
 // certificate, serving what a captive portal would:
 //   /login   asks for HTTP Basic authentication (kUser, kPassword), then says the unit is online;
 //   /slow    takes the request and never answers;
+//   /script  runs a script that marks the page and tries to copy a field to the clipboard;
 //   any other path: a portal page titled after the path, with links and a text field.
 class LocalWebServer : public QTcpServer {
     Q_OBJECT

@@ -3,8 +3,10 @@
 #include "webbrowser.h"
 
 #include <QApplication>
+#include <QClipboard>
 #include <QSignalSpy>
 #include <QTimer>
+#include <QWebElement>
 #include <QWebFrame>
 #include <QWebHistory>
 #include <QWebPage>
@@ -34,6 +36,7 @@ private slots:
     void hidingDropsTheLoadAndShowingStartsAfresh();
     void hidingWhileAskingClosesTheDialog();
     void textSizeResetsOnShow();
+    void scriptsRunWithoutTheClipboard();
 
 private:
     void show(const QString& path);
@@ -268,6 +271,15 @@ void TestWebBrowser::textSizeResetsOnShow()
     m_browser->paneAboutToHide();
     m_browser->paneAboutToShow();
     QCOMPARE(m_browser->webView->zoomFactor(), 1.0);
+}
+
+void TestWebBrowser::scriptsRunWithoutTheClipboard()
+{
+    QApplication::clipboard()->setText(QStringLiteral("kept"));
+    show("/script");
+    QVERIFY(waitForLoad());
+    QCOMPARE(livePage()->mainFrame()->findFirstElement("#ran").toPlainText(), QStringLiteral("yes"));
+    QCOMPARE(QApplication::clipboard()->text(), QStringLiteral("kept"));
 }
 
 QTEST_MAIN(TestWebBrowser)

@@ -307,7 +307,7 @@ void TestConfigureNetwork::keypad()
     m_screen->tabNetwork->setCurrentWidget(m_screen->tabSettings);
     m_screen->handleKey(Qt::Key_Enter, true, false);
     QCOMPARE(QApplication::focusWidget(), m_screen->treeSettings);
-    findRow(m_screen->treeSettings, "region");
+    QCOMPARE(ConfigParser::selectedPath(m_screen->treeSettings), QString("region"));
     m_screen->handleKey(Qt::Key_Enter, true, false);
     QCOMPARE(QApplication::focusWidget(), m_screen->buttonEditSetting);
     m_screen->tabNetwork->setCurrentWidget(m_screen->tabLocations);

@@ -70,6 +70,8 @@ QString TestEditConfigSetting::inputState() const
 {
     const QWidget* page = m_editor->stackEdit->currentWidget();
     QString state = m_editor->labelCurrentValue->text() + " / " + m_editor->labelDefaultValue->text() + ": ";
+    if (m_editor->stackEdit->isHidden())
+        return state + "no input";
     if (page == m_editor->pageInt)
         return state + QStringLiteral("int %1..%2 = %3%4").arg(m_editor->spinValue->minimum())
             .arg(m_editor->spinValue->maximum()).arg(m_editor->spinValue->value()).arg(m_editor->spinValue->suffix());
@@ -95,14 +97,16 @@ void TestEditConfigSetting::pageOfEachType_data()
     QTest::newRow("bool without labels, defaulted") << kRoaming << "Not Enabled / : bool 'Enabled' off" << false;
     QTest::newRow("select, value matches no choice") << kRegion << "XX / : select United States, Europe" << true;
     QTest::newRow("string") << kApn << "broadband / : string broadband" << true;
-    // No page for a bulk option: the previous (string) page stays.
-    QTest::newRow("bulk") << kCert << "broadband / : string broadband" << true;
+    // A bulk option is shown, not edited: the previous option's page must not take its value.
+    QTest::newRow("bulk") << kCert << "x / : no input" << true;
+    QTest::newRow("string after bulk") << kApn << "broadband / : string broadband" << true;
 }
 
 void TestEditConfigSetting::pageOfEachType()
 {
     QFETCH(QString, option);
     open("netmgr.devices.wwan0.apn", kApn);
+    open("netmgr.devices.wwan0.cert", kCert);
     open("netmgr.devices.eth0.x", option.toUtf8().constData());
     QTEST(inputState(), "input");
     QTEST(m_editor->buttonDefault->isEnabled(), "defaultEnabled");

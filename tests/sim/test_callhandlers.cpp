@@ -31,7 +31,8 @@ protected:
                 if (it != m_timers.end())
                     m_timers.erase(it);
             },
-            [this](const std::string& id, const Message& msg) { m_pushed[id] = msg; },
+            // Generic notifications by the name of what they carry.
+            [this](const std::string& id, const Message& msg) { m_pushed[id == "unso" ? msg.name : id] = msg; },
             [this](const std::string& line) { m_reports.push_back(line); }};
         m_calls = std::make_unique<CallHandlers>(m_unit, hooks, milliseconds(1000));
         m_calls->addHandlers(m_router);
@@ -140,7 +141,7 @@ TEST_P(CallScripts, WalkThroughTheirStatesAndBack)
         EXPECT_EQ(now(), std::make_tuple(std::string(state), std::string(stateUi), std::string(chanState), transmitting,
                                          receiving, std::string(receiving ? script.rxCodec : ""), true));
         EXPECT_EQ(*tunnel ? session(7).params().get_string("state", "") : "", tunnel);
-        EXPECT_EQ(lastPushed("unso"), *m_unit.data("peerList"));
+        EXPECT_EQ(lastPushed("peerList"), *m_unit.data("peerList"));
     }
 
     ASSERT_FALSE(fails("disconnect", "id:i=" + id));
@@ -183,6 +184,16 @@ TEST_F(Calls, TwoCallsReportTogether)
         EXPECT_NEAR(peer->get_uint("txPayload", 0), 256000, 256000 / 50);
         EXPECT_NEAR(peer->get_uint("rxPayload", 0), 128000, 128000 / 50);
     }
+    // A burst on one call: its next period brings no data and a loss well beyond the usual.
+    EXPECT_EQ(m_calls->burst("4 3"), "ok burst 4 3");
+    for (const char* refused : {"2", "4 0", "4x", ""})
+        EXPECT_EQ(m_calls->burst(refused).rfind("error: ", 0), 0u) << refused;
+    advance(milliseconds(1000));
+    const Message during = lastPushed("peer_stats");
+    EXPECT_FALSE(find(during, "peer", "id", 4).params().get_bool("newData", true));
+    EXPECT_GT(find(during, "peer", "id", 4).params().get_uint("frameLossRate", 0), 10u);
+    EXPECT_TRUE(find(during, "peer", "id", 1).params().has_param("newData"));
+
     const Message channels = lastPushed("channel_stats");
     EXPECT_EQ(channels.num_children("channel"), m_unit.data("channelList")->num_children("channel"));
     EXPECT_GT(channels.get_child("channel", 0).params().get_uint("rxTotal", 0), 0u);
@@ -251,7 +262,8 @@ TEST_F(Calls, RemotesAreAddedChangedAndRemoved)
     ASSERT_FALSE(fails("addPeer", "id:i=3 name=\"New Van\" addr=192.0.2.9 plait:b=false password=pw "
                                   "profile:i=2 backup_id:i=1 retry_primary:b=true"));
     // The request's id is ignored: a new remote takes the next free one, idle.
-    EXPECT_EQ(peer(5), Params("active:b=false addr=192.0.2.9 backup_id:i=1 chan_state=\"\" id:i=5 incoming:b=false "
+    EXPECT_EQ(peer(5), Params("active:b=false addr=192.0.2.9 backup_id:i=1 chan_state=\"\" channel=rtp_udp_mux "
+                              "id:i=5 incoming:b=false "
                               "name=\"New Van\" password=pw plait:b=false profile:i=2 receiving:b=false "
                               "retry_primary:b=true rx_codec=\"\" state=idle state_ui=Idle transmitting:b=false "
                               "unit=\"\" use_plait:b=false"));
@@ -264,11 +276,85 @@ TEST_F(Calls, RemotesAreAddedChangedAndRemoved)
     EXPECT_FALSE(fails("removePeer", "id:i=2"));
     EXPECT_FALSE(peer(2).has_param("id"));
     EXPECT_EQ(peer(3).get_int("backup_id", -1), 0);
-    EXPECT_EQ(lastPushed("unso"), *m_unit.data("peerList"));
+    EXPECT_EQ(lastPushed("peerList"), *m_unit.data("peerList"));
     m_reports.clear();
     advance(milliseconds(10000));
     for (const std::string& report : m_reports)
         EXPECT_EQ(report.find("call 2"), std::string::npos) << report;
+}
+
+TEST_F(Calls, EditingOntoAnotherProfileMovesTheRemotesChannel)
+{
+    // The newsroom leaves the telephone line for the default profile's IP channel, and back.
+    const char* const moves[][2] = {{"profile:i=0", "rtp_udp_mux"}, {"profile:i=4", "rtp_tcp"}, {"profile:i=3", "pots"}};
+    for (const auto& [profile, channel] : moves) {
+        ASSERT_FALSE(fails("setPeerSettings", std::string("id:i=2 name=News addr=x ") + profile));
+        EXPECT_EQ(peer(2).get_string("channel", ""), channel) << profile;
+        EXPECT_EQ(lastPushed("peerList").get_child("peer", 1).params().get_string("channel", ""), channel);
+    }
+    ASSERT_FALSE(fails("setPeerSettings", "id:i=2 name=News addr=x profile:i=2"));
+    ASSERT_FALSE(fails("connect", "id:i=2"));
+    EXPECT_EQ(peer(2).get_string("state", ""), "connecting");
+}
+
+// The unit's encoder follows the call: the line's audio on the telephone, the profile's encoder
+// on IP, and what it was once no call is left.
+TEST_F(Calls, CurrentEncoderFollowsTheCall)
+{
+    const auto encoder = [this] { return lastPushed("currentEncoder").params().get_string("descr", "-"); };
+    ASSERT_FALSE(fails("connect", "id:i=2"));
+    advance(milliseconds(2500));
+    EXPECT_EQ(encoder(), "Telephone line audio");
+    ASSERT_FALSE(fails("disconnect", "id:i=2"));
+    advance(milliseconds(500));
+    EXPECT_EQ(encoder(), "Opus Stereo 128 kb/s");
+
+    ASSERT_FALSE(fails("connect", "id:i=1"));
+    advance(milliseconds(800));
+    EXPECT_EQ(encoder(), "AAC-LD Stereo 256 kb/s");
+    EXPECT_EQ(peer(1).get_string("rx_codec", "-"), "");
+    advance(milliseconds(600));
+    EXPECT_EQ(peer(1).get_string("rx_codec", ""), "Opus Stereo 128 kb/s");
+}
+
+// Every state of the directory shows within a few turns: each remote's answer and whether it is
+// online, and the unit's own link to the directory.
+TEST_F(Calls, DirectoryChangesOverTime)
+{
+    std::vector<std::string> seen;
+    for (int turn = 0; turn < 4; ++turn) {
+        advance(CallHandlers::kDirectoryPeriod);
+        const Params& directory = find(*m_unit.data("peerList"), "peer", "id", 1).get_child("directory", 0).params();
+        seen.push_back(directory.get_string("can_connect", "") + (directory.get_bool("online", false) ? "" : " offline")
+                       + (m_unit.data("directoryServer")->params().get_bool("connected", false) ? "" : " unlinked"));
+    }
+    EXPECT_EQ(seen, (std::vector<std::string>{"busy", "yes offline", "ts_fail unlinked", "yes"}));
+    EXPECT_EQ(lastPushed("peerList").get_child("peer", 0).get_child("directory", 0).params().get_string("can_connect", ""),
+              "yes");
+    EXPECT_EQ(lastPushed("directoryServer").params().get_string("connected", ""), "true");
+}
+
+// The codec editor shows the quality as a percentage.
+TEST_F(Calls, CodecQualityIsAPercentage)
+{
+    const Message& codecs = *m_unit.data("codecList");
+    ASSERT_GT(codecs.num_children("codec"), 1u);
+    for (unsigned int i = 0; i < codecs.num_children("codec"); ++i) {
+        const Params& codec = codecs.get_child("codec", i).params();
+        EXPECT_GE(codec.get_uint("quality", 0), 20u) << codec.get_string("id", "");
+        EXPECT_LE(codec.get_uint("quality", 0), 100u) << codec.get_string("id", "");
+    }
+}
+
+TEST_F(Calls, StatisticsFollowTheirPeriod)
+{
+    connected(1, milliseconds(1400));
+    m_calls->setStatsPeriod(milliseconds(0));
+    advance(milliseconds(5000));
+    EXPECT_TRUE(lastPushed("peer_stats").name.empty());
+    m_calls->setStatsPeriod(milliseconds(250));
+    advance(milliseconds(250));
+    EXPECT_EQ(lastPushed("peer_stats").name, "peer_stats");
 }
 
 } // namespace
