@@ -13,6 +13,8 @@
 namespace {
 const char* const kDevicesPrefix = "netmgr.devices.";
 constexpr int kSettingsColumnWidth = 200;
+// Wide enough for an indented option name under its location.
+constexpr int kLocationsNameWidth = 230;
 constexpr int kIconSize = 32;
 
 QString qs(const std::string& text)
@@ -34,6 +36,7 @@ ConfigureNetwork::ConfigureNetwork(QWidget* parent)
     tabNetwork->removeTab(tabNetwork->indexOf(tabScan));
     treeSettings->setColumnWidth(0, kSettingsColumnWidth);
     treeSettings->setColumnWidth(1, kSettingsColumnWidth);
+    treeLocations->setColumnWidth(0, kLocationsNameWidth);
 
     connect(buttonEditSetting, &QPushButton::clicked, this, &ConfigureNetwork::handleEditSetting);
     connect(buttonEditLocationSetting, &QPushButton::clicked, this, &ConfigureNetwork::handleEditLocationSetting);
@@ -410,6 +413,21 @@ void ConfigureNetwork::scanClicked()
     treeScan->setFocus();
 }
 
+// Arrows cannot select the only row of a tree, so entering one without a selection selects its
+// first visible row.
+void ConfigureNetwork::enterTree(QTreeWidget* tree)
+{
+    tree->setFocus();
+    if (!tree->selectedItems().isEmpty())
+        return;
+    for (int i = 0; i < tree->topLevelItemCount(); ++i) {
+        if (!tree->topLevelItem(i)->isHidden()) {
+            tree->setCurrentItem(tree->topLevelItem(i));
+            return;
+        }
+    }
+}
+
 void ConfigureNetwork::handleKey(int keycode, bool pressed, bool repeat)
 {
     const QWidget* focused = focusWidget();
@@ -421,11 +439,11 @@ void ConfigureNetwork::handleKey(int keycode, bool pressed, bool repeat)
         if (onTabs) {
             const QWidget* page = tabNetwork->currentWidget();
             if (page == tabSettings && treeSettings->topLevelItemCount() > 0)
-                treeSettings->setFocus();
+                enterTree(treeSettings);
             else if (page == tabLocations && treeLocations->topLevelItemCount() > 0)
-                treeLocations->setFocus();
+                enterTree(treeLocations);
             else if (page == tabScan && treeScan->topLevelItemCount() > 0 && buttonCreateLocation->isEnabled())
-                treeScan->setFocus();
+                enterTree(treeScan);
         } else if (pressed && focused == treeSettings) {
             buttonEditSetting->setFocus();
         } else if (pressed && focused == treeLocations) {

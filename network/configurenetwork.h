@@ -73,6 +73,7 @@ private:
     void sendCommand(const char* name, const std::string& path, const char* group, const char* seq,
                      const std::string& selection = std::string());
     bool isScanShown() const;
+    void enterTree(QTreeWidget* tree);
 
     std::string m_device_id;
     QVector<QPixmap> m_signal_icons;

@@ -31,10 +31,10 @@ void OptionEditorPages::fill(const PageContent& content)
     m_form.buttonDefault->setEnabled(!content.isDefault);
     m_form.labelTitle->setText(content.title);
     m_form.labelDescription->setText(content.description);
-    if (content.page != Page::None) {
-        m_form.labelCurrentValue->setText(content.currentLabel);
-        m_form.labelDefaultValue->setText(content.defaultLabel);
-    }
+    m_form.labelCurrentValue->setText(content.currentLabel);
+    m_form.labelDefaultValue->setText(content.defaultLabel);
+    // An option without an input of its own is shown, never edited through another type's page.
+    m_form.stackEdit->setVisible(content.page != Page::None);
     switch (content.page) {
     case Page::Int: {
         const QString units = QStringLiteral(" ") + content.units;

@@ -40,7 +40,7 @@ public:
     static void connectForm(Editor* editor);
 
     // Fills the labels, prepares the page of the option's type and focuses its input. A Codec
-    // page is left to its editor; None prepares no page.
+    // page is left to its editor; None hides the pages.
     void fill(const PageContent& content);
     void updateButtons(bool isChanged, bool isDefault);
     // The stored text of a check box state.

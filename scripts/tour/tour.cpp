@@ -1,8 +1,14 @@
 // A walk through every screen of the program against the simulated unit, one PNG per view.
 // Keys travel the hardware keypad's own path (the platform, the keypad filter, the main window's
 // routing); the tour only looks at the widgets to know when a key has done its work.
+#include "braidsettings.h"
+#include "braidstats.h"
 #include "channelstats.h"
+#include "delayslider.h"
 #include "chat.h"
+#include "choosenetwork.h"
+#include "configurenetwork.h"
+#include "editconfigsetting.h"
 #include "editsetting.h"
 #include "keypadsetup.h"
 #include "mainwindow.h"
@@ -18,6 +24,7 @@
 #include "statusbar.h"
 #include "systemsettings.h"
 #include "transientpopup.h"
+#include "tunnelsession.h"
 #include "webbrowser.h"
 
 #include <QAction>
@@ -34,6 +41,7 @@
 #include <QTimer>
 #include <qpa/qwindowsysteminterface.h>
 
+#include <csignal>
 #include <cstdio>
 #include <functional>
 
@@ -110,6 +118,12 @@ public:
         key(Qt::Key_Enter);
     }
 
+    // A stopped unit answers no login, so the link stays down until it runs again.
+    void holdSim(bool held)
+    {
+        ::kill(static_cast<pid_t>(m_sim.processId()), held ? SIGSTOP : SIGCONT);
+    }
+
     void simCommand(const QString& line)
     {
         m_sim.write((line + "\n").toUtf8());
@@ -181,6 +195,122 @@ void editOptionOfType(Tour& tour, QTreeWidget* tree, QPushButton* edit, OptionTy
     tour.key(Qt::Key_Enter);
 }
 
+// The network device list in each of its states, every page of a device's configuration and the
+// option editor on each type of option.
+void networkTour(Tour& tour, MainWindow& window)
+{
+    auto& list = tour.screen<ChooseNetwork>(Pane::ScreenNetworkList);
+    auto& device = tour.screen<ConfigureNetwork>(Pane::ScreenConfigureNetwork);
+    auto& editor = tour.screen<EditConfigSetting>(Pane::ScreenEditConfigSetting);
+    auto selectDevice = [&](const std::string& id) {
+        // The menu greys "Manage Networks" while the list is on show.
+        if (window.pane().currentScreen() != Pane::ScreenNetworkList)
+            tour.menu("Network", "Manage Networks");
+        auto selected = [&] {
+            auto* item = static_cast<NetworkListItem*>(list.networkList->currentItem());
+            return item && item->id() == id;
+        };
+        Tour::require(tour.pressUntil(Qt::Key_Up, selected, 6) || tour.pressUntil(Qt::Key_Down, selected, 6),
+                      QString::fromStdString("device " + id));
+    };
+    auto press = [&](QPushButton* button) {
+        Tour::require(tour.pressUntil(Qt::Key_Right, [&] { return button->hasFocus(); }, 6), button->text());
+        tour.key(Qt::Key_Enter);
+    };
+    auto openPage = [&](QWidget* page) {
+        device.tabNetwork->setFocus();
+        auto shown = [&] { return device.tabNetwork->currentWidget() == page; };
+        Tour::require(tour.pressUntil(Qt::Key_Right, shown, 4) || tour.pressUntil(Qt::Key_Left, shown, 4),
+                      "a configuration page");
+    };
+    auto configure = [&](const std::string& id) {
+        selectDevice(id);
+        press(list.buttonConfigure);
+        tour.waitFor([&] { return device.labelID->text() == QString::fromStdString(id); });
+    };
+    // From the page's tabs Enter into the tree, down to the row, Enter to its Edit button, Enter
+    // again; the editor fills itself.
+    auto editRow = [&](QTreeWidget* tree, QPushButton* edit, const QString& name) {
+        device.tabNetwork->setFocus();
+        tour.key(Qt::Key_Enter);
+        auto onRow = [&] {
+            return tree->currentItem() && tree->currentItem()->isSelected() && tree->currentItem()->text(0) == name;
+        };
+        Tour::require(tour.pressUntil(Qt::Key_Down, onRow) || tour.pressUntil(Qt::Key_Up, onRow), "the row " + name);
+        tour.key(Qt::Key_Enter);
+        Tour::require(edit->hasFocus(), "the Edit button");
+        tour.key(Qt::Key_Enter);
+        tour.waitFor([&] { return editor.labelTitle->text() == name; });
+    };
+
+    selectDevice("eth0");
+    tour.shot("network-list");
+    for (const char* id : {"wlan0", "wlan1", "pots0"}) {
+        selectDevice(id);
+        tour.shot(QStringLiteral("network-list-%1").arg(QLatin1String(id)));
+    }
+    selectDevice("eth0");
+    press(list.buttonDisable);
+    tour.waitFor([&] { return list.buttonEnable->isEnabled(); });
+    tour.shot("network-list-disabled");
+    tour.key(Qt::Key_Enter);
+    tour.waitFor([&] { return list.buttonDisable->isEnabled(); });
+    tour.simCommand("unplug wwan0");
+    tour.settle(800);
+    tour.shot("network-list-one-signal");
+    tour.simCommand("plug wwan0");
+
+    configure("wlan0");
+    tour.shot("network-device-status");
+    openPage(device.tabSettings);
+    tour.shot("network-device-settings");
+    device.checkAdvanced->setChecked(true);
+    tour.shot("network-device-settings-advanced");
+    device.checkAdvanced->setChecked(false);
+    openPage(device.tabLocations);
+    device.treeLocations->setFocus();
+    tour.pressUntil(Qt::Key_Down, [&] { return device.treeLocations->currentItem() != nullptr; });
+    tour.key(Qt::Key_Right);
+    tour.pressUntil(Qt::Key_Down, [&] { return device.treeLocations->currentItem()->parent() != nullptr; });
+    tour.shot("network-device-locations");
+    openPage(device.tabScan);
+    tour.shot("network-device-scan");
+    device.handleScan();
+    tour.shot("network-device-scanning");
+    tour.waitFor([&] { return device.buttonScan->isEnabled(); });
+    tour.shot("network-device-scan-results");
+    openPage(device.tabSettings);
+    editRow(device.treeSettings, device.buttonEditSetting, "Regulatory Region");
+    tour.shot("network-editor-select");
+    editor.buttonCancel->click();
+
+    configure("eth0");
+    openPage(device.tabSettings);
+    editRow(device.treeSettings, device.buttonEditSetting, "Address Mode");
+    tour.shot("network-editor-bool-labels");
+    editor.buttonCancel->click();
+    device.checkAdvanced->setChecked(true);
+    editRow(device.treeSettings, device.buttonEditSetting, "Static Routes");
+    tour.shot("network-editor-bulk");
+    editor.buttonCancel->click();
+    device.checkAdvanced->setChecked(false);
+
+    configure("wwan0");
+    openPage(device.tabSettings);
+    const std::pair<const char*, const char*> rows[] = {
+        {"Redial Delay", "network-editor-int"}, {"Data Roaming", "network-editor-bool"}, {"Access Point Name", "network-editor-string"}};
+    for (const auto& [name, shotName] : rows) {
+        editRow(device.treeSettings, device.buttonEditSetting, name);
+        if (QLatin1String(shotName) == QLatin1String("network-editor-int")) {
+            tour.key(Qt::Key_Right);
+            tour.key(Qt::Key_Right);
+        }
+        tour.shot(shotName);
+        editor.buttonCancel->click();
+    }
+    window.menu().actionChoose_Network->trigger();
+}
+
 // The browser on a captive portal served on the loopback address: its home page set on the
 // user-interface screen, the login typed on the dialog's keyboard, a zoomed page.
 void browse(Tour& tour)
@@ -216,6 +346,73 @@ void browse(Tour& tour)
         browser.buttonFontUp->click();
     tour.shot("browser-zoomed");
     tour.menu("Network", "Manage Networks");
+}
+
+// A Braid call on the statistics screen in both directions, a dropped connection leaving a grey
+// boundary, the delay in automatic mode, the status bar's indicator in every colour, the settings.
+void braid(Tour& tour, MainWindow& window)
+{
+    // The browser's login dialog took the keyboard last.
+    QApplication::setActiveWindow(&window);
+    auto& peers = tour.screen<PeerList>(Pane::ScreenPeerList);
+    auto& stats = tour.screen<BraidStats>(Pane::ScreenBraidStats);
+    tour.simCommand("braid health green");
+    tour.menu("Remotes", "Manage Connections");
+    auto van = [&] { return peers.peerTree->currentItem() && peers.peerTree->currentItem()->text(0).startsWith("OB Van 2"); };
+    // A new selection puts the focus on the button for it.
+    tour.pressUntil(Qt::Key_Up, [&] { return !van(); }, 1);
+    Tour::require(tour.pressUntil(Qt::Key_Down, van), "OB Van 2");
+    tour.key(Qt::Key_Enter);
+    Tour::require(tour.waitFor([&] { return peers.peerTree->currentItem()->text(0).contains("Connected"); }, 20000),
+                  "the Braid call");
+
+    tour.menu("Stats", "Braid Stats");
+    auto session = [&] { return stats.tunnelInfo().session(); };
+    Tour::require(tour.waitFor([&] { return session() && session()->txButtons().size() == 4; }), "four connections");
+    tour.settle(12000);
+    tour.shot("braid-stats-transmit");
+
+    Tour::require(tour.pressUntil(Qt::Key_Down, [&] { return stats.radioTx->hasFocus(); }, 8), "Transmit");
+    tour.key(Qt::Key_Right);
+    tour.key(Qt::Key_Enter);
+    tour.settle(1000);
+    tour.shot("braid-stats-receive");
+
+    tour.simCommand("braid drop 2");
+    Tour::require(tour.waitFor([&] { return session()->rxButtons().size() == 3; }), "a dropped connection");
+    tour.settle(2500);
+    tour.shot("braid-stats-connection-dropped");
+    Tour::require(tour.waitFor([&] { return session()->rxButtons().size() == 4; }), "the connection back");
+    tour.settle(3000);
+    tour.shot("braid-stats-boundary");
+
+    Tour::require(tour.pressUntil(Qt::Key_Down, [&] { return stats.rxAuto()->hasFocus(); }, 8), "Automatic Delay Mode");
+    tour.key(Qt::Key_Enter);
+    Tour::require(tour.waitFor([&] { return stats.rxSlider()->isAuto(); }), "automatic delay");
+    tour.settle(1000);
+    tour.shot("braid-stats-automatic-delay");
+
+    for (const char* health : {"yellow", "red"}) {
+        tour.simCommand(QStringLiteral("braid health %1").arg(health));
+        tour.settle(2000);
+        tour.shot(QStringLiteral("braid-indicator-%1").arg(health));
+    }
+    tour.simCommand("braid health green");
+
+    tour.menu("Configure", "Braid Settings");
+    auto& settings = tour.screen<BraidSettings>(Pane::ScreenBraidSettings);
+    Tour::require(tour.waitFor([&] { return settings.treeSettings->topLevelItemCount() > 0; }), "the Braid settings");
+    tour.key(Qt::Key_Down);
+    tour.shot("braid-settings");
+
+    tour.menu("Remotes", "Manage Connections");
+    // A new selection puts the focus on the button for it.
+    tour.pressUntil(Qt::Key_Up, [&] { return !van(); }, 1);
+    Tour::require(tour.pressUntil(Qt::Key_Down, van), "OB Van 2");
+    tour.key(Qt::Key_Enter);
+    tour.waitFor([&] { return !peers.getAnyActive(); }, 10000);
+    tour.settle(1000);
+    tour.shot("braid-indicator-gray");
 }
 
 void run(Tour& tour, MainWindow& window)
@@ -342,6 +539,8 @@ void run(Tour& tour, MainWindow& window)
         tour.shot(name);
     }
 
+    networkTour(tour, window);
+
     tour.menu("Configure", "User Interface");
     tour.shot("user-interface");
     browse(tour);
@@ -352,6 +551,7 @@ void run(Tour& tour, MainWindow& window)
     tour.shot("about");
     tour.key(Qt::Key_Right);
     tour.shot("about-legal");
+    braid(tour, window);
 
     tour.simCommand("update start Installing firmware 4.3.0 (42%)");
     tour.waitFor([&] { return window.offlineScreen().isVisible(); });
@@ -361,8 +561,11 @@ void run(Tour& tour, MainWindow& window)
 
     tour.simCommand("defpwd on");
     tour.simCommand("drop");
-    tour.waitFor([&] { return window.offlineScreen().isVisible(); });
+    Tour::require(tour.waitFor([&] { return window.offlineScreen().isVisible(); }), "link lost");
+    tour.holdSim(true);
     tour.shot("link-lost");
+    Tour::require(window.offlineScreen().isVisible() && !window.isVisible(), "link still lost");
+    tour.holdSim(false);
     tour.waitFor([&] { return window.isVisible() && window.popup().isVisible(); }, 30000);
     tour.shot("password-warning");
 }

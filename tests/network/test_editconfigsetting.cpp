@@ -70,6 +70,8 @@ QString TestEditConfigSetting::inputState() const
 {
     const QWidget* page = m_editor->stackEdit->currentWidget();
     QString state = m_editor->labelCurrentValue->text() + " / " + m_editor->labelDefaultValue->text() + ": ";
+    if (m_editor->stackEdit->isHidden())
+        return state + "no input";
     if (page == m_editor->pageInt)
         return state + QStringLiteral("int %1..%2 = %3%4").arg(m_editor->spinValue->minimum())
             .arg(m_editor->spinValue->maximum()).arg(m_editor->spinValue->value()).arg(m_editor->spinValue->suffix());
@@ -95,18 +97,24 @@ void TestEditConfigSetting::pageOfEachType_data()
     QTest::newRow("bool without labels, defaulted") << kRoaming << "Not Enabled / : bool 'Enabled' off" << false;
     QTest::newRow("select, value matches no choice") << kRegion << "XX / : select United States, Europe" << true;
     QTest::newRow("string") << kApn << "broadband / : string broadband" << true;
-    // No page for a bulk option: the previous (string) page stays.
-    QTest::newRow("bulk") << kCert << "broadband / : string broadband" << true;
+    // A bulk option is shown, not edited: the previous option's page must not take its value.
+    QTest::newRow("bulk") << kCert << "x / : no input" << true;
+    QTest::newRow("string after bulk") << kApn << "broadband / : string broadband" << true;
 }
 
 void TestEditConfigSetting::pageOfEachType()
 {
     QFETCH(QString, option);
     open("netmgr.devices.wwan0.apn", kApn);
+    open("netmgr.devices.wwan0.cert", kCert);
     open("netmgr.devices.eth0.x", option.toUtf8().constData());
     QTEST(inputState(), "input");
     QTEST(m_editor->buttonDefault->isEnabled(), "defaultEnabled");
     QVERIFY(!m_editor->buttonSave->isEnabled());
+    // The input of the page takes the focus.
+    const QWidget* page = m_editor->stackEdit->isHidden() ? nullptr : m_editor->stackEdit->currentWidget();
+    if (page)
+        QCOMPARE(QApplication::focusWidget()->parentWidget(), page);
 }
 
 // The request goes to the object owning the option; a defaulted option carries no value.
@@ -196,6 +204,26 @@ void TestEditConfigSetting::keypadEditsTheValue()
     QCoreApplication::processEvents();
     QCOMPARE(m_editor->spinValue->value(), 1401);
     QVERIFY(m_editor->buttonSave->isEnabled());
+
+    // A select steps through its choices; Enter opens its list and Enter again picks.
+    open("netmgr.devices.wlan0.region", kRegion);
+    m_editor->buttonCancel->setFocus();
+    m_editor->handleKey(Qt::Key_Right, true, false);
+    m_editor->handleKey(Qt::Key_Right, false, false);
+    QCOMPARE(QApplication::focusWidget(), m_editor->comboValue);
+    QCOMPARE(m_editor->comboValue->currentIndex(), 0);
+    m_editor->handleKey(Qt::Key_Right, true, false);
+    m_editor->handleKey(Qt::Key_Right, false, false);
+    QCOMPARE(m_editor->comboValue->currentText(), QString("Europe"));
+    m_editor->handleKey(Qt::Key_Enter, true, false);
+    m_editor->handleKey(Qt::Key_Enter, false, false);
+    QTRY_VERIFY(QApplication::activePopupWidget());
+    m_editor->handleKey(Qt::Key_Up, true, false);
+    m_editor->handleKey(Qt::Key_Up, false, false);
+    m_editor->handleKey(Qt::Key_Enter, true, false);
+    m_editor->handleKey(Qt::Key_Enter, false, false);
+    QTRY_VERIFY(!QApplication::activePopupWidget());
+    QCOMPARE(m_editor->comboValue->currentText(), QString("United States"));
 
     open("netmgr.devices.eth0.dhcp", kDhcp);
     m_editor->handleKey(Qt::Key_Left, true, false);
