@@ -6,11 +6,6 @@
 #include <QKeyEvent>
 #include <QWidget>
 
-namespace {
-// What X sends for a modifier key: no text.
-constexpr int kNoText = 0xFFFF;
-} // namespace
-
 void KeypadHandler::handleKey(int keycode, bool pressed, bool repeat)
 {
     injectKey(keycode, pressed, repeat);
@@ -23,9 +18,9 @@ void KeypadHandler::injectKey(int keycode, bool pressed, bool repeat)
 
 void KeypadHandler::injectShiftedKey(int keycode, bool pressed, bool repeat)
 {
-    QWSServer::sendKeyEvent(kNoText, Qt::Key_Shift, Qt::ShiftModifier, pressed, repeat);
+    QWSServer::sendKeyEvent(QWSServer::kNoText, Qt::Key_Shift, Qt::ShiftModifier, pressed, repeat);
     QWSServer::sendKeyEvent(0, keycode, Qt::ShiftModifier, pressed, repeat);
-    QWSServer::sendKeyEvent(kNoText, Qt::Key_Shift, Qt::NoModifier, pressed, repeat);
+    QWSServer::sendKeyEvent(QWSServer::kNoText, Qt::Key_Shift, Qt::NoModifier, pressed, repeat);
 }
 
 void KeypadHandler::injectBacktab(bool pressed, bool repeat)

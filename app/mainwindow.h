@@ -4,10 +4,14 @@
 #include "ipcclient.h"
 #include "menu.h"
 #include "pane.h"
+#include "qwscalibratedmousehandler.h"
+#include "socketaddr.h"
 #include "ui_mainwindow.h"
 
 #include <QMainWindow>
 #include <QString>
+
+#include <string>
 
 class KeypadFilter;
 class KeypadHandler;
@@ -52,6 +56,13 @@ public:
     void setPointerCalibrationFile(const QString& path) { m_pointercalPath = path; }
     QString captureFileName(int number) const;
 
+    // Where the link goes: the unit's own backend, or another unit's under REMOTE_UI.
+    struct LinkTarget {
+        std::string encoding;
+        SocketAddr address;
+    };
+    static LinkTarget linkTarget();
+
 signals:
     void abortCalibration();
 
@@ -86,7 +97,7 @@ private:
     int ipcState = IPCClient::IPC_DISCONNECTED;
     int m_captureCount = 0;
     QString m_captureDir = QStringLiteral("/mnt/ext");
-    QString m_pointercalPath = QStringLiteral("/etc/pointercal");
+    QString m_pointercalPath = QLatin1String(QWSCalibratedMouseHandler::kDefaultFile);
 };
 
 #endif

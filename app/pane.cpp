@@ -273,34 +273,34 @@ void Pane::f2Pressed()
 {
     int toggleReturn = previous;
     switch (m_keypadSetup.f2Mode()) {
-    case F2Cycle:
+    case KeypadSetup::F2Cycle:
         cycle();
         break;
-    case F2ToggleNetworks:
+    case KeypadSetup::F2ToggleNetworks:
         toggle(ScreenNetworkList, toggleReturn);
         break;
-    case F2ToggleRemotes:
+    case KeypadSetup::F2ToggleRemotes:
         toggle(ScreenPeerList, toggleReturn);
         break;
-    case F2TogglePeerStats:
+    case KeypadSetup::F2TogglePeerStats:
         toggle(ScreenPeerStats, toggleReturn);
         break;
-    case F2ToggleChannelStats:
+    case KeypadSetup::F2ToggleChannelStats:
         toggle(ScreenChannelStats, toggleReturn);
         break;
-    case F2ToggleMeters:
+    case KeypadSetup::F2ToggleMeters:
         handleAudioMeters();
         break;
-    case F2ToggleKeyboard:
+    case KeypadSetup::F2ToggleKeyboard:
         mainWindow.handlePopupKeyboard();
         break;
-    case F2ToggleChat:
+    case KeypadSetup::F2ToggleChat:
         handleChat();
         break;
-    case F2RemoteContactClosure:
+    case KeypadSetup::F2RemoteContactClosure:
         mainWindow.setRemoteCC(0, true);
         break;
-    case F2ToggleBraidStats:
+    case KeypadSetup::F2ToggleBraidStats:
         toggle(ScreenBraidStats, toggleReturn);
         break;
     default:
@@ -310,7 +310,7 @@ void Pane::f2Pressed()
 
 void Pane::f2Released()
 {
-    if (m_keypadSetup.f2Mode() == F2RemoteContactClosure)
+    if (m_keypadSetup.f2Mode() == KeypadSetup::F2RemoteContactClosure)
         mainWindow.setRemoteCC(0, false);
 }
 

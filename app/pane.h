@@ -62,20 +62,6 @@ public:
         ScreenCount = 20
     };
 
-    // The F2 key's behaviours, by the value stored with the user's choice.
-    enum F2Mode {
-        F2Cycle = 0,
-        F2ToggleNetworks = 1,
-        F2ToggleRemotes = 2,
-        F2TogglePeerStats = 3,
-        F2ToggleChannelStats = 4,
-        F2ToggleMeters = 5,
-        F2ToggleKeyboard = 6,
-        F2ToggleChat = 7,
-        F2RemoteContactClosure = 8,
-        F2ToggleBraidStats = 9
-    };
-
     explicit Pane(MainWindow& mainWindow);
     ~Pane() override;
 
@@ -84,7 +70,8 @@ public:
     bool build(QWidget* stackFrame, StatusBar& statusBar);
 
     void showScreen(int index);
-    int currentScreen() const override { return current; }
+    int currentScreen() const { return current; }
+    bool chatOnShow() const override { return current == ScreenChat; }
     // The chat and meters screens count as the screen underneath them.
     int menuScreen() const;
     static bool keyboardAllowed(int index);

@@ -1,7 +1,5 @@
 #include "statusbar.h"
 
-#include "pane.h"
-
 #include <QTimer>
 
 bool StatusBar::blinkPhase = false;
@@ -49,7 +47,7 @@ bool StatusBar::keyboardButtonEnabled() const
 
 void StatusBar::handleChatAlert()
 {
-    if (m_source.currentScreen() == Pane::ScreenChat)
+    if (m_source.chatOnShow())
         return;
     chatAlert = true;
     alertTimer->start(kBlinkMs);

@@ -14,7 +14,8 @@ class QTimer;
 class StatusSource {
 public:
     virtual ~StatusSource() = default;
-    virtual int currentScreen() const = 0;
+    // The chat screen is the one on show: its lines need no alert.
+    virtual bool chatOnShow() const = 0;
     // Some network device is alive.
     virtual bool networkReady() const = 0;
     // Some call is up.

@@ -1,19 +1,24 @@
-// One request and its answer over a local socket, two ways:
+// One request and its answer, two ways, over the local socket and over loopback TCP:
 //   library: client send_command -> server process_command -> send_response -> client
 //            process_response, the client's loop running on the benchmark thread and the
-//            server's on its own thread;
-//   raw:     the same encoded frames written and read on a socketpair by two threads with
-//            blocking calls, which is the floor any transport pays.
-// Prints the median of each and the ratio library / raw per encoding.
+//            server's on its own thread; over TCP inside TLS, as remote mode runs;
+//   raw:     the same encoded frames written and read by two threads with blocking calls on a
+//            socket pair (local) or a TCP connection in the clear, which is the floor any
+//            transport pays.
+// Prints the median of each and the ratio library / raw per encoding and transport.
 
 #include "codec.h"
 #include "ipcendpoint.h"
 #include "ipcmanager.h"
+#include "temporarydirectory.h"
 #include "testserver.h"
 #include "threadedmanager.h"
 
 #include <benchmark/benchmark.h>
 
+#include <arpa/inet.h>
+#include <netinet/in.h>
+#include <netinet/tcp.h>
 #include <sys/socket.h>
 #include <unistd.h>
 
@@ -25,7 +30,9 @@
 namespace {
 
 const char* const kEncodings[] = {"compact", "xmls"};
+const char* const kTransports[] = {"local", "tcp"};
 const std::string kPassword = "bench";
+
 
 Message peer_list_request()
 {
@@ -75,11 +82,14 @@ public:
     void process_response(const Message&) override { manager()->stop(); }
 };
 
-void library_round_trip(benchmark::State& state, const std::string& encoding)
+void library_round_trip(benchmark::State& state, const std::string& encoding, bool tcp)
 {
-    const SocketAddr address(TestServer::unique_local_address(), 0);
+    const SocketAddr address = tcp ? SocketAddr("127.0.0.1", TestServer::free_tcp_port())
+                                   : SocketAddr(TestServer::unique_local_address(), 0);
+    TemporaryDirectory configuration;
     ThreadedManager serverLoop;
     EchoServer server;
+    server.set_tls_directory(configuration.path());
     serverLoop.add_server("bench", &server);
     if (!serverLoop.listen_server(encoding, "stream", address, "bench")) {
         state.SkipWithError("cannot listen");
@@ -89,6 +99,7 @@ void library_round_trip(benchmark::State& state, const std::string& encoding)
 
     IPCManager clientLoop;
     SteppingClient client;
+    client.set_unit_trust(configuration.file("known_units"), "");
     clientLoop.add_client("bench", &client);
     clientLoop.connect_client(encoding, "stream", address, "bench", 0, "");
     clientLoop.event_loop();
@@ -137,15 +148,35 @@ std::string framed(ipc::Encoding encoding, const char* kind, const Message& msg)
     return ipc::frame(ipc::encode(encoding, envelope));
 }
 
-void raw_round_trip(benchmark::State& state, const std::string& encodingName)
+// Two ends of a loopback TCP connection, without Nagle's delay as the library's; false on failure.
+bool tcp_pair(int fds[2])
+{
+    const int listener = socket(AF_INET, SOCK_STREAM | SOCK_CLOEXEC, 0);
+    sockaddr_in sa{};
+    sa.sin_family = AF_INET;
+    sa.sin_addr.s_addr = htonl(INADDR_LOOPBACK);
+    socklen_t length = sizeof sa;
+    const bool listening = bind(listener, reinterpret_cast<sockaddr*>(&sa), sizeof sa) == 0
+        && listen(listener, 1) == 0 && getsockname(listener, reinterpret_cast<sockaddr*>(&sa), &length) == 0;
+    fds[0] = socket(AF_INET, SOCK_STREAM | SOCK_CLOEXEC, 0);
+    const bool connected = listening && connect(fds[0], reinterpret_cast<sockaddr*>(&sa), sizeof sa) == 0;
+    fds[1] = connected ? accept4(listener, nullptr, nullptr, SOCK_CLOEXEC) : -1;
+    close(listener);
+    const int on = 1;
+    for (int i = 0; i < 2; ++i)
+        setsockopt(fds[i], IPPROTO_TCP, TCP_NODELAY, &on, sizeof on);
+    return fds[1] >= 0;
+}
+
+void raw_round_trip(benchmark::State& state, const std::string& encodingName, bool tcp)
 {
     ipc::Encoding encoding = ipc::Encoding::Compact;
     ipc::parse_encoding(encodingName, encoding);
     const std::string requestFrame = framed(encoding, ipc::envelope::kCommand, peer_list_request());
     const std::string answerFrame = framed(encoding, ipc::envelope::kResponse, peer_list_answer());
     int fds[2];
-    if (socketpair(AF_UNIX, SOCK_STREAM | SOCK_CLOEXEC, 0, fds) != 0) {
-        state.SkipWithError("socketpair");
+    if (tcp ? !tcp_pair(fds) : socketpair(AF_UNIX, SOCK_STREAM | SOCK_CLOEXEC, 0, fds) != 0) {
+        state.SkipWithError("no socket pair");
         return;
     }
     std::thread echo([&] {
@@ -186,15 +217,18 @@ public:
 
     void print_comparison() const
     {
-        std::printf("\nmedian round trip, microseconds (real time)\n");
-        std::printf("%-10s %12s %12s %8s\n", "encoding", "library", "raw", "ratio");
-        for (const char* encoding : kEncodings) {
-            const auto library = m_medians.find(std::string("roundtrip/library/") + encoding);
-            const auto raw = m_medians.find(std::string("roundtrip/raw/") + encoding);
-            if (library == m_medians.end() || raw == m_medians.end())
-                continue;
-            std::printf("%-10s %12.2f %12.2f %7.2fx\n", encoding, library->second, raw->second,
-                        library->second / raw->second);
+        std::printf("\nmedian round trip, microseconds (real time); tcp: library inside TLS, raw in the clear\n");
+        std::printf("%-10s %-10s %12s %12s %8s\n", "transport", "encoding", "library", "raw", "ratio");
+        for (const char* transport : kTransports) {
+            for (const char* encoding : kEncodings) {
+                const std::string suffix = std::string("/") + transport + "/" + encoding;
+                const auto library = m_medians.find("roundtrip/library" + suffix);
+                const auto raw = m_medians.find("roundtrip/raw" + suffix);
+                if (library == m_medians.end() || raw == m_medians.end())
+                    continue;
+                std::printf("%-10s %-10s %12.2f %12.2f %7.2fx\n", transport, encoding, library->second,
+                            raw->second, library->second / raw->second);
+            }
         }
     }
 
@@ -207,15 +241,18 @@ private:
 int main(int argc, char** argv)
 {
     benchmark::Initialize(&argc, argv);
-    for (const char* encoding : kEncodings) {
-        for (const auto& [kind, function] : {std::make_pair("library", &library_round_trip),
-                                             std::make_pair("raw", &raw_round_trip)}) {
-            benchmark::RegisterBenchmark((std::string("roundtrip/") + kind + "/" + encoding).c_str(), function,
-                                         std::string(encoding))
-                ->Unit(benchmark::kMicrosecond)
-                ->UseRealTime()
-                ->Repetitions(9)
-                ->ReportAggregatesOnly(true);
+    for (const char* transport : kTransports) {
+        for (const char* encoding : kEncodings) {
+            for (const auto& [kind, function] : {std::make_pair("library", &library_round_trip),
+                                                 std::make_pair("raw", &raw_round_trip)}) {
+                benchmark::RegisterBenchmark(
+                    (std::string("roundtrip/") + kind + "/" + transport + "/" + encoding).c_str(), function,
+                    std::string(encoding), std::string(transport) == "tcp")
+                    ->Unit(benchmark::kMicrosecond)
+                    ->UseRealTime()
+                    ->Repetitions(9)
+                    ->ReportAggregatesOnly(true);
+            }
         }
     }
     MedianReporter reporter;

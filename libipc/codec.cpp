@@ -23,9 +23,9 @@ const char* encoding_name(Encoding encoding)
     return encoding == Encoding::Compact ? "compact" : "xmls";
 }
 
-std::string encode(Encoding encoding, const Message& message)
+std::string encode(Encoding encoding, const Message& message, const Message* onlyChild)
 {
-    return encoding == Encoding::Compact ? compact::encode(message) : xmls::encode(message);
+    return encoding == Encoding::Compact ? compact::encode(message, onlyChild) : xmls::encode(message, onlyChild);
 }
 
 bool decode(Encoding encoding, const char* data, std::size_t size, Message& out, std::string& error)
@@ -56,14 +56,14 @@ std::string frame(const std::string& payload)
     return framed;
 }
 
-FrameStatus peek_frame(const char* buffer, std::size_t size, std::size_t& payloadSize)
+FrameStatus peek_frame(const char* buffer, std::size_t size, std::size_t& payloadSize, std::size_t maxPayload)
 {
     if (size < kFrameHeaderBytes)
         return FrameStatus::Incomplete;
     const auto* header = reinterpret_cast<const unsigned char*>(buffer);
     const std::size_t length = (std::size_t{header[0]} << 24) | (std::size_t{header[1]} << 16)
         | (std::size_t{header[2]} << 8) | std::size_t{header[3]};
-    if (length > Limits::kMaxFrameBytes)
+    if (length > maxPayload)
         return FrameStatus::TooLarge;
     if (size - kFrameHeaderBytes < length)
         return FrameStatus::Incomplete;

@@ -24,8 +24,10 @@ enum class Encoding { Compact, Xmls };
 bool parse_encoding(const std::string& text, Encoding& out);
 const char* encoding_name(Encoding encoding);
 
-// One message tree as the payload of a frame (no length prefix).
-std::string encode(Encoding encoding, const Message& message);
+// One message tree as the payload of a frame (no length prefix). With `onlyChild`, that is
+// encoded as the only child of `message`, whose own children are ignored: an envelope is
+// written around its content without copying it.
+std::string encode(Encoding encoding, const Message& message, const Message* onlyChild = nullptr);
 // False, with a reason in `error`, for input that does not decode or breaks a limit.
 bool decode(Encoding encoding, const char* data, std::size_t size, Message& out, std::string& error);
 
@@ -34,12 +36,14 @@ constexpr std::size_t kFrameHeaderBytes = 4;
 std::string frame(const std::string& payload);
 enum class FrameStatus { Incomplete, Complete, TooLarge };
 // Looks at the start of `buffer`; on Complete, `payloadSize` is the length after the header.
-FrameStatus peek_frame(const char* buffer, std::size_t size, std::size_t& payloadSize);
+// TooLarge as soon as the header announces more than `maxPayload` bytes.
+FrameStatus peek_frame(const char* buffer, std::size_t size, std::size_t& payloadSize,
+                       std::size_t maxPayload = Limits::kMaxFrameBytes);
 
 // Envelope: every frame carries one Message whose name is the kind. Fields per kind:
 //   "challenge"    nonce (hex string), protocol (string)
-//   "login"        user (string), mac (hex HMAC-SHA256 of the nonce bytes, keyed by the password)
-//   "login_result" ok (bool)
+//   "login"        user (string), mac (the client's login MAC, see login.h)
+//   "login_result" ok (bool), mac (the unit's MAC, when ok)
 //   "subscribe"    pattern (string), flags (uint)
 //   "command"      one child: the request
 //   "response"     one child: the answer

@@ -23,6 +23,7 @@
 
 #include <cbor.h>
 
+#include <algorithm>
 #include <limits>
 #include <string_view>
 #include <vector>
@@ -46,7 +47,8 @@ public:
 
     void string(const std::string& text)
     {
-        const bool utf8 = utf8_all_of(text, any_code_point);
+        const bool ascii = std::all_of(text.begin(), text.end(), [](char c) { return (c & 0x80) == 0; });
+        const bool utf8 = ascii || utf8_all_of(text, any_code_point);
         put(utf8 ? cbor_encode_string_start(text.size(), m_head, sizeof m_head)
                  : cbor_encode_bytestring_start(text.size(), m_head, sizeof m_head));
         m_out += text;
@@ -82,7 +84,8 @@ private:
     std::string m_out;
 };
 
-void write_message(Writer& writer, const Message& message)
+// The name, the parameters and the head of the children array.
+void write_head(Writer& writer, const Message& message, std::size_t childCount)
 {
     writer.array(kMessageItems);
     writer.string(message.name);
@@ -99,7 +102,12 @@ void write_message(Writer& writer, const Message& message)
             writer.value(value);
         }
     }
-    writer.array(message.child_count());
+    writer.array(childCount);
+}
+
+void write_message(Writer& writer, const Message& message)
+{
+    write_head(writer, message, message.child_count());
     for (std::size_t i = 0; i < message.child_count(); ++i)
         write_message(writer, message.child(i));
 }
@@ -313,15 +321,14 @@ private:
             if (item.text.size() > Limits::kMaxKeyBytes)
                 return reject("parameter key longer than " + std::to_string(Limits::kMaxKeyBytes) + " bytes");
             top.key = item.text;
-            if (top.message->params().has_param(top.key))
-                return reject("parameter '" + top.key + "' given twice");
             top.stage = Stage::Value;
             return true;
         case Stage::Value: {
             ParamValue value;
             if (!to_param(top.paramType, item, value))
                 return reject("parameter '" + top.key + "' does not fit its type");
-            top.message->params().set(top.key, value);
+            if (!top.message->params().insert(top.key, std::move(value)))
+                return reject("parameter '" + top.key + "' given twice");
             if (--top.remaining == 0)
                 next_param_type(top);
             else
@@ -383,10 +390,15 @@ private:
 
 } // namespace
 
-std::string encode(const Message& message)
+std::string encode(const Message& message, const Message* onlyChild)
 {
     Writer writer;
-    write_message(writer, message);
+    if (onlyChild) {
+        write_head(writer, message, 1);
+        write_message(writer, *onlyChild);
+    } else {
+        write_message(writer, message);
+    }
     return writer.take();
 }
 

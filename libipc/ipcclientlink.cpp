@@ -3,6 +3,7 @@
 #include "hostlookup.h"
 #include "ipcendpoint.h"
 #include "ipcmanager.h"
+#include "knownunits.h"
 #include "login.h"
 #include "netutil.h"
 #include "strutil.h"
@@ -61,9 +62,7 @@ void IPCClientLink::service()
 
 bool IPCClientLink::send_command(const Message& msg)
 {
-    Message envelope(ipc::envelope::kCommand);
-    envelope.add_child(msg);
-    return send(envelope);
+    return send(Message(ipc::envelope::kCommand), &msg);
 }
 
 void IPCClientLink::send_subscription(const std::string& pattern, unsigned int flags)
@@ -113,7 +112,7 @@ void IPCClientLink::lookup_done()
                   m_address.to_string().c_str(), error.c_str());
         return;
     }
-    open_socket(fd, pending, m_address);
+    open_socket(fd, pending, ipc::net::effective_address(m_address));
 }
 
 void IPCClientLink::drop_lookup()
@@ -130,23 +129,62 @@ void IPCClientLink::open_socket(int fd, bool pending, const SocketAddr& address)
     IPCSocket::Owner& owner = *this;
     m_socket = &m_manager.add_socket(std::make_unique<IPCSocket>(m_manager, owner, fd, pending, m_encoding,
                                                                  "link to " + address.to_string()));
-    if (!pending)
+    if (!address.is_local()) {
+        std::string error;
+        static const ipc::tls::Context clientContext = ipc::tls::client_context(error);
+        m_socket->start_tls(clientContext, false);
+    } else if (!pending) {
         socket_connected(*m_socket);
+    }
 }
 
-bool IPCClientLink::send(const Message& msg)
+bool IPCClientLink::send(const Message& msg, const Message* onlyChild)
 {
     if (m_client.debug() && g_log.enabled(LOG_DEBUG)) {
         g_log.log(LOG_DEBUG, "IPC client %s sends:", m_client.endpoint_name().c_str());
         msg._dump(LOG_DEBUG, 0, 1);
+        if (onlyChild)
+            onlyChild->_dump(LOG_DEBUG, 0, 2);
     }
-    return m_socket && m_socket->send(msg);
+    return m_socket && m_socket->send(msg, onlyChild);
+}
+
+bool IPCClientLink::check_certificate(const IPCSocket& socket)
+{
+    const std::string seen = socket.tls()->peer_fingerprint();
+    const std::string unit = m_address.to_string();
+    const ipc::tls::KnownUnits knownUnits(m_client.m_knownUnitsFile);
+    std::string expected;
+    std::string source;
+    std::string error;
+    if (!m_client.m_expectedFingerprint.empty()) {
+        expected = ipc::tls::normalise_fingerprint(m_client.m_expectedFingerprint);
+        source = "REMOTE_UI_FINGERPRINT";
+        if (expected.empty())
+            error = "REMOTE_UI_FINGERPRINT is not a SHA-256 fingerprint: " + m_client.m_expectedFingerprint;
+    } else if (knownUnits.pinned(unit, expected, error)) {
+        source = "the pin in " + knownUnits.file();
+    }
+    if (!error.empty()) {
+        fail(error);
+        return false;
+    }
+    if (!expected.empty() && expected != seen) {
+        fail("the unit's certificate has changed: it shows fingerprint " + seen + " where " + source + " expects "
+             + expected + "; refused. If the unit was reinstalled, remove its line from " + knownUnits.file()
+             + " (or update REMOTE_UI_FINGERPRINT)");
+        return false;
+    }
+    m_unpinnedFingerprint = expected.empty() ? seen : std::string();
+    m_binding = socket.tls()->channel_binding();
+    return true;
 }
 
 void IPCClientLink::answer_challenge(const Message& challenge)
 {
     std::string mac;
-    if (!ipc::login::compute_mac(challenge.params().get_string("nonce", ""), m_client.get_password(), mac)) {
+    m_nonce = challenge.params().get_string("nonce", "");
+    if (!ipc::login::compute_mac(ipc::login::Role::Client, m_nonce, m_binding, m_client.get_password(), mac)) {
         fail("malformed challenge");
         return;
     }
@@ -169,11 +207,34 @@ void IPCClientLink::finish_login(const Message& result)
             m_socket->abort("login refused", LOG_INFO);
         return;
     }
+    if (!ipc::login::verify_mac(ipc::login::Role::Unit, m_nonce, m_binding, m_client.get_password(),
+                                result.params().get_string("mac", ""))) {
+        fail("the unit accepted the login without proving that it knows the password");
+        return;
+    }
+    pin_certificate();
     m_phase = Phase::LoggedIn;
     m_client.m_loggedIn = true;
     for (const IPCEndpointClient::Subscription& subscription : m_client.m_subscriptions)
         send_subscription(subscription.pattern, subscription.flags);
     m_client.logged_in();
+}
+
+void IPCClientLink::pin_certificate()
+{
+    if (m_unpinnedFingerprint.empty())
+        return;
+    const std::string unit = m_address.to_string();
+    const ipc::tls::KnownUnits knownUnits(m_client.m_knownUnitsFile);
+    std::string error;
+    if (knownUnits.pin(unit, m_unpinnedFingerprint, error))
+        g_log.log(LOG_INFO, "IPC client %s: pinned the certificate of unit %s (fingerprint %s) in %s",
+                  m_client.endpoint_name().c_str(), unit.c_str(), m_unpinnedFingerprint.c_str(),
+                  knownUnits.file().c_str());
+    else
+        g_log.log(LOG_ERROR, "IPC client %s: cannot pin the certificate of unit %s: %s",
+                  m_client.endpoint_name().c_str(), unit.c_str(), error.c_str());
+    m_unpinnedFingerprint.clear();
 }
 
 void IPCClientLink::fail(const std::string& reason)
@@ -182,8 +243,12 @@ void IPCClientLink::fail(const std::string& reason)
         m_socket->abort(reason, LOG_ERROR);
 }
 
-void IPCClientLink::socket_connected(IPCSocket&)
+void IPCClientLink::socket_connected(IPCSocket& socket)
 {
+    m_binding.clear();
+    m_unpinnedFingerprint.clear();
+    if (socket.tls() && !check_certificate(socket))
+        return;
     m_phase = Phase::AwaitingChallenge;
     m_phaseStart = Clock::now();
     m_client.m_connected = true;

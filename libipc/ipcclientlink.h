@@ -19,7 +19,10 @@ class HostLookup;
 
 // The connection of one client endpoint: connects, answers the server's challenge, sends the
 // subscriptions after each login, routes answers and notifications to the endpoint's virtuals,
-// and reconnects while the link is down. A TCP host is looked up off the loop thread.
+// and reconnects while the link is down. A TCP host is looked up off the loop thread and
+// spoken to inside TLS: its certificate must match the one expected or pinned, and the login
+// is bound to the TLS session; the unit's certificate is pinned once the unit has shown that
+// it knows the password.
 class IPCClientLink : private IPCSocket::Owner {
 public:
     IPCClientLink(IPCEndpointClient& client, IPCManager& manager, ipc::Encoding encoding, const SocketAddr& address);
@@ -43,9 +46,13 @@ private:
     void lookup_done();
     void drop_lookup();
     void open_socket(int fd, bool pending, const SocketAddr& address);
-    bool send(const Message& msg);
+    // With `onlyChild`, `msg` is an envelope around it.
+    bool send(const Message& msg, const Message* onlyChild = nullptr);
+    // False (logged, link closed) when the unit's certificate is not the one trusted.
+    bool check_certificate(const IPCSocket& socket);
     void answer_challenge(const Message& challenge);
     void finish_login(const Message& result);
+    void pin_certificate();
     void fail(const std::string& reason);
 
     void socket_connected(IPCSocket& socket) override;
@@ -58,6 +65,11 @@ private:
     const SocketAddr m_address;
     std::unique_ptr<ipc::net::HostLookup> m_lookup;
     IPCSocket* m_socket = nullptr;
+    // Of the current connection: what the login MACs are bound to, the challenge's nonce, and
+    // the certificate to pin after the login when none was trusted before.
+    std::string m_binding;
+    std::string m_nonce;
+    std::string m_unpinnedFingerprint;
     Phase m_phase = Phase::Down;
     Clock::time_point m_lastAttempt;
     // Start of the current connect or login, for the time-out.

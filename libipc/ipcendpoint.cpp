@@ -2,10 +2,17 @@
 
 #include "ipcclientlink.h"
 #include "ipcmanager.h"
+#include "knownunits.h"
 
 #include <algorithm>
+#include <cstdlib>
 
-IPCEndpointClient::IPCEndpointClient() = default;
+IPCEndpointClient::IPCEndpointClient()
+    : m_knownUnitsFile(ipc::tls::KnownUnits::default_file())
+{
+    if (const char* expected = std::getenv("REMOTE_UI_FINGERPRINT"))
+        m_expectedFingerprint = expected;
+}
 
 IPCEndpointClient::~IPCEndpointClient()
 {
@@ -72,4 +79,11 @@ void IPCEndpointClient::subscribe_unso(const std::string& pattern, unsigned int 
         m_subscriptions.push_back(Subscription{pattern, flags});
     if (m_link)
         m_link->send_subscription(pattern, flags);
+}
+
+void IPCEndpointClient::set_unit_trust(const std::string& knownUnitsFile, const std::string& expectedFingerprint)
+{
+    IPCLockGuard lock(manager() ? manager()->get_mutex() : nullptr);
+    m_knownUnitsFile = knownUnitsFile;
+    m_expectedFingerprint = expectedFingerprint;
 }

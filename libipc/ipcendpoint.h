@@ -70,6 +70,13 @@ public:
     // Stored, and sent after every successful login, before logged_in() is called.
     void subscribe_unso(const std::string& pattern, unsigned int flags);
 
+    // Whom a link to a remote unit (TCP, always inside TLS) trusts: the unit whose certificate
+    // has `expectedFingerprint` (SHA-256, hex) when given, else the one pinned for its host and
+    // port in `knownUnitsFile`, else, at the first login, the unit that proves it knows the
+    // password, which is then pinned there. By default REMOTE_UI_FINGERPRINT and
+    // KnownUnits::default_file().
+    void set_unit_trust(const std::string& knownUnitsFile, const std::string& expectedFingerprint);
+
     bool is_connected() const { return m_connected; }
     bool is_logged_in() const { return m_loggedIn; }
 
@@ -81,6 +88,8 @@ private:
         unsigned int flags;
     };
     std::vector<Subscription> m_subscriptions;
+    std::string m_knownUnitsFile;
+    std::string m_expectedFingerprint;
     std::unique_ptr<IPCClientLink> m_link;
     bool m_connected = false;
     bool m_loggedIn = false;
@@ -104,6 +113,11 @@ public:
 
     // The password for `user`, or false to refuse the user outright.
     virtual bool password_for(const std::string& user, std::string& password) const;
+    // Where the unit's TLS key and self-signed certificate live ("unit.key", "unit.crt"), made
+    // on the first TCP listen and kept; user_config_path("orvane-unit") by default. Set it
+    // before listening.
+    void set_tls_directory(const std::string& directory);
+    const std::string& tls_directory() const { return m_tlsDirectory; }
     // A session's login was accepted / a logged-in session ended.
     virtual void session_opened(const IPCSessionInfo&) {}
     virtual void session_closed(const IPCSessionInfo&) {}
@@ -126,6 +140,7 @@ public:
 private:
     friend class IPCManager;
     friend class IPCServerLink;
+    std::string m_tlsDirectory;
     std::unique_ptr<IPCServerLink> m_link;
 };
 

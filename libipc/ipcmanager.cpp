@@ -16,6 +16,7 @@
 #include <cerrno>
 #include <cstdint>
 #include <cstring>
+#include <thread>
 #include <utility>
 #include <vector>
 
@@ -40,6 +41,8 @@ public:
 
     int wakeFd = -1;
     std::atomic<bool> stopRequested{false};
+    // The thread inside event_loop(), which needs no wake-up: it polls again before it waits.
+    std::atomic<std::thread::id> loopThread;
     std::map<std::string, IPCEndpointClient*> clients;
     std::map<std::string, IPCEndpointServer*> servers;
     std::map<unsigned int, std::unique_ptr<IPCSocket>> sockets;
@@ -180,6 +183,7 @@ void IPCManager::event_loop()
     IPCMutex* mutex = get_mutex();
     IPCLockGuard lock(mutex);
     Impl& d = *m_impl;
+    d.loopThread.store(std::this_thread::get_id());
     d.nextTick = Clock::now() + kTickInterval;
     std::vector<pollfd> fds;
     std::vector<unsigned int> socketIds;
@@ -247,6 +251,7 @@ void IPCManager::event_loop()
         user_loop();
     }
     d.stopRequested.store(false);
+    d.loopThread.store(std::thread::id());
 }
 
 void IPCManager::stop()
@@ -257,6 +262,8 @@ void IPCManager::stop()
 
 void IPCManager::wake()
 {
+    if (m_impl->loopThread.load() == std::this_thread::get_id())
+        return;
     const std::uint64_t one = 1;
     const ssize_t written = write(m_impl->wakeFd, &one, sizeof one);
     static_cast<void>(written);

@@ -61,7 +61,8 @@ public:
     // the manager is destroyed.
     void event_loop();
     void stop();
-    // Wakes a waiting loop so it picks up queued output; send paths call it themselves.
+    // Wakes a waiting loop so it picks up queued output; send paths call it themselves. From
+    // the loop's own thread it does nothing: the loop looks again before it waits.
     void wake();
 
     // One-shot timer run on the loop thread with the lock held. Returns an id for cancel().

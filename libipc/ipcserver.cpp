@@ -2,6 +2,7 @@
 
 #include "ipcmanager.h"
 #include "ipcserverlink.h"
+#include "knownunits.h"
 
 namespace {
 
@@ -12,7 +13,10 @@ IPCMutex* lock_of(const IPCEndpoint& endpoint)
 
 } // namespace
 
-IPCEndpointServer::IPCEndpointServer() = default;
+IPCEndpointServer::IPCEndpointServer()
+    : m_tlsDirectory(ipc::tls::user_config_path("orvane-unit"))
+{
+}
 
 IPCEndpointServer::~IPCEndpointServer()
 {
@@ -25,6 +29,12 @@ IPCEndpointServer::~IPCEndpointServer()
 bool IPCEndpointServer::password_for(const std::string&, std::string&) const
 {
     return false;
+}
+
+void IPCEndpointServer::set_tls_directory(const std::string& directory)
+{
+    IPCLockGuard lock(lock_of(*this));
+    m_tlsDirectory = directory;
 }
 
 bool IPCEndpointServer::send_response(unsigned int sessionId, const Message& msg)

@@ -12,9 +12,6 @@
 
 namespace {
 
-// Beyond this, new connections are accepted and closed at once, which keeps the listening
-// socket drained.
-constexpr std::size_t kMaxSessions = 64;
 // After a failed accept (out of descriptors, say) the listener rests instead of spinning.
 constexpr std::chrono::seconds kAcceptPause(1);
 
@@ -45,17 +42,28 @@ bool IPCServerLink::listen(ipc::Encoding encoding, const SocketAddr& address)
 {
     const SocketAddr effective = ipc::net::effective_address(address);
     std::string error;
+    if (!effective.is_local() && !m_tlsContext) {
+        std::string fingerprint;
+        m_tlsContext = ipc::tls::server_context(m_server.tls_directory(), fingerprint, error);
+        if (!m_tlsContext) {
+            g_log.log(LOG_ERROR, "IPC server %s: no TLS identity: %s", m_server.endpoint_name().c_str(),
+                      error.c_str());
+            return false;
+        }
+        g_log.log(LOG_INFO, "IPC server %s: TLS certificate %s/unit.crt, fingerprint %s",
+                  m_server.endpoint_name().c_str(), m_server.tls_directory().c_str(), fingerprint.c_str());
+    }
     const int fd = ipc::net::listen_stream(effective, error);
     if (fd < 0) {
         g_log.log(LOG_ERROR, "IPC server %s: cannot listen on %s: %s", m_server.endpoint_name().c_str(),
                   effective.to_string().c_str(), error.c_str());
         return false;
     }
-    const Listener listener{fd, encoding, effective.to_string()};
+    const Listener listener{fd, encoding, effective.to_string(), !effective.is_local()};
     m_listeners.push_back(listener);
     watch(listener);
-    g_log.log(LOG_INFO, "IPC server %s: listening on %s (%s)", m_server.endpoint_name().c_str(),
-              listener.address.c_str(), ipc::encoding_name(encoding));
+    g_log.log(LOG_INFO, "IPC server %s: listening on %s (%s%s)", m_server.endpoint_name().c_str(),
+              listener.address.c_str(), ipc::encoding_name(encoding), listener.tls ? ", TLS" : "");
     return true;
 }
 
@@ -64,16 +72,13 @@ bool IPCServerLink::send_response(unsigned int sessionId, const Message& msg)
     const auto it = m_sessions.find(sessionId);
     if (it == m_sessions.end() || !it->second.loggedIn)
         return false;
-    Message envelope(ipc::envelope::kResponse);
-    envelope.add_child(msg);
-    return it->second.socket->send(envelope);
+    return it->second.socket->send(Message(ipc::envelope::kResponse), &msg);
 }
 
 std::size_t IPCServerLink::push_unso(const std::string& id, const Message& msg, unsigned int onlySession)
 {
     Message envelope(ipc::envelope::kUnso);
     envelope.params().set_string("id", id);
-    envelope.add_child(msg);
     const bool generic = id == IPCEndpointServer::kGenericUnso;
     // Encoded once per encoding in use.
     std::map<ipc::Encoding, std::string> frames;
@@ -91,7 +96,7 @@ std::size_t IPCServerLink::push_unso(const std::string& id, const Message& msg, 
         auto frame = frames.find(encoding);
         if (frame == frames.end()) {
             std::string encoded;
-            if (!IPCSocket::encode_frame(encoding, envelope, encoded))
+            if (!IPCSocket::encode_frame(encoding, envelope, &msg, encoded))
                 return delivered;
             frame = frames.emplace(encoding, std::move(encoded)).first;
         }
@@ -140,43 +145,73 @@ void IPCServerLink::accept_clients(const Listener& listener)
             return;
         }
         peer = "client " + peer + " on " + listener.address;
-        if (m_sessions.size() >= kMaxSessions) {
+        if (sessions().size() >= kMaxSessions) {
             g_log.log(LOG_ERROR, "IPC %s: too many sessions; connection closed", peer.c_str());
             close(fd);
             continue;
         }
-        IPCSocket::Owner& owner = *this;
-        IPCSocket& socket = m_manager.add_socket(
-            std::make_unique<IPCSocket>(m_manager, owner, fd, false, listener.encoding, peer));
-        const unsigned int id = socket.id();
-        Session& session = m_sessions[id];
-        session.info.id = id;
-        session.socket = &socket;
-        session.nonce = ipc::login::make_nonce();
-        session.loggedIn = false;
-        session.loginTimer = m_manager.schedule(kLoginTimeout, [this, id] {
-            const auto it = m_sessions.find(id);
-            if (it == m_sessions.end())
-                return;
-            it->second.loginTimer = 0;
-            it->second.socket->abort("no login within " + std::to_string(kLoginTimeout.count()) + " s", LOG_ERROR);
-        });
-
-        Message challenge(ipc::envelope::kChallenge);
-        challenge.params().set_string("nonce", session.nonce);
-        challenge.params().set_string("protocol", int_to_str(kProtocolVersion));
-        socket.send(challenge);
+        make_room_for_login();
+        open_session(listener, fd, peer);
     }
+}
+
+void IPCServerLink::make_room_for_login()
+{
+    // Ids grow with each connection, so the first waiting session is the oldest.
+    std::size_t waiting = 0;
+    Session* oldest = nullptr;
+    for (auto& entry : m_sessions) {
+        if (entry.second.loggedIn || !entry.second.socket->is_open())
+            continue;
+        ++waiting;
+        if (!oldest)
+            oldest = &entry.second;
+    }
+    if (waiting >= kMaxPendingLogins)
+        oldest->socket->abort("no login yet, making room for a new connection", LOG_INFO);
+}
+
+void IPCServerLink::open_session(const Listener& listener, int fd, const std::string& peer)
+{
+    IPCSocket::Owner& owner = *this;
+    IPCSocket& socket = m_manager.add_socket(
+        std::make_unique<IPCSocket>(m_manager, owner, fd, false, listener.encoding, peer));
+    socket.set_frame_limit(kMaxLoginFrameBytes);
+    const unsigned int id = socket.id();
+    Session& session = m_sessions[id];
+    session.info.id = id;
+    session.socket = &socket;
+    session.nonce = ipc::login::make_nonce();
+    session.loginTimer = m_manager.schedule(kLoginTimeout, [this, id] {
+        const auto it = m_sessions.find(id);
+        if (it == m_sessions.end())
+            return;
+        it->second.loginTimer = 0;
+        it->second.socket->abort("no login within " + std::to_string(kLoginTimeout.count()) + " s", LOG_ERROR);
+    });
+    if (listener.tls && !socket.start_tls(m_tlsContext, true))
+        return;
+    // Over TLS it waits for the end of the handshake.
+    Message challenge(ipc::envelope::kChallenge);
+    challenge.params().set_string("nonce", session.nonce);
+    challenge.params().set_string("protocol", int_to_str(kProtocolVersion));
+    socket.send(challenge);
 }
 
 void IPCServerLink::check_login(Session& session, const Message& login)
 {
     const std::string user = login.params().get_string("user", "");
+    const std::string binding = session.socket->tls() ? session.socket->tls()->channel_binding() : std::string();
     std::string password;
+    std::string unitMac;
     const bool accepted = m_server.password_for(user, password)
-        && ipc::login::verify_mac(session.nonce, password, login.params().get_string("mac", ""));
+        && ipc::login::verify_mac(ipc::login::Role::Client, session.nonce, binding, password,
+                                  login.params().get_string("mac", ""))
+        && ipc::login::compute_mac(ipc::login::Role::Unit, session.nonce, binding, password, unitMac);
     Message result(ipc::envelope::kLoginResult);
     result.params().set_bool("ok", accepted);
+    if (accepted)
+        result.params().set_string("mac", unitMac);
     session.socket->send(result);
     if (!accepted) {
         g_log.log(LOG_ERROR, "IPC %s: login refused for user \"%s\"", session.socket->peer().c_str(), user.c_str());
@@ -186,6 +221,7 @@ void IPCServerLink::check_login(Session& session, const Message& login)
     m_manager.cancel(session.loginTimer);
     session.loginTimer = 0;
     session.loggedIn = true;
+    session.socket->set_frame_limit(ipc::Limits::kMaxFrameBytes);
     session.info.user = user;
     g_log.log(LOG_INFO, "IPC %s: session %u logged in as \"%s\"", session.socket->peer().c_str(), session.info.id,
               user.c_str());
@@ -210,7 +246,7 @@ void IPCServerLink::serve(Session& session, const Message& msg)
 
 void IPCServerLink::socket_connected(IPCSocket&)
 {
-    // Accepted sockets start connected.
+    // Nothing to do: the challenge queued at accept goes out once the socket is open.
 }
 
 void IPCServerLink::socket_message(IPCSocket& socket, const Message& msg)

@@ -5,6 +5,7 @@
 #include "ipcendpoint.h"
 #include "ipcsocket.h"
 #include "socketaddr.h"
+#include "tlschannel.h"
 
 #include <chrono>
 #include <map>
@@ -13,12 +14,18 @@
 
 class IPCManager;
 
-// The listening sockets and sessions of one server endpoint. A session serves nothing until
-// its login is accepted; anything else before that closes it.
+// The listening sockets and sessions of one server endpoint. A TCP listener runs TLS with the
+// unit's identity; a local one stays in the clear. A session serves nothing until its login is
+// accepted; anything else before that closes it, and so does a frame that no login needs.
+// Connections still waiting for their login are few: the oldest makes room for a new one, so
+// idle connections cannot keep a real client out.
 class IPCServerLink : private IPCSocket::Owner {
 public:
     static constexpr int kProtocolVersion = 1;
     static constexpr std::chrono::seconds kLoginTimeout{10};
+    static constexpr std::size_t kMaxSessions = 64;
+    static constexpr std::size_t kMaxPendingLogins = 16;
+    static constexpr std::size_t kMaxLoginFrameBytes = 1024;
 
     IPCServerLink(IPCEndpointServer& server, IPCManager& manager);
     IPCServerLink(const IPCServerLink&) = delete;
@@ -37,6 +44,7 @@ private:
         int fd;
         ipc::Encoding encoding;
         std::string address;
+        bool tls;
     };
     // Keyed by the id of its socket, which is also the session id.
     struct Session {
@@ -49,6 +57,9 @@ private:
 
     void watch(const Listener& listener);
     void accept_clients(const Listener& listener);
+    // Closes the oldest connection still waiting for its login when there are too many.
+    void make_room_for_login();
+    void open_session(const Listener& listener, int fd, const std::string& peer);
     void check_login(Session& session, const Message& login);
     void serve(Session& session, const Message& msg);
 
@@ -59,6 +70,7 @@ private:
     IPCEndpointServer& m_server;
     IPCManager& m_manager;
     std::vector<Listener> m_listeners;
+    ipc::tls::Context m_tlsContext;
     // Listeners paused after a failed accept, with the timer that resumes them.
     std::map<int, unsigned int> m_pausedListeners;
     std::map<unsigned int, Session> m_sessions;

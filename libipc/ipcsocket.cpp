@@ -36,15 +36,31 @@ IPCSocket::~IPCSocket()
     close_fd();
 }
 
-bool IPCSocket::send(const Message& msg)
+bool IPCSocket::start_tls(const ipc::tls::Context& context, bool server)
 {
-    std::string frame;
-    return is_open() && encode_frame(m_encoding, msg, frame) && send_frame(frame);
+    std::string error;
+    m_tls = ipc::tls::Channel::create(context, m_fd, server, error);
+    if (!m_tls) {
+        abort(error, LOG_ERROR);
+        return false;
+    }
+    if (m_state == State::Open) {
+        m_state = State::Handshaking;
+        continue_handshake();
+    }
+    return true;
 }
 
-bool IPCSocket::encode_frame(ipc::Encoding encoding, const Message& msg, std::string& frame)
+bool IPCSocket::send(const Message& msg, const Message* onlyChild)
 {
-    const std::string payload = ipc::encode(encoding, msg);
+    std::string frame;
+    return is_open() && encode_frame(m_encoding, msg, onlyChild, frame) && send_frame(frame);
+}
+
+bool IPCSocket::encode_frame(ipc::Encoding encoding, const Message& msg, const Message* onlyChild,
+                             std::string& frame)
+{
+    const std::string payload = ipc::encode(encoding, msg, onlyChild);
     if (payload.size() > ipc::Limits::kMaxFrameBytes) {
         g_log.log(LOG_ERROR, "IPC: message \"%s\" of %zu bytes is too large to send", msg.name.c_str(),
                   payload.size());
@@ -101,8 +117,10 @@ short IPCSocket::wanted_events() const
     switch (m_state) {
     case State::Connecting:
         return POLLOUT;
+    case State::Handshaking:
+        return m_tls->wants_write() ? POLLOUT : POLLIN;
     case State::Open:
-        return pendingOutput ? POLLIN | POLLOUT : POLLIN;
+        return pendingOutput || (m_tls && m_tls->wants_write()) ? POLLIN | POLLOUT : POLLIN;
     case State::Flushing:
         return POLLOUT;
     case State::Aborted:
@@ -121,9 +139,15 @@ void IPCSocket::service()
             finish_connect();
         return;
     }
+    if (m_state == State::Handshaking) {
+        continue_handshake();
+        return;
+    }
+    // A TLS read may have stopped for want of room to write (a key update, say).
+    const bool readWaitsForRoom = m_tls && m_tls->wants_write() && m_outputSent == m_output.size();
     if ((events & POLLOUT) && (m_state == State::Open || m_state == State::Flushing))
         flush();
-    if ((events & (POLLIN | POLLHUP | POLLERR)) && m_state == State::Open)
+    if ((events & (POLLIN | POLLHUP | POLLERR) || (readWaitsForRoom && (events & POLLOUT))) && m_state == State::Open)
         read_input();
     if ((events & (POLLHUP | POLLERR)) && m_state == State::Flushing)
         abort("closed by peer", LOG_INFO);
@@ -156,25 +180,119 @@ void IPCSocket::finish_connect()
         abort(error, LOG_INFO);
         return;
     }
+    if (m_tls) {
+        m_state = State::Handshaking;
+        continue_handshake();
+    } else {
+        become_open();
+    }
+}
+
+void IPCSocket::continue_handshake()
+{
+    switch (m_tls->handshake()) {
+    case ipc::tls::Channel::Status::Done:
+        become_open();
+        break;
+    case ipc::tls::Channel::Status::WantRead:
+    case ipc::tls::Channel::Status::WantWrite:
+        break;
+    case ipc::tls::Channel::Status::Closed:
+        abort("closed by peer during the TLS handshake", LOG_INFO);
+        break;
+    case ipc::tls::Channel::Status::Failed:
+        abort(m_tls->error(), LOG_ERROR);
+        break;
+    }
+}
+
+void IPCSocket::become_open()
+{
     m_state = State::Open;
     m_owner->socket_connected(*this);
+    if (m_state == State::Open && m_outputSent < m_output.size())
+        flush();
+}
+
+IPCSocket::Io IPCSocket::io_of(ipc::tls::Channel::Status status)
+{
+    switch (status) {
+    case ipc::tls::Channel::Status::Done:
+        return Io::Progress;
+    case ipc::tls::Channel::Status::WantRead:
+    case ipc::tls::Channel::Status::WantWrite:
+        return Io::WouldBlock;
+    case ipc::tls::Channel::Status::Closed:
+        return Io::End;
+    case ipc::tls::Channel::Status::Failed:
+        break;
+    }
+    return Io::Failed;
+}
+
+IPCSocket::Io IPCSocket::read_some(char* buffer, std::size_t size, std::size_t& got, std::string& error)
+{
+    if (m_tls) {
+        const Io io = io_of(m_tls->read(buffer, size, got));
+        if (io == Io::Failed)
+            error = m_tls->error();
+        return io;
+    }
+    for (;;) {
+        const ssize_t n = ::recv(m_fd, buffer, size, MSG_DONTWAIT);
+        if (n > 0) {
+            got = static_cast<std::size_t>(n);
+            return Io::Progress;
+        }
+        if (n == 0)
+            return Io::End;
+        if (errno == EAGAIN || errno == EWOULDBLOCK)
+            return Io::WouldBlock;
+        if (errno != EINTR) {
+            error = std::string("read failed: ") + std::strerror(errno);
+            return Io::Failed;
+        }
+    }
+}
+
+IPCSocket::Io IPCSocket::write_some(const char* data, std::size_t size, std::size_t& written, std::string& error)
+{
+    if (m_tls) {
+        const Io io = io_of(m_tls->write(data, size, written));
+        if (io == Io::End || io == Io::Failed) {
+            error = io == Io::End ? std::string("write failed: closed by peer") : m_tls->error();
+            return Io::Failed;
+        }
+        return io;
+    }
+    for (;;) {
+        const ssize_t n = ::send(m_fd, data, size, MSG_NOSIGNAL | MSG_DONTWAIT);
+        if (n >= 0) {
+            written = static_cast<std::size_t>(n);
+            return Io::Progress;
+        }
+        if (errno == EAGAIN || errno == EWOULDBLOCK)
+            return Io::WouldBlock;
+        if (errno != EINTR) {
+            error = std::string("write failed: ") + std::strerror(errno);
+            return Io::Failed;
+        }
+    }
 }
 
 void IPCSocket::flush()
 {
     while (m_outputSent < m_output.size()) {
-        const ssize_t n = ::send(m_fd, m_output.data() + m_outputSent, m_output.size() - m_outputSent,
-                                 MSG_NOSIGNAL | MSG_DONTWAIT);
-        if (n > 0) {
-            m_outputSent += static_cast<std::size_t>(n);
-        } else if (n < 0 && errno == EINTR) {
-            continue;
-        } else if (n < 0 && (errno == EAGAIN || errno == EWOULDBLOCK)) {
-            break;
-        } else {
-            abort(std::string("write failed: ") + std::strerror(errno), LOG_INFO);
+        std::size_t written = 0;
+        std::string error;
+        const Io io = write_some(m_output.data() + m_outputSent, m_output.size() - m_outputSent, written, error);
+        if (io == Io::Failed) {
+            abort(error, LOG_INFO);
             return;
         }
+        if (io != Io::Progress || written == 0)
+            break;
+        m_outputSent += written;
     }
     if (m_outputSent == m_output.size()) {
         m_output.clear();
@@ -191,25 +309,30 @@ void IPCSocket::read_input()
 {
     char chunk[kReadChunk];
     std::size_t budget = kReadBudget;
-    while (m_state == State::Open && budget > 0) {
-        const ssize_t n = ::recv(m_fd, chunk, sizeof chunk, MSG_DONTWAIT);
-        if (n > 0) {
-            m_input.append(chunk, static_cast<std::size_t>(n));
-            budget -= std::min(budget, static_cast<std::size_t>(n));
+    // Input that TLS has already decrypted is invisible to poll(), so it is taken whatever the budget.
+    while (m_state == State::Open && (budget > 0 || (m_tls && m_tls->has_buffered_input()))) {
+        std::size_t got = 0;
+        std::string error;
+        switch (read_some(chunk, sizeof chunk, got, error)) {
+        case Io::Progress:
+            m_input.append(chunk, got);
+            budget -= std::min(budget, got);
             if (!dispatch_frames())
                 return;
-        } else if (n == 0) {
+            // A short read in the clear has emptied the socket: no second call only to hear so.
+            if (!m_tls && got < sizeof chunk)
+                return;
+            break;
+        case Io::WouldBlock:
+            return;
+        case Io::End:
             if (m_input.empty())
                 abort("closed by peer", LOG_INFO);
             else
                 abort("closed by peer inside a frame", LOG_ERROR);
             return;
-        } else if (errno == EINTR) {
-            continue;
-        } else if (errno == EAGAIN || errno == EWOULDBLOCK) {
-            return;
-        } else {
-            abort(std::string("read failed: ") + std::strerror(errno), LOG_INFO);
+        case Io::Failed:
+            abort(error, LOG_INFO);
             return;
         }
     }
@@ -221,11 +344,11 @@ bool IPCSocket::dispatch_frames()
     while (m_state == State::Open) {
         std::size_t payloadSize = 0;
         const ipc::FrameStatus status = ipc::peek_frame(m_input.data() + offset, m_input.size() - offset,
-                                                        payloadSize);
+                                                        payloadSize, m_frameLimit);
         if (status == ipc::FrameStatus::Incomplete)
             break;
         if (status == ipc::FrameStatus::TooLarge) {
-            abort("frame larger than " + std::to_string(ipc::Limits::kMaxFrameBytes) + " bytes", LOG_ERROR);
+            abort("frame larger than " + std::to_string(m_frameLimit) + " bytes", LOG_ERROR);
             break;
         }
         Message msg;

@@ -3,16 +3,19 @@
 
 #include "codec.h"
 #include "logger.h"
+#include "tlschannel.h"
 
 #include <cstddef>
+#include <memory>
 #include <string>
 
 class IPCManager;
 class Message;
 
-// One non-blocking stream connection carrying frames of one encoding. The manager owns every
-// socket and polls it; the link that opened it (its owner) hears of the connection, of each
-// decoded message and of the close.
+// One non-blocking stream connection carrying frames of one encoding, in the clear or inside
+// TLS. The manager owns every socket and polls it; the link that opened it (its owner) hears of
+// the connection (once the TLS handshake is done, for TLS), of each decoded message and of the
+// close.
 //
 // A close never happens in the middle of a call: abort() only records why, and the manager's
 // loop closes the socket afterwards, tells the owner and deletes it. So an owner may abort from
@@ -45,15 +48,26 @@ public:
     const std::string& peer() const { return m_peer; }
     ipc::Encoding encoding() const { return m_encoding; }
     // Connected, or still connecting, and no close asked for.
-    bool is_open() const { return m_state == State::Connecting || m_state == State::Open; }
+    bool is_open() const { return m_state == State::Connecting || m_state == State::Handshaking || m_state == State::Open; }
 
-    // Encodes, frames and queues one message; writes at once when nothing is waiting. Never
-    // blocks. False when the socket is closing or the output queue is full (then it aborts).
-    bool send(const Message& msg);
+    // Runs TLS on this socket: as the client once connected, as the server at once. Call
+    // right after construction; false (the socket aborts) when OpenSSL cannot start.
+    bool start_tls(const ipc::tls::Context& context, bool server);
+    // The TLS session once connected; null on a socket in the clear.
+    const ipc::tls::Channel* tls() const { return m_tls.get(); }
+    // Frames larger than this close the connection before they are read whole; the default is
+    // ipc::Limits::kMaxFrameBytes.
+    void set_frame_limit(std::size_t bytes) { m_frameLimit = bytes; }
+
+    // Encodes, frames and queues one message (with `onlyChild`, an envelope around it, see
+    // ipc::encode); writes at once when nothing is waiting. Never blocks. False when the socket
+    // is closing or the output queue is full (then it aborts).
+    bool send(const Message& msg, const Message* onlyChild = nullptr);
     // The same for a frame already encoded in this socket's encoding.
     bool send_frame(const std::string& frame);
     // False (logged) when the message is too large for one frame.
-    static bool encode_frame(ipc::Encoding encoding, const Message& msg, std::string& frame);
+    static bool encode_frame(ipc::Encoding encoding, const Message& msg, const Message* onlyChild,
+                             std::string& frame);
     // Closes soon, logging `reason` at `level`; the first reason wins.
     void abort(const std::string& reason, LOG_LEVEL level);
     // Stops reading and closes once the queued output is written.
@@ -75,9 +89,17 @@ public:
 
 private:
     friend class IPCManager;
-    enum class State { Connecting, Open, Flushing, Aborted, Closed };
+    enum class State { Connecting, Handshaking, Open, Flushing, Aborted, Closed };
+    enum class Io { Progress, WouldBlock, End, Failed };
 
     void finish_connect();
+    void continue_handshake();
+    // The socket is usable: tells the owner and sends what was queued meanwhile.
+    void become_open();
+    static Io io_of(ipc::tls::Channel::Status status);
+    // One read or write of the stream, in the clear or through TLS; `error` on Failed.
+    Io read_some(char* buffer, std::size_t size, std::size_t& got, std::string& error);
+    Io write_some(const char* data, std::size_t size, std::size_t& written, std::string& error);
     void flush();
     void read_input();
     // Dispatches every whole frame in the input buffer; false once the socket stops reading.
@@ -91,6 +113,8 @@ private:
     State m_state;
     ipc::Encoding m_encoding;
     std::string m_peer;
+    std::unique_ptr<ipc::tls::Channel> m_tls;
+    std::size_t m_frameLimit = ipc::Limits::kMaxFrameBytes;
     short m_readyEvents = 0;
     std::string m_input;
     std::string m_output;

@@ -34,7 +34,11 @@ bool from_hex(const std::string& hex, unsigned char* out, std::size_t size)
         && decoded == size && end == hex.data() + hex.size();
 }
 
-bool mac_of(const std::string& nonceHex, const std::string& password, Mac& mac)
+// Marks the unit's MAC, so that the client's can never be sent back as the unit's.
+const unsigned char kUnitRole[] = {'u', 'n', 'i', 't', ':'};
+
+bool mac_of(Role role, const std::string& nonceHex, const std::string& binding, const std::string& password,
+            Mac& mac)
 {
     std::array<unsigned char, kNonceBytes> nonce;
     if (!sodium_ready() || !from_hex(nonceHex, nonce.data(), nonce.size()))
@@ -42,7 +46,10 @@ bool mac_of(const std::string& nonceHex, const std::string& password, Mac& mac)
     crypto_auth_hmacsha256_state state;
     crypto_auth_hmacsha256_init(&state, reinterpret_cast<const unsigned char*>(password.data()),
                                 password.size());
+    if (role == Role::Unit)
+        crypto_auth_hmacsha256_update(&state, kUnitRole, sizeof kUnitRole);
     crypto_auth_hmacsha256_update(&state, nonce.data(), nonce.size());
+    crypto_auth_hmacsha256_update(&state, reinterpret_cast<const unsigned char*>(binding.data()), binding.size());
     crypto_auth_hmacsha256_final(&state, mac.data());
     sodium_memzero(&state, sizeof state);
     return true;
@@ -59,20 +66,22 @@ std::string make_nonce()
     return to_hex(nonce.data(), nonce.size());
 }
 
-bool compute_mac(const std::string& nonceHex, const std::string& password, std::string& macHex)
+bool compute_mac(Role role, const std::string& nonceHex, const std::string& binding, const std::string& password,
+                 std::string& macHex)
 {
     Mac mac;
-    if (!mac_of(nonceHex, password, mac))
+    if (!mac_of(role, nonceHex, binding, password, mac))
         return false;
     macHex = to_hex(mac.data(), mac.size());
     return true;
 }
 
-bool verify_mac(const std::string& nonceHex, const std::string& password, const std::string& macHex)
+bool verify_mac(Role role, const std::string& nonceHex, const std::string& binding, const std::string& password,
+                const std::string& macHex)
 {
     Mac expected;
     Mac received;
-    return mac_of(nonceHex, password, expected) && from_hex(macHex, received.data(), received.size())
+    return mac_of(role, nonceHex, binding, password, expected) && from_hex(macHex, received.data(), received.size())
         && sodium_memcmp(expected.data(), received.data(), expected.size()) == 0;
 }
 

@@ -175,6 +175,11 @@ void Params::set(const std::string& key, const ParamValue& value)
     m_values[key] = value;
 }
 
+bool Params::insert(std::string key, ParamValue value)
+{
+    return m_values.emplace(std::move(key), std::move(value)).second;
+}
+
 std::string Params::get_string(const std::string& key, const std::string& def) const
 {
     const auto found = m_values.find(key);

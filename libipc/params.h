@@ -31,6 +31,8 @@ public:
     void set_uint(const std::string& key, uint32_t value);
     void set_bool(const std::string& key, bool value);
     void set(const std::string& key, const ParamValue& value);
+    // Adds a key that is not there yet; false, and nothing changed, when it is.
+    bool insert(std::string key, ParamValue value);
 
     std::string get_string(const std::string& key, const std::string& def) const;
     int32_t get_int(const std::string& key, int32_t def) const;

@@ -140,17 +140,26 @@ void write_param(std::string& out, const std::string& key, const ParamValue& val
     out += '>';
 }
 
-void write_message(std::string& out, const Message& message)
+// The opening tag and the parameters; false when the message has neither parameters nor
+// children (`hasChildren`), which is written whole as an empty element.
+bool write_open(std::string& out, const Message& message, bool hasChildren)
 {
     out += "<m";
     append_naming_attribute(out, "n", message.name);
-    if (message.params().empty() && message.child_count() == 0) {
+    if (message.params().empty() && !hasChildren) {
         out += "/>";
-        return;
+        return false;
     }
     out += '>';
     for (const auto& [key, value] : message.params().values())
         write_param(out, key, value);
+    return true;
+}
+
+void write_message(std::string& out, const Message& message)
+{
+    if (!write_open(out, message, message.child_count() > 0))
+        return;
     for (std::size_t i = 0; i < message.child_count(); ++i)
         write_message(out, message.child(i));
     out += "</m>";
@@ -407,10 +416,16 @@ private:
 
 } // namespace
 
-std::string encode(const Message& message)
+std::string encode(const Message& message, const Message* onlyChild)
 {
     std::string out;
-    write_message(out, message);
+    if (!onlyChild) {
+        write_message(out, message);
+    } else {
+        write_open(out, message, true);
+        write_message(out, *onlyChild);
+        out += "</m>";
+    }
     return out;
 }
 

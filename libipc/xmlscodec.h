@@ -9,7 +9,8 @@
 // The "xmls" encoding: the message tree as XML text.
 namespace ipc::xmls {
 
-std::string encode(const Message& message);
+// With `onlyChild`, that is encoded as the only child of `message`, whose own are ignored.
+std::string encode(const Message& message, const Message* onlyChild = nullptr);
 // Fills `out` (which the caller passes empty) or gives the reason in `error`.
 bool decode(const char* data, std::size_t size, Message& out, std::string& error);
 

@@ -5,14 +5,18 @@
 #include "message.h"
 #include "smallmeter.h"
 
+#include <QLayout>
+
 namespace {
 const int kSmallMeterWidth = 78;
 const int kSmallMeterHeight = 14;
 
-// Summed positions rather than mapToGlobal: the bars are placed before the windows are shown,
-// and the fixed form geometry already holds the final positions then.
+// Summed positions rather than mapToGlobal: the bars are placed before the windows are shown.
+// The window's layout is settled first, as it moves the forms (under the menu bar, say).
 QPoint screenOrigin(const QWidget *widget)
 {
+    if (QLayout *layout = widget->window()->layout())
+        layout->activate();
     QPoint origin;
     for (; widget; widget = widget->parentWidget())
         origin += widget->pos();

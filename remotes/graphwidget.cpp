@@ -7,7 +7,23 @@ constexpr int kLabelWidth = 40;
 constexpr int kLabelGap = 2;
 constexpr int kTopBaseline = 10;
 constexpr int kMiddleBaselineBelowCentre = 5;
+// Small enough for "1234.5kb" to fit beside the plot.
+constexpr int kLabelPointSize = 7;
 const QColor kBackground(30, 30, 30);
+// Drops the inner points of level runs: a level run is one segment, which strokes the same pixels
+// at a fraction of the cost of a segment per column.
+void dropLevelRuns(Grapher::PointList& points)
+{
+    int kept = 0;
+    for (int i = 0; i < points.size(); ++i) {
+        const bool inner = kept >= 1 && i + 1 < points.size() && points[kept - 1].y() == points[i].y() &&
+                           points[i + 1].y() == points[i].y();
+        if (!inner)
+            points[kept++] = points[i];
+    }
+    points.resize(kept);
+}
+
 } // namespace
 
 GraphWidget::GraphWidget(QWidget* placeholder, unsigned historyLength, unsigned seriesCount,
@@ -23,6 +39,9 @@ GraphWidget::GraphWidget(QWidget* placeholder, unsigned historyLength, unsigned 
     setFixedSize(size);
     m_plotWidth = size.width() - kLabelWidth;
     m_plotHeight = size.height();
+    QFont labelFont = font();
+    labelFont.setPointSize(kLabelPointSize);
+    setFont(labelFont);
 }
 
 QPen GraphWidget::framePen()
@@ -70,22 +89,38 @@ void GraphWidget::paintEvent(QPaintEvent*)
     int max = 0;
     draw(static_cast<uint32_t>(m_key), m_points.data(), m_rects.data(), &min, &max);
 
+    // A one-pixel outline covers the rectangle grown by a pixel to the right and down, around the
+    // fill: painted as two fills, it costs a fraction of stroking every column's edges.
+    painter.setPen(Qt::NoPen);
     for (int i = 0; i < m_rects.size(); ++i) {
-        painter.setPen(m_rectStyles[i].outline);
+        RectList& list = m_rects[i];
+        for (QRect& rect : list)
+            rect.adjust(0, 0, 1, 1);
+        painter.setBrush(m_rectStyles[i].outline.color());
+        painter.drawRects(list);
+        for (QRect& rect : list)
+            rect.adjust(1, 1, -1, -1);
         painter.setBrush(m_rectStyles[i].fill);
-        painter.drawRects(m_rects[i]);
+        painter.drawRects(list);
     }
     painter.setBrush(Qt::NoBrush);
     for (int i = 0; i < m_points.size(); ++i) {
+        dropLevelRuns(m_points[i]);
         painter.setPen(m_lineStyles[i]);
         painter.drawPolyline(m_points[i].constData(), m_points[i].size());
     }
     paintOverlay(painter, min, max);
 
     const Labels text = labels(min, max);
-    const int left = m_plotWidth + kLabelGap;
+    const std::pair<const QString&, int> lines[] = {{text.top, kTopBaseline},
+                                                    {text.middle, m_plotHeight / 2 + kMiddleBaselineBelowCentre},
+                                                    {text.bottom, m_plotHeight}};
+    const int ascent = painter.fontMetrics().ascent();
     painter.setPen(framePen());
-    painter.drawText(left, kTopBaseline, text.top);
-    painter.drawText(left, m_plotHeight / 2 + kMiddleBaselineBelowCentre, text.middle);
-    painter.drawText(left, m_plotHeight, text.bottom);
+    for (int i = 0; i < 3; ++i) {
+        if (m_labels[i].text() != lines[i].first)
+            m_labels[i].setText(lines[i].first);
+        // Placed by the top of the line: its baseline sits one ascent lower.
+        painter.drawStaticText(m_plotWidth + kLabelGap, lines[i].second - ascent, m_labels[i]);
+    }
 }

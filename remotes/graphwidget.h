@@ -5,6 +5,7 @@
 
 #include <QColor>
 #include <QPen>
+#include <QStaticText>
 #include <QString>
 #include <QVector>
 #include <QWidget>
@@ -14,7 +15,8 @@ class QPainter;
 // A graph shown in a placeholder of a screen's form: it takes the placeholder's size, keeps
 // 40 pixels on the right for its labels, and shows the history of one key at a time while the
 // others keep filling. A subclass gives the styles of its shape lists and turns samples into
-// shapes; painting draws each list in one call, rectangles first, then polylines.
+// shapes; painting draws each list in one batch (two fills for a rectangle list, one stroke for a
+// polyline), rectangles first, then polylines.
 class GraphWidget : public QWidget, public Grapher {
     Q_OBJECT
     Q_DISABLE_COPY(GraphWidget)
@@ -38,6 +40,7 @@ public:
     static QPen framePen();
 
 protected:
+    // Outlines are one pixel wide, whatever the pen's width.
     struct RectStyle {
         QColor fill;
         QPen outline;
@@ -67,9 +70,10 @@ protected:
 private:
     const QVector<RectStyle> m_rectStyles;
     const QVector<QPen> m_lineStyles;
-    // Kept between paints so that a paint reuses their memory.
+    // Kept between paints so that a paint reuses their memory, and the labels their layout.
     QVector<RectList> m_rects;
     QVector<PointList> m_points;
+    QStaticText m_labels[3];
     int m_key = 0;
     int m_plotWidth = 0;
     int m_plotHeight = 0;

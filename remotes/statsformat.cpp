@@ -25,7 +25,8 @@ QString twoDigits(uint32_t value)
 
 QString decimal(int64_t value, int64_t unit)
 {
-    return QStringLiteral("%1.%2").arg(value / unit).arg(std::llabs((value % unit) / (unit / 10)));
+    const auto tenth = static_cast<char>('0' + std::llabs((value % unit) / (unit / 10)));
+    return QString::number(value / unit) + QLatin1Char('.') + QLatin1Char(tenth);
 }
 
 QString milliseconds(int tenths)

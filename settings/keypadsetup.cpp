@@ -11,23 +11,23 @@ namespace {
 
 struct F2Choice {
     const char* text;
-    int mode;
+    KeypadSetup::F2Mode mode;
 };
 
-// In the order offered; the numbers are what the backend stores and what the F2 key acts on.
+// In the order offered.
 const F2Choice kF2Choices[] = {
-    {"Cycle Through Screens", 0},
-    {"Toggle to Network Manager", 1},
-    {"Toggle to Remote Manager", 2},
-    {"Toggle to Peer Stats", 3},
-    {"Toggle to Channel Stats", 4},
-    {"Toggle to Braid Stats", 9},
-    {"Toggle to Audio Meters", 5},
-    {"Toggle On-Screen Keyboard", 6},
-    {"Toggle Chat", 7},
-    {"Remote Contact Closure", 8},
+    {"Cycle Through Screens", KeypadSetup::F2Cycle},
+    {"Toggle to Network Manager", KeypadSetup::F2ToggleNetworks},
+    {"Toggle to Remote Manager", KeypadSetup::F2ToggleRemotes},
+    {"Toggle to Peer Stats", KeypadSetup::F2TogglePeerStats},
+    {"Toggle to Channel Stats", KeypadSetup::F2ToggleChannelStats},
+    {"Toggle to Braid Stats", KeypadSetup::F2ToggleBraidStats},
+    {"Toggle to Audio Meters", KeypadSetup::F2ToggleMeters},
+    {"Toggle On-Screen Keyboard", KeypadSetup::F2ToggleKeyboard},
+    {"Toggle Chat", KeypadSetup::F2ToggleChat},
+    {"Remote Contact Closure", KeypadSetup::F2RemoteContactClosure},
 };
-constexpr int kHighestF2Mode = 9;
+constexpr int kHighestF2Mode = KeypadSetup::F2ToggleBraidStats;
 
 } // namespace
 

@@ -18,6 +18,20 @@ class KeypadSetup : public QWidget, public Ui::KeypadSetup, public KeypadHandler
     Q_DISABLE_COPY(KeypadSetup)
 
 public:
+    // The F2 key's behaviours, by the value stored with the user's choice.
+    enum F2Mode {
+        F2Cycle = 0,
+        F2ToggleNetworks = 1,
+        F2ToggleRemotes = 2,
+        F2TogglePeerStats = 3,
+        F2ToggleChannelStats = 4,
+        F2ToggleMeters = 5,
+        F2ToggleKeyboard = 6,
+        F2ToggleChat = 7,
+        F2RemoteContactClosure = 8,
+        F2ToggleBraidStats = 9
+    };
+
     explicit KeypadSetup(QWidget* parent = nullptr);
 
     // The F2 behaviour last chosen or loaded, by its stored number.

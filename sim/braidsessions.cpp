@@ -2,7 +2,11 @@
 
 #include "netmgrhandlers.h"
 #include "records.h"
+#include "reply.h"
+#include "requestrouter.h"
 #include "unit.h"
+
+#include <cstdlib>
 
 namespace {
 
@@ -16,7 +20,8 @@ const int kTunnelPort = 9010;
 
 } // namespace
 
-BraidSessions::BraidSessions(Unit& unit, UnitHooks hooks) : m_unit(unit), m_hooks(std::move(hooks))
+BraidSessions::BraidSessions(Unit& unit, UnitHooks hooks)
+    : m_unit(unit), m_hooks(std::move(hooks)), m_stats(unit.random())
 {
 }
 
@@ -63,9 +68,9 @@ Message* BraidSessions::sessionOf(Message& peer)
     return &sess;
 }
 
-std::vector<CallStats::Link> BraidSessions::links() const
+std::vector<TunnelStats::Link> BraidSessions::links() const
 {
-    std::vector<CallStats::Link> links;
+    std::vector<TunnelStats::Link> links;
     const Message* devices = m_unit.config().findNode(kDevicesPath);
     if (!devices)
         return links;
@@ -78,7 +83,7 @@ std::vector<CallStats::Link> BraidSessions::links() const
             if (!status || device.params().get_bool("view_only", false) || !status->params().get_bool("enabled", false)
                 || !status->params().get_bool("installed", false))
                 continue;
-            CallStats::Link link;
+            TunnelStats::Link link;
             link.id = static_cast<int>(links.size()) + 1;
             link.name = device.params().get_string("name", "");
             link.description = device.params().get_string("display_name", link.name);
@@ -88,9 +93,9 @@ std::vector<CallStats::Link> BraidSessions::links() const
     return links;
 }
 
-CallStats::Session BraidSessions::describe(const Message& sess, uint32_t bitrate) const
+TunnelStats::Session BraidSessions::describe(const Message& sess, uint32_t bitrate) const
 {
-    CallStats::Session session;
+    TunnelStats::Session session;
     session.sid = sess.params().get_int("sid", 0);
     session.addr = sess.params().get_string("addr", "");
     const Message* maxDelay = m_unit.config().findOption(kMaxDelayOption);
@@ -120,11 +125,11 @@ void BraidSessions::enter(Message& peer, State state)
     params.set_bool("active", state == State::Active);
     if (state == State::Active) {
         // Only the connections are described here: no bitrate.
-        const CallStats::Session session = describe(*sess, 0);
+        const TunnelStats::Session session = describe(*sess, 0);
         params.set_string("state", "ACTIVE");
-        params.set_int("active_conns", static_cast<int>(session.links.size()));
         sess->remove_children("search");
-        CallStats::describeConnections(session, *sess);
+        m_stats.describeConnections(session, *sess);
+        params.set_int("active_conns", static_cast<int>(sess->num_children("conn")));
     } else {
         params.set_string("state", "SEARCHING");
         params.set_int("active_conns", 0);
@@ -147,6 +152,7 @@ void BraidSessions::retire(Message& peer)
     sess->params().set_int("active_conns", 0);
     refreshOverallStatus(m_unit);
     push();
+    m_hooks.notify("tun_stats", Message("tun_stats"));
     m_restTimers[sid] = m_hooks.schedule(kRestTime, [this, sid] { comeBack(sid); });
 }
 
@@ -172,4 +178,76 @@ void BraidSessions::push()
     Message pushed = *status;
     pushed.name = "status";
     m_hooks.notify(std::string("cfgStatus:") + kTunnelPath, pushed);
+}
+
+void BraidSessions::pushStats(const Message& sess, uint32_t bitrate)
+{
+    m_bitrate = bitrate;
+    const TunnelStats::Session session = describe(sess, bitrate);
+    m_hooks.notify("tun_stats", m_stats.tunStats(session));
+    m_hooks.notify("tun_conns", m_stats.tunConns(session, sess));
+}
+
+const Message* BraidSessions::runningSession()
+{
+    const Message* status = tunnelStatus();
+    if (!status)
+        return nullptr;
+    for (unsigned int i = 0; i < status->num_children(kSession); ++i) {
+        if (status->get_child(kSession, i).params().get_bool("active", false))
+            return &status->get_child(kSession, i);
+    }
+    return nullptr;
+}
+
+void BraidSessions::addHandlers(RequestRouter& router)
+{
+    router.add("setMaxDelay", [this](const Message& request, Reply& reply) { setMaxDelay(request, reply); });
+}
+
+// Applied at once; the next statistics carry the new delay.
+void BraidSessions::setMaxDelay(const Message& request, Reply& reply)
+{
+    const Params& params = request.params();
+    const Message* sess = runningSession();
+    const int sid = params.get_int("sid", 0);
+    std::string error = "no running tunnel session " + std::to_string(sid);
+    if (!sess || sess->params().get_int("sid", 0) != sid
+        || !m_stats.setMaxDelay(describe(*sess, m_bitrate), params.get_bool("remote", false),
+                                params.get_bool("auto", false), params, error)) {
+        reply.send(failure("setMaxDelay", error));
+        return;
+    }
+    m_hooks.report("setMaxDelay " + std::string(params.get_bool("remote", false) ? "rx" : "tx") + " "
+                   + (params.get_bool("auto", false) ? "auto" : std::to_string(params.get_int("delay", 0))));
+    reply.send(answer());
+}
+
+std::string BraidSessions::command(const std::string& line)
+{
+    const std::string::size_type blank = line.find(' ');
+    const std::string verb = line.substr(0, blank);
+    const std::string argument = blank == std::string::npos ? std::string() : line.substr(blank + 1);
+    if (verb == "health") {
+        const std::map<std::string, TunnelStats::Health> healths = {{"phases", TunnelStats::Health::Phases},
+                                                                     {"green", TunnelStats::Health::Green},
+                                                                     {"yellow", TunnelStats::Health::Yellow},
+                                                                     {"red", TunnelStats::Health::Red}};
+        const auto health = healths.find(argument);
+        if (health == healths.end())
+            return "error: braid health green|yellow|red|phases";
+        m_stats.setHealth(health->second);
+        return "ok braid health " + argument;
+    }
+    if (verb == "drop") {
+        const Message* sess = runningSession();
+        const int position = std::atoi(argument.c_str());
+        std::string uid;
+        if (!sess)
+            return "error: no Braid call is running";
+        if (position < 1 || !m_stats.dropConnection(describe(*sess, m_bitrate), std::size_t(position - 1), uid))
+            return "error: braid drop N, N from 1 to the number of connections up";
+        return "ok braid connection " + uid + " dropped";
+    }
+    return "error: braid health green|yellow|red|phases | braid drop N";
 }

@@ -1,5 +1,6 @@
 #include "callhandlers.h"
 
+#include "ipcendpoint.h"
 #include "reply.h"
 #include "requestrouter.h"
 #include "unit.h"
@@ -19,10 +20,23 @@ const uint32_t kIpBitrate = 128000;
 const std::vector<uint32_t> kLineRates = {33600, 31200, 28800, 26400, 24000, 21600, 19200,
                                           16800, 14400, 12000, 9600,  7200,  4800,  2400};
 const int kRingMs = 3000;
+const long kBurstPeriods = 6;
 const int kHangUpMs = 500;
 const int kRetrainMs = 2000;
-// The directory's answers about a listed remote, in turn.
-const std::vector<std::string> kDirectoryAnswers = {"yes", "busy", "yes", "ts_fail"};
+// What the directory says in turn: about each listed remote (whether it can be called, whether
+// it is online) and about the unit's own link to it. The first turn is the scenario's.
+struct DirectoryTurn {
+    const char* canConnect;
+    bool online;
+    bool serverConnected;
+};
+const DirectoryTurn kDirectoryTurns[] = {
+    {"yes", true, true}, {"busy", true, true}, {"yes", false, true}, {"ts_fail", true, false}};
+
+const char* text(bool value)
+{
+    return value ? "true" : "false";
+}
 
 } // namespace
 
@@ -34,8 +48,20 @@ CallHandlers::CallHandlers(Unit& unit, UnitHooks hooks, milliseconds statsPeriod
       m_braid(unit, m_hooks),
       m_stats(unit.random())
 {
+    setStatsPeriod(statsPeriod);
+}
+
+void CallHandlers::setStatsPeriod(milliseconds period)
+{
+    for (unsigned int* timer : {&m_statsTimer, &m_directoryTimer}) {
+        if (*timer)
+            m_hooks.cancel(*timer);
+        *timer = 0;
+    }
+    m_statsPeriod = period;
     if (m_statsPeriod.count() > 0)
         m_directoryTimer = m_hooks.schedule(kDirectoryPeriod, [this] { directoryTick(); });
+    scheduleStats();
 }
 
 CallHandlers::~CallHandlers()
@@ -55,6 +81,7 @@ void CallHandlers::forgetCalls()
         m_hooks.cancel(m_statsTimer);
     m_calls.clear();
     m_statsTimer = 0;
+    m_idleEncoder.reset();
     m_braid.forget();
 }
 
@@ -70,6 +97,7 @@ void CallHandlers::addHandlers(RequestRouter& router)
             (this->*handler)(request, reply);
         });
     }
+    m_braid.addHandlers(router);
     m_peers.addHandlers(router, [this](int id) {
         const auto call = m_calls.find(id);
         if (call == m_calls.end())
@@ -124,6 +152,21 @@ std::string CallHandlers::ring(const std::string& argument)
         return "error: remote " + argument + " is in a call";
     start(static_cast<int>(id), script(kindOf(*m_peers.find(static_cast<int>(id))), true), false);
     return "ok ring " + argument;
+}
+
+std::string CallHandlers::burst(const std::string& argument)
+{
+    char* end = nullptr;
+    const long id = std::strtol(argument.c_str(), &end, 10);
+    long periods = kBurstPeriods;
+    if (*end == ' ')
+        periods = std::strtol(end, &end, 10);
+    const auto call = m_calls.find(static_cast<int>(id));
+    const bool connected = call != m_calls.end() && call->second.script[call->second.step].state == std::string("connected");
+    if (*end || periods < 1 || !connected)
+        return "error: burst ID [PERIODS] needs a connected call";
+    m_stats.startBurst(static_cast<int>(id), static_cast<int>(periods));
+    return "ok burst " + std::to_string(id) + " " + std::to_string(periods);
 }
 
 void CallHandlers::connect(const Message& request, Reply& reply)
@@ -215,6 +258,8 @@ void CallHandlers::enterStep(int id)
     params.set_bool("transmitting", step.transmitting);
     params.set_bool("receiving", step.receiving);
     params.set_string("rx_codec", step.receiving ? receivedCodec(*peer, call.kind) : std::string());
+    if (step.transmitting)
+        setCurrentEncoder(sentCodec(*peer, call.kind));
     if (step.tunnel != Tunnel::Keep)
         m_braid.enter(*peer, step.tunnel == Tunnel::Active ? BraidSessions::State::Active : BraidSessions::State::Searching);
     m_peers.push();
@@ -252,11 +297,14 @@ void CallHandlers::finish(int id)
         return;
     const Call call = found->second;
     m_calls.erase(found);
+    if (m_calls.empty() && m_idleEncoder) {
+        setCurrentEncoder(*m_idleEncoder);
+        m_idleEncoder.reset();
+    }
 
     if (Message* peer = m_peers.find(id)) {
         if (call.kind == Kind::Braid) {
             m_braid.retire(*peer);
-            m_hooks.notify("tun_stats", m_stats.tunStats(nullptr));
         }
         PeerBook::setIdle(peer->params());
         if (call.caller)
@@ -273,14 +321,19 @@ CallHandlers::Kind CallHandlers::kindOf(const Message& peer) const
     return peer.params().get_bool("use_plait", false) ? Kind::Braid : Kind::Ip;
 }
 
-// What the far end sends: the encoder its profile names, else the same as the unit's own.
-std::string CallHandlers::receivedCodec(const Message& peer, Kind kind) const
+std::string CallHandlers::currentEncoder() const
 {
-    if (kind == Kind::Pots)
-        return kLineAudio;
+    const Message* current = m_unit.data("currentEncoder");
+    return current ? current->params().get_string("descr", "") : std::string();
+}
+
+// The codec the remote's profile names for `side` ("local": what the unit sends, "remote": what
+// the far end sends), described; empty when it names none the unit knows.
+std::string CallHandlers::profileCodec(const Message& peer, const char* side) const
+{
     const Message* profile = m_peers.profileOf(peer);
-    const Message* remote = profile ? profile->find_child("remote") : nullptr;
-    const std::string wanted = remote ? remote->params().get_string("encoder", kFollowLocal) : kFollowLocal;
+    const Message* settings = profile ? profile->find_child(side) : nullptr;
+    const std::string wanted = settings ? settings->params().get_string("encoder", kFollowLocal) : kFollowLocal;
     if (const Message* codecs = m_unit.data("codecList")) {
         for (unsigned int i = 0; i < codecs->num_children("codec"); ++i) {
             const Params& codec = codecs->get_child("codec", i).params();
@@ -288,8 +341,39 @@ std::string CallHandlers::receivedCodec(const Message& peer, Kind kind) const
                 return codec.get_string("descr", "");
         }
     }
-    const Message* current = m_unit.data("currentEncoder");
-    return current ? current->params().get_string("descr", "") : std::string();
+    return std::string();
+}
+
+// What the unit sends in a call: the telephone line's audio, else its profile's encoder.
+std::string CallHandlers::sentCodec(const Message& peer, Kind kind) const
+{
+    if (kind == Kind::Pots)
+        return kLineAudio;
+    const std::string local = profileCodec(peer, "local");
+    return local.empty() ? m_idleEncoder.value_or(currentEncoder()) : local;
+}
+
+// What the far end sends: the encoder its profile names, else the same as the unit's own.
+std::string CallHandlers::receivedCodec(const Message& peer, Kind kind) const
+{
+    if (kind == Kind::Pots)
+        return kLineAudio;
+    const std::string remote = profileCodec(peer, "remote");
+    return remote.empty() ? currentEncoder() : remote;
+}
+
+// The unit's encoder follows its calls; the one it had before comes back when they are over.
+void CallHandlers::setCurrentEncoder(const std::string& descr)
+{
+    Message* current = m_unit.data("currentEncoder");
+    if (!current || current->params().get_string("descr", "") == descr)
+        return;
+    if (!m_idleEncoder)
+        m_idleEncoder = current->params().get_string("descr", "");
+    current->params().set_string("descr", descr);
+    Message pushed = *current;
+    pushed.name = "currentEncoder";
+    m_hooks.notify(IPCEndpointServer::kGenericUnso, pushed);
 }
 
 void CallHandlers::scheduleStats()
@@ -327,21 +411,25 @@ void CallHandlers::statsTick()
         m_hooks.notify("peer_stats", m_stats.peerStats(flows));
     if (const Message* channels = m_unit.data("channelList"))
         m_hooks.notify("channel_stats", m_stats.channelStats(*channels, flows, m_statsPeriod));
-    if (braidSession) {
-        const CallStats::Session session = m_braid.describe(*braidSession, kIpBitrate);
-        m_hooks.notify("tun_stats", m_stats.tunStats(&session));
-        Message conns("tun_conns");
-        conns.add_child(*braidSession);
-        m_hooks.notify("tun_conns", conns);
-    }
+    if (braidSession)
+        m_braid.pushStats(*braidSession, kIpBitrate);
     scheduleStats();
 }
 
 void CallHandlers::directoryTick()
 {
     m_directoryTimer = m_hooks.schedule(kDirectoryPeriod, [this] { directoryTick(); });
-    m_directoryTurn = (m_directoryTurn + 1) % kDirectoryAnswers.size();
-    const std::string& canConnect = kDirectoryAnswers[m_directoryTurn];
+    m_directoryTurn = (m_directoryTurn + 1) % (sizeof kDirectoryTurns / sizeof kDirectoryTurns[0]);
+    const DirectoryTurn& turn = kDirectoryTurns[m_directoryTurn];
+
+    if (Message* server = m_unit.data("directoryServer")) {
+        if (server->params().get_bool("connected", false) != turn.serverConnected) {
+            server->params().set_string("connected", text(turn.serverConnected));
+            Message pushed = *server;
+            pushed.name = "directoryServer";
+            m_hooks.notify(IPCEndpointServer::kGenericUnso, pushed);
+        }
+    }
     Message* list = m_peers.list();
     if (!list)
         return;
@@ -351,9 +439,10 @@ void CallHandlers::directoryTick()
         if (!peer.num_children("directory") || m_calls.count(peer.params().get_int("id", 0)))
             continue;
         Params& directory = peer.get_child("directory", 0).params();
-        if (!directory.get_bool("online", false) || directory.get_string("can_connect", "") == canConnect)
+        if (directory.get_bool("online", false) == turn.online && directory.get_string("can_connect", "") == turn.canConnect)
             continue;
-        directory.set_string("can_connect", canConnect);
+        directory.set_bool("online", turn.online);
+        directory.set_string("can_connect", turn.canConnect);
         changed = true;
     }
     if (changed)

@@ -8,6 +8,7 @@
 
 #include <chrono>
 #include <map>
+#include <optional>
 #include <string>
 #include <vector>
 
@@ -29,12 +30,18 @@ public:
     ~CallHandlers();
 
     void addHandlers(RequestRouter& router);
+    // How often statistics are pushed; zero pushes none and keeps the directory still.
+    void setStatsPeriod(std::chrono::milliseconds period);
     // Ends every call at once, without a word to anyone: the unit's state is being replaced.
     void forgetCalls();
 
     // "ring ID": that remote calls in; "ring" alone: a caller the unit does not know. Returns the
     // console's answer line.
     std::string ring(const std::string& argument);
+    // "burst ID [PERIODS]": the connected call with remote ID loses packets for a few statistics
+    // periods, starting with one that brings no data.
+    std::string burst(const std::string& argument);
+    BraidSessions& braid() { return m_braid; }
 
     // Where the directory's answer about each listed remote changes.
     static constexpr std::chrono::seconds kDirectoryPeriod{15};
@@ -79,7 +86,11 @@ private:
     void finish(int id);
 
     Kind kindOf(const Message& peer) const;
+    std::string currentEncoder() const;
+    std::string profileCodec(const Message& peer, const char* side) const;
+    std::string sentCodec(const Message& peer, Kind kind) const;
     std::string receivedCodec(const Message& peer, Kind kind) const;
+    void setCurrentEncoder(const std::string& descr);
 
     void scheduleStats();
     void statsTick();
@@ -92,6 +103,8 @@ private:
     BraidSessions m_braid;
     CallStats m_stats;
     std::map<int, Call> m_calls;
+    // The unit's encoder before its calls changed it.
+    std::optional<std::string> m_idleEncoder;
     unsigned int m_statsTimer = 0;
     unsigned int m_directoryTimer = 0;
     unsigned int m_directoryTurn = 0;

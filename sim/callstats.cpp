@@ -1,14 +1,15 @@
 #include "callstats.h"
 
+#include "randomwalk.h"
+
 #include <algorithm>
+#include <utility>
 
 namespace {
 
 const uint32_t kRtcpBitrate = 800;
 // Packet headers add about a fifth to an audio stream.
 const int kOverheadPercent = 20;
-// Now and then a network hiccups: losses beyond what the tunnel can hide, or a throttled codec.
-const int kHiccupOneIn = 25;
 // A loss burst starts about once a minute at one period a second and lasts a few periods.
 const int kBurstOneIn = 60;
 const int kBurstMinPeriods = 3;
@@ -28,26 +29,22 @@ CallStats::CallStats(std::mt19937& random) : m_random(random)
 
 int CallStats::wander(int centre, int spread)
 {
-    std::uniform_int_distribution<int> offset(-spread, spread);
-    return std::max(0, centre + offset(m_random));
+    return randomwalk::wander(m_random, centre, spread);
 }
 
 int CallStats::drift(int value, int step, int lo, int hi)
 {
-    std::uniform_int_distribution<int> offset(-step, step);
-    return std::clamp(value + offset(m_random), lo, hi);
+    return randomwalk::drift(m_random, value, step, lo, hi);
 }
 
 bool CallStats::oneIn(int n)
 {
-    return std::uniform_int_distribution<int>(1, n)(m_random) == 1;
+    return randomwalk::oneIn(m_random, n);
 }
 
-// The bit rate give or take `permille` thousandths.
 uint32_t CallStats::rate(uint32_t bitrate, int permille)
 {
-    std::uniform_int_distribution<int> offset(-permille, permille);
-    return static_cast<uint32_t>(static_cast<int64_t>(bitrate) * (1000 + offset(m_random)) / 1000);
+    return randomwalk::rate(m_random, bitrate, permille);
 }
 
 CallStats::Bitrates CallStats::profileBitrates(const Message* profile, const Message* codecList, uint32_t fallback)
@@ -100,7 +97,7 @@ Message CallStats::peerStats(const std::vector<Flow>& flows)
         if (state.burst > 0)
             --state.burst;
         else if (oneIn(kBurstOneIn))
-            state.burst = std::uniform_int_distribution<int>(kBurstMinPeriods, kBurstMaxPeriods)(m_random);
+            startBurst(flow.peerId, std::uniform_int_distribution<int>(kBurstMinPeriods, kBurstMaxPeriods)(m_random));
         const bool burst = state.burst > 0;
         // The buffer grows during a burst and settles back on its desired delay afterwards.
         state.jitter = drift(state.jitter, 8, 10, burst ? 400 : 150);
@@ -138,9 +135,16 @@ Message CallStats::peerStats(const std::vector<Flow>& flows)
         peer.set_uint("pktRtxRate", static_cast<uint32_t>(burst ? wander(100, 80) : wander(5, 5)));
         peer.set_uint("effTxBitrate", rate(flow.txBitrate, 30));
         peer.set_uint("effRxBitrate", rate(burst ? flow.rxBitrate * 3 / 4 : flow.rxBitrate, 30));
-        peer.set_bool("newData", !(burst ? oneIn(3) : oneIn(kNoDataOneIn)));
+        peer.set_bool("newData", !(std::exchange(state.dropout, false) || (burst ? oneIn(3) : oneIn(kNoDataOneIn))));
     }
     return stats;
+}
+
+void CallStats::startBurst(int peerId, int periods)
+{
+    PeerState& state = stateOf(peerId);
+    state.burst = periods;
+    state.dropout = true;
 }
 
 Message CallStats::channelStats(const Message& channelList, const std::vector<Flow>& flows,
@@ -180,71 +184,6 @@ Message CallStats::channelStats(const Message& channelList, const std::vector<Fl
             uint64_t& bytes = (prefix == "rx" ? m_rxBytes : m_txBytes)[id];
             bytes += sent * static_cast<uint64_t>(period.count()) / 8000;
             out.set_uint(prefix + "Total", static_cast<uint32_t>(bytes / 1024));
-        }
-    }
-    return stats;
-}
-
-void CallStats::describeConnections(const Session& session, Message& sess)
-{
-    for (const Link& link : session.links) {
-        Params& conn = sess.add_child("conn").params();
-        conn.set_int("li", link.id);
-        conn.set_int("ri", link.id);
-        conn.set_string("ldesc", link.description);
-        conn.set_string("rdesc", "Far " + link.description);
-        conn.set_string("name", link.name);
-    }
-}
-
-Message CallStats::tunStats(const Session* session)
-{
-    Message stats("tun_stats");
-    if (!session)
-        return stats;
-
-    std::uniform_int_distribution<int> hiccup(1, kHiccupOneIn);
-    const bool throttled = hiccup(m_random) == 1;
-    const bool lossy = hiccup(m_random) == 1;
-    Params& txCodec = stats.add_child("codec").add_child("enc").params();
-    txCodec.set_uint("nbr", session->bitrate);
-    txCodec.set_uint("tbr", throttled ? session->bitrate * 3 / 4 : 0);
-
-    Message& sess = stats.add_child("sess");
-    Params& params = sess.params();
-    params.set_int("sid", session->sid);
-    params.set_string("addr", session->addr);
-    params.set_int("dm", session->maxDelayMs);
-    params.set_int("rdm", session->maxDelayMs);
-    for (const char* direction : {"", "r"}) {
-        const std::string prefix = direction;
-        params.set_int(prefix + "d", wander(120, 30));
-        for (int point = 1; point <= 5; ++point)
-            params.set_int(prefix + "d" + std::to_string(point), wander(20 * point + 20, 5));
-        params.set_bool(prefix + "dma", true);
-        params.set_int(prefix + "pl", lossy ? wander(140, 20) : wander(8, 8));
-        params.set_int(prefix + "plt", wander(5, 5));
-        params.set_int(prefix + "pr", wander(10, 10));
-    }
-    Params& rxCodec = sess.add_child("codec").add_child("enc").params();
-    rxCodec.set_uint("nbr", session->bitrate);
-    rxCodec.set_uint("tbr", 0);
-
-    describeConnections(*session, sess);
-    const uint32_t share = session->links.empty() ? 0 : session->bitrate / static_cast<uint32_t>(session->links.size());
-    for (unsigned int i = 0; i < sess.num_children("conn"); ++i) {
-        Params& conn = sess.get_child("conn", i).params();
-        for (const char* direction : {"", "r"}) {
-            const std::string prefix = direction;
-            conn.set_int(prefix + "th", 5000000);
-            conn.set_int(prefix + "td", static_cast<int>(rate(share / 50, 200)));
-            conn.set_int(prefix + "tp", static_cast<int>(rate(share, 100)));
-            conn.set_int(prefix + "tf", static_cast<int>(rate(share / 10, 200)));
-            conn.set_int(prefix + "tr", static_cast<int>(rate(share / 20, 300)));
-            conn.set_int(prefix + "d", wander(90, 30));
-            conn.set_int(prefix + "dm", session->maxDelayMs);
-            conn.set_int(prefix + "dq", wander(80, 15));
-            conn.set_int(prefix + "pl", wander(6, 6));
         }
     }
     return stats;

@@ -28,21 +28,6 @@ public:
         uint32_t tx = 0;
         uint32_t rx = 0;
     };
-    // One network the tunnel spreads its call over.
-    struct Link {
-        int id = 0;
-        std::string name;
-        std::string description;
-    };
-    // The session a Braid call runs in.
-    struct Session {
-        int sid = 0;
-        std::string addr;
-        int maxDelayMs = 0;
-        uint32_t bitrate = 0;
-        std::vector<Link> links;
-    };
-
     explicit CallStats(std::mt19937& random);
 
     // The bit rates of a profile's encoders ("local" sends, "remote" receives) by the codec list's
@@ -52,14 +37,11 @@ public:
 
     // "peer_stats": one "peer" per flow. A remote's values carry on from its previous period.
     Message peerStats(const std::vector<Flow>& flows);
+    // The remote's next `periods` periods are a loss burst, opening with one that brings no data.
+    void startBurst(int peerId, int periods);
     // "channel_stats": every channel of the unit's list, with the traffic of the flows on it
     // over one period added to its totals.
     Message channelStats(const Message& channelList, const std::vector<Flow>& flows, std::chrono::milliseconds period);
-    // "tun_stats" for the session, or without "sess" once the session has gone.
-    Message tunStats(const Session* session);
-
-    // Adds the session's connections to a "sess", as the tunnel's status describes them.
-    static void describeConnections(const Session& session, Message& sess);
 
 private:
     // Where a remote's statistics stand, carried from one period to the next.
@@ -72,6 +54,8 @@ private:
         int jitter = 0;
         // Periods left of a loss burst.
         int burst = 0;
+        // The next period brings no new data.
+        bool dropout = false;
     };
     // A channel's averaged bit rates, per direction and part.
     using Averages = std::map<std::string, uint32_t>;

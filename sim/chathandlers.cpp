@@ -44,11 +44,13 @@ void addChatHandlers(RequestRouter& router, std::function<void(const std::string
         const std::string text = line.get_string("text", "");
         report("chat " + type + " from " + from + ": " + text);
         // Whatever the sender claims, a line that came over the unit's own link is a portable one.
-        reply.send(chatRecord(type, from, line.get_string("when", ""), text, true));
+        const Message record = chatRecord(type, from, line.get_string("when", ""), text, true);
+        reply.send(record);
+        reply.sendToOthers(record);
     });
 }
 
-Message farEndChatLine(const Unit& unit, const std::string& text)
+Message farEndChatLine(const Unit& unit, const std::string& type, const std::string& text)
 {
-    return chatRecord("message", farEndName(unit), "", text, false);
+    return chatRecord(type, farEndName(unit), "", text, false);
 }

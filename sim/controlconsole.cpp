@@ -9,6 +9,7 @@
 #include "simulator.h"
 
 #include <cerrno>
+#include <cstdlib>
 #include <cstdio>
 #include <fcntl.h>
 #include <unistd.h>
@@ -16,6 +17,8 @@
 namespace {
 
 const char* const kPasswordOption = "netmgr.remote.password";
+const char* const kEntered = "has entered chat.";
+const long kMaxRateMs = 3600000;
 
 // Splits off the first blank-separated word; `rest` is what follows the blanks after it.
 std::string firstWord(const std::string& text, std::string& rest)
@@ -87,43 +90,116 @@ void ControlConsole::readInput()
     }
 }
 
+// Every command: its name, what follows it, and what it does.
+struct ControlConsole::Command {
+    const char* name;
+    const char* arguments;
+    std::string (ControlConsole::*run)(const std::string& rest);
+};
+
+const std::vector<ControlConsole::Command>& ControlConsole::commands()
+{
+    static const std::vector<Command> table = {
+        {"drop", "", &ControlConsole::drop},
+        {"update", "start|progress|finish [TEXT]", &ControlConsole::update},
+        {"unso", "XMLS", &ControlConsole::unso},
+        {"notify", "ID XMLS", &ControlConsole::notify},
+        {"defpwd", "on|off", &ControlConsole::setPasswordDefaulted},
+        {"say", "TEXT", &ControlConsole::say},
+        {"presence", "[TEXT]", &ControlConsole::presence},
+        {"ring", "[ID]", &ControlConsole::ring},
+        {"burst", "ID [PERIODS]", &ControlConsole::burst},
+        {"braid", "health green|yellow|red|phases | drop N", &ControlConsole::braid},
+        {"rate", "MS", &ControlConsole::rate},
+        {"plug", "DEVICE", &ControlConsole::plug},
+        {"unplug", "DEVICE", &ControlConsole::unplug},
+        {"device", "add ID wired|wifi|3g | remove ID", &ControlConsole::device},
+        {"quit", "", &ControlConsole::quit},
+    };
+    return table;
+}
+
+std::string ControlConsole::usage()
+{
+    std::string text = "Control commands on standard input, one per line:\n";
+    for (const Command& command : commands())
+        text += std::string("  ") + command.name + (*command.arguments ? " " : "") + command.arguments + "\n";
+    return text;
+}
+
 std::string ControlConsole::execute(const std::string& line)
 {
     std::string rest;
-    const std::string command = firstWord(line, rest);
-    if (command == "drop")
-        return "ok dropped " + std::to_string(m_simulator.dropSessions()) + " session(s)";
-    if (command == "update") {
-        std::string text;
-        const std::string step = firstWord(rest, text);
-        return update(step, text);
+    const std::string name = firstWord(line, rest);
+    for (const Command& command : commands()) {
+        if (name == command.name)
+            return (this->*command.run)(rest);
     }
-    if (command == "unso")
-        return push(IPCEndpointServer::kGenericUnso, rest);
-    if (command == "notify") {
-        std::string xmls;
-        const std::string id = firstWord(rest, xmls);
-        return id.empty() ? "error: notify needs an identifier and a message" : push(id, xmls);
-    }
-    if (command == "defpwd")
-        return setPasswordDefaulted(rest);
-    if (command == "say")
-        return say(rest);
-    if (command == "ring")
-        return m_simulator.calls().ring(rest);
-    if (command == "plug" || command == "unplug")
-        return m_simulator.network().plug(rest, command == "plug");
-    if (command == "device")
-        return device(rest);
-    if (command == "quit") {
-        m_simulator.stop();
-        return "ok quit";
-    }
-    return "error: unknown command '" + command + "'";
+    return "error: unknown command '" + name + "'";
 }
 
-std::string ControlConsole::update(const std::string& step, const std::string& text)
+std::string ControlConsole::drop(const std::string&)
 {
+    return "ok dropped " + std::to_string(m_simulator.dropSessions()) + " session(s)";
+}
+
+std::string ControlConsole::unso(const std::string& xmls)
+{
+    return push(IPCEndpointServer::kGenericUnso, xmls);
+}
+
+std::string ControlConsole::notify(const std::string& rest)
+{
+    std::string xmls;
+    const std::string id = firstWord(rest, xmls);
+    return id.empty() ? "error: notify needs an identifier and a message" : push(id, xmls);
+}
+
+std::string ControlConsole::ring(const std::string& argument)
+{
+    return m_simulator.calls().ring(argument);
+}
+
+std::string ControlConsole::burst(const std::string& argument)
+{
+    return m_simulator.calls().burst(argument);
+}
+
+std::string ControlConsole::braid(const std::string& argument)
+{
+    return m_simulator.calls().braid().command(argument);
+}
+
+std::string ControlConsole::rate(const std::string& argument)
+{
+    char* end = nullptr;
+    const long ms = std::strtol(argument.c_str(), &end, 10);
+    if (argument.empty() || *end || ms < 0 || ms > kMaxRateMs)
+        return "error: rate MS (0 stops the periodic notifications, at most " + std::to_string(kMaxRateMs) + ")";
+    m_simulator.setStatsRate(std::chrono::milliseconds(ms));
+    return "ok rate " + std::to_string(ms);
+}
+
+std::string ControlConsole::plug(const std::string& device)
+{
+    return m_simulator.network().plug(device, true);
+}
+
+std::string ControlConsole::unplug(const std::string& device)
+{
+    return m_simulator.network().plug(device, false);
+}
+
+std::string ControlConsole::quit(const std::string&)
+{
+    m_simulator.stop();
+    return "ok quit";
+}
+
+std::string ControlConsole::update(const std::string& rest)
+{
+    std::string text;
+    const std::string step = firstWord(rest, text);
     if (step != "start" && step != "progress" && step != "finish")
         return "error: update start|progress|finish [text]";
     Message status("codeUpdateStatus");
@@ -171,6 +247,13 @@ std::string ControlConsole::say(const std::string& text)
 {
     if (text.empty())
         return "error: say TEXT";
-    const Message line = farEndChatLine(m_simulator.unit(), text);
+    const Message line = farEndChatLine(m_simulator.unit(), "message", text);
     return sentTo("say", m_simulator.notify(IPCEndpointServer::kGenericUnso, line));
+}
+
+// Someone at the far end opens the chat.
+std::string ControlConsole::presence(const std::string& text)
+{
+    const Message line = farEndChatLine(m_simulator.unit(), "status", text.empty() ? kEntered : text);
+    return sentTo("presence", m_simulator.notify(IPCEndpointServer::kGenericUnso, line));
 }

@@ -1,3 +1,4 @@
+#include "controlconsole.h"
 #include "logger.h"
 #include "simoptions.h"
 #include "simulator.h"
@@ -15,11 +16,13 @@ int main(int argc, char** argv)
     SimOptions options(ORVANE_SIM_SCENARIO, envPassword ? envPassword : kDefaultPassword);
     std::string error;
     if (!options.parse(argc, argv, error)) {
-        std::fprintf(stderr, "orvane-unitsim: %s\n%s", error.c_str(), SimOptions::usage());
+        std::fprintf(stderr, "orvane-unitsim: %s\n%s%s", error.c_str(), SimOptions::usage(),
+                     ControlConsole::usage().c_str());
         return 2;
     }
     if (options.help) {
         std::fputs(SimOptions::usage(), stdout);
+        std::fputs(ControlConsole::usage().c_str(), stdout);
         return 0;
     }
     g_log.set_log_level(static_cast<LOG_LEVEL>(options.logLevel));

@@ -11,7 +11,7 @@ namespace {
 const char* const kPeer = "peer";
 
 // What the remote editor sends; without a usable MAC address the remote has no Braid.
-void applySettings(const Params& request, Params& peer)
+void applyRequest(const Params& request, Params& peer)
 {
     for (const char* key : {"name", "addr", "password"})
         peer.set_string(key, request.get_string(key, ""));
@@ -123,6 +123,16 @@ std::string PeerBook::channelOf(const Message& peer) const
     return settings ? settings->params().get_string("channel", "") : std::string();
 }
 
+// The remote calls over its profile's channel: editing it onto another profile moves it.
+void PeerBook::applySettings(const Params& request, Message& peer) const
+{
+    applyRequest(request, peer.params());
+    peer.params().remove("channel");
+    const std::string channel = channelOf(peer);
+    if (!channel.empty())
+        peer.params().set_string("channel", channel);
+}
+
 void PeerBook::addPeer(const Message& request, Reply& reply)
 {
     Message* peers = list();
@@ -131,15 +141,16 @@ void PeerBook::addPeer(const Message& request, Reply& reply)
         return;
     }
     const int id = nextId(*peers, kPeer, "id");
-    Params& peer = peers->add_child(kPeer).params();
+    Message& added = peers->add_child(kPeer);
+    Params& peer = added.params();
     peer.set_int("id", id);
-    applySettings(request.params(), peer);
+    applySettings(request.params(), added);
     peer.set_bool("incoming", false);
     setIdle(peer);
 
-    Message added = answer();
-    added.params().set_int("id", id);
-    reply.send(added);
+    Message done = answer();
+    done.params().set_int("id", id);
+    reply.send(done);
     push();
     m_hooks.report("peer added " + std::to_string(id) + " " + peer.get_string("name", ""));
 }
@@ -152,7 +163,7 @@ void PeerBook::setPeerSettings(const Message& request, Reply& reply)
         reply.send(failure(request.name, "no remote " + std::to_string(id)));
         return;
     }
-    applySettings(request.params(), peer->params());
+    applySettings(request.params(), *peer);
     reply.send(answer());
     push();
     m_hooks.report("peer changed " + std::to_string(id));

@@ -38,6 +38,7 @@ public:
     static void setIdle(Params& peer);
 
 private:
+    void applySettings(const Params& request, Message& peer) const;
     void addPeer(const Message& request, Reply& reply);
     void setPeerSettings(const Message& request, Reply& reply);
     void removePeer(const Message& request, Reply& reply, const std::function<void(int)>& removing);

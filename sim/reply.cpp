@@ -4,8 +4,8 @@
 
 #include <utility>
 
-Reply::Reply(Sender sender, const Message& request)
-    : m_sender(std::move(sender)), m_seq(request.params().get_string("seq", ""))
+Reply::Reply(Sender sender, const Message& request, Sender others)
+    : m_sender(std::move(sender)), m_others(std::move(others)), m_seq(request.params().get_string("seq", ""))
 {
 }
 
@@ -20,6 +20,12 @@ void Reply::sendAs(const std::string& seq, Message answer)
         answer.name = seq;
     answer.params().set_string("seq", seq);
     m_sender(answer);
+}
+
+void Reply::sendToOthers(const Message& msg)
+{
+    if (m_others)
+        m_others(msg);
 }
 
 Message answer()

@@ -11,7 +11,8 @@ class Reply {
 public:
     using Sender = std::function<void(const Message& answer)>;
 
-    Reply(Sender sender, const Message& request);
+    // `others` reaches every other logged-in user interface of the unit.
+    Reply(Sender sender, const Message& request, Sender others = Sender());
 
     // The answer name the client asked for in the request's "seq".
     const std::string& seq() const { return m_seq; }
@@ -21,9 +22,12 @@ public:
     // Sends a further answer under a name of the unit's choosing: how the unit delivers data
     // that no request asks for by name.
     void sendAs(const std::string& seq, Message answer);
+    // Pushes `msg` to every other logged-in user interface, as a generic notification.
+    void sendToOthers(const Message& msg);
 
 private:
     Sender m_sender;
+    Sender m_others;
     std::string m_seq;
 };
 

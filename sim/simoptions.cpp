@@ -50,10 +50,7 @@ const char* SimOptions::usage()
            "  --listen HOST[:PORT] address of the xmls TCP listener (default 0.0.0.0, default port)\n"
            "  --no-tcp            no TCP listener, only the local socket\n"
            "  --log-level N       log threshold 0..6 (default 4)\n"
-           "  --help              this text\n"
-           "Control commands on standard input, one per line:\n"
-           "  drop | update start TEXT | update progress TEXT | update finish |\n"
-           "  unso XMLS | notify ID XMLS | defpwd on|off | quit\n";
+           "  --help              this text\n";
 }
 
 bool SimOptions::parse(int argc, const char* const* argv, std::string& error)

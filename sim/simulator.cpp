@@ -69,8 +69,7 @@ bool Simulator::start(std::string& error)
     if (!listen(error))
         return false;
     m_console = std::make_unique<ControlConsole>(*this, STDIN_FILENO);
-    if (m_options.statsRateMs > 0)
-        m_drift = std::make_unique<SignalDrift>(*this, std::chrono::milliseconds(m_options.statsRateMs));
+    setStatsRate(std::chrono::milliseconds(m_options.statsRateMs));
     return true;
 }
 
@@ -108,7 +107,15 @@ bool Simulator::addListener(const std::string& name, const std::string& encoding
             }
         });
     };
-    m_servers.push_back(std::make_unique<UnitServer>(m_router, m_options.password, pushSystemOptions));
+    auto relay = [this](const IPCEndpointServer& origin, unsigned int originSession, const Message& msg) {
+        for (const auto& server : m_servers) {
+            for (const IPCSessionInfo& session : server->sessions()) {
+                if (server.get() != &origin || session.id != originSession)
+                    server->push_unso_to(session.id, IPCEndpointServer::kGenericUnso, msg);
+            }
+        }
+    };
+    m_servers.push_back(std::make_unique<UnitServer>(m_router, m_options.password, pushSystemOptions, relay));
     return m_manager.add_server(name, m_servers.back().get())
         && m_manager.listen_server(encoding, "stream", address, name);
 }
@@ -143,6 +150,14 @@ void Simulator::run()
 void Simulator::stop()
 {
     m_manager.stop();
+}
+
+void Simulator::setStatsRate(std::chrono::milliseconds period)
+{
+    m_calls->setStatsPeriod(period);
+    m_drift.reset();
+    if (period.count() > 0)
+        m_drift = std::make_unique<SignalDrift>(*this, period);
 }
 
 void Simulator::report(const std::string& line)

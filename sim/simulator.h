@@ -40,6 +40,8 @@ public:
     std::size_t notify(const std::string& id, const Message& msg);
     // Returns how many sessions were dropped.
     std::size_t dropSessions();
+    // The period of the statistics and the other periodic notifications; zero stops them.
+    void setStatsRate(std::chrono::milliseconds period);
     // One "event ..." line on standard output: what the unit was asked to do.
     static void report(const std::string& line);
 

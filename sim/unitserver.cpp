@@ -10,8 +10,8 @@ namespace {
 const char* const kUser = "user";
 }
 
-UnitServer::UnitServer(const RequestRouter& router, std::string password, LoggedIn loggedIn)
-    : m_router(router), m_password(std::move(password)), m_loggedIn(std::move(loggedIn))
+UnitServer::UnitServer(const RequestRouter& router, std::string password, LoggedIn loggedIn, Relay relay)
+    : m_router(router), m_password(std::move(password)), m_loggedIn(std::move(loggedIn)), m_relay(std::move(relay))
 {
 }
 
@@ -41,7 +41,8 @@ void UnitServer::process_command(const IPCSessionInfo& session, const Message& m
         msg._dump(LOG_DEBUG, 0, 1);
     }
     const unsigned int sessionId = session.id;
-    Reply reply([this, sessionId](const Message& answer) { send_response(sessionId, answer); }, msg);
+    Reply reply([this, sessionId](const Message& answer) { send_response(sessionId, answer); }, msg,
+                [this, sessionId](const Message& relayed) { m_relay(*this, sessionId, relayed); });
     if (!m_router.dispatch(msg, reply))
         g_log.log(LOG_WARNING, "unknown request %s (seq=%s) from session %u", msg.name.c_str(),
                   reply.seq().c_str(), session.id);

@@ -92,6 +92,8 @@ void BraidStats::tunnelSessionStatsUpdate(int)
 void BraidStats::tunnelSessionDelayUpdate(int)
 {
     g_log.log(LOG_DEBUG, "Tunnel Session Delay Update");
+    if (g_log.enabled(LOG_DEBUG))
+        m_tunnel.session()->log();
     applyDelays(m_tx, m_tunnel.session()->tx());
     applyDelays(m_rx, m_tunnel.session()->rx());
 }

@@ -25,8 +25,11 @@ class QWSCalibratedMouseHandler : public QWSMouseHandler {
     Q_DISABLE_COPY(QWSCalibratedMouseHandler)
 
 public:
+    // Where the unit keeps its touch-screen calibration.
+    static constexpr const char* kDefaultFile = "/etc/pointercal";
+
     // Reads the calibration from pointercalFile if it holds one; the program uses the default.
-    explicit QWSCalibratedMouseHandler(const QString& pointercalFile = QStringLiteral("/etc/pointercal"),
+    explicit QWSCalibratedMouseHandler(const QString& pointercalFile = QLatin1String(kDefaultFile),
                                        QObject* parent = nullptr);
 
     // Fits and applies the transform, then writes it to the pointercal file. Touches that do not

@@ -9,8 +9,6 @@
 
 namespace {
 
-constexpr int kNoText = 0xFFFF;
-
 QPointer<QWSServer>& serverInstance()
 {
     static QPointer<QWSServer> server;
@@ -59,7 +57,7 @@ Qt::KeyboardModifiers otherModifiers(const QKeyEvent* key)
 
 QString typedText(int unicode)
 {
-    if (unicode <= 0 || unicode >= kNoText)
+    if (unicode <= 0 || unicode >= QWSServer::kNoText)
         return QString();
     return QString(QChar(unicode));
 }
@@ -76,7 +74,7 @@ QWSServer::QWSServer(QObject* parent)
     : QObject(parent)
 {
     if (qgetenv("ORVANE_TOUCHSCREEN") == "1")
-        m_mouseHandler = new QWSCalibratedMouseHandler(QStringLiteral("/etc/pointercal"), this);
+        m_mouseHandler = new QWSCalibratedMouseHandler(QLatin1String(QWSCalibratedMouseHandler::kDefaultFile), this);
     else
         m_mouseHandler = new QWSMouseHandler(this);
     parent->installEventFilter(this);

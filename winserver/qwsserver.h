@@ -29,8 +29,11 @@ public:
         virtual bool filter(int unicode, int keycode, int modifiers, bool isPress, bool autoRepeat) = 0;
     };
 
+    // The unicode of a key without text (a modifier), as X reports it.
+    static constexpr int kNoText = 0xFFFF;
+
     // Delivers a key as if typed: to the open popup, else to the focus widget of the active
-    // modal dialog, else to the focus widget. unicode 0 or 0xFFFF means the key has no text.
+    // modal dialog, else to the focus widget. unicode 0 or kNoText means the key has no text.
     // The event does not pass the keyboard filters.
     static void sendKeyEvent(int unicode, int keycode, Qt::KeyboardModifiers modifiers, bool isPress,
                              bool autoRepeat);

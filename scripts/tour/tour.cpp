@@ -1,6 +1,10 @@
 // A walk through every screen of the program against the simulated unit, one PNG per view.
 // Keys travel the hardware keypad's own path (the platform, the keypad filter, the main window's
 // routing); the tour only looks at the widgets to know when a key has done its work.
+#include "braidsettings.h"
+#include "braidstats.h"
+#include "channelstats.h"
+#include "delayslider.h"
 #include "chat.h"
 #include "choosenetwork.h"
 #include "configurenetwork.h"
@@ -12,6 +16,7 @@
 #include "offline.h"
 #include "peeredit.h"
 #include "peerlist.h"
+#include "peerstats.h"
 #include "portallogin.h"
 #include "profileitems.h"
 #include "profilelist.h"
@@ -19,6 +24,7 @@
 #include "statusbar.h"
 #include "systemsettings.h"
 #include "transientpopup.h"
+#include "tunnelsession.h"
 #include "webbrowser.h"
 
 #include <QAction>
@@ -29,11 +35,13 @@
 #include <QMenuBar>
 #include <QProcess>
 #include <QScreen>
+#include <QTabBar>
 #include <QTextStream>
 #include <QThread>
 #include <QTimer>
 #include <qpa/qwindowsysteminterface.h>
 
+#include <csignal>
 #include <cstdio>
 #include <functional>
 
@@ -110,6 +118,12 @@ public:
         key(Qt::Key_Enter);
     }
 
+    // A stopped unit answers no login, so the link stays down until it runs again.
+    void holdSim(bool held)
+    {
+        ::kill(static_cast<pid_t>(m_sim.processId()), held ? SIGSTOP : SIGCONT);
+    }
+
     void simCommand(const QString& line)
     {
         m_sim.write((line + "\n").toUtf8());
@@ -142,6 +156,31 @@ private:
 };
 
 QProcess* Tour::s_sim = nullptr;
+
+// Through a statistics screen with the keypad: the numbers with the selector's option switched on
+// (Down to the box, Enter), then over the tab bar to the graphs, then the next entry's graphs.
+void statsViews(Tour& tour, QComboBox* selector, QCheckBox* option, QTabWidget* pages, const QString& name)
+{
+    tour.shot(name);
+    Tour::require(tour.pressUntil(Qt::Key_Down, [&] { return option->hasFocus(); }), name + " option");
+    tour.key(Qt::Key_Enter);
+    Tour::require(option->isChecked(), name + " option checked");
+    tour.shot(name + "-option");
+    Tour::require(tour.pressUntil(Qt::Key_Down, [&] { return pages->tabBar()->hasFocus(); }), name + " tabs");
+    tour.key(Qt::Key_Right);
+    Tour::require(pages->currentIndex() == 1, name + " graphs");
+    tour.shot(name + "-graph");
+    Tour::require(tour.pressUntil(Qt::Key_Up, [&] { return selector->hasFocus(); }), name + " selector");
+    const int before = selector->currentIndex();
+    tour.key(Qt::Key_Right);
+    Tour::require(selector->currentIndex() == before + 1, name + " next entry");
+    tour.shot(name + "-graph-next");
+    // Back as the screen was: numbers, option off.
+    tour.key(Qt::Key_Down);
+    tour.key(Qt::Key_Enter);
+    tour.key(Qt::Key_Down);
+    tour.key(Qt::Key_Left);
+}
 
 // Down the tree until an option row of that type, then over to Edit and press it.
 void editOptionOfType(Tour& tour, QTreeWidget* tree, QPushButton* edit, OptionType type)
@@ -309,6 +348,73 @@ void browse(Tour& tour)
     tour.menu("Network", "Manage Networks");
 }
 
+// A Braid call on the statistics screen in both directions, a dropped connection leaving a grey
+// boundary, the delay in automatic mode, the status bar's indicator in every colour, the settings.
+void braid(Tour& tour, MainWindow& window)
+{
+    // The browser's login dialog took the keyboard last.
+    QApplication::setActiveWindow(&window);
+    auto& peers = tour.screen<PeerList>(Pane::ScreenPeerList);
+    auto& stats = tour.screen<BraidStats>(Pane::ScreenBraidStats);
+    tour.simCommand("braid health green");
+    tour.menu("Remotes", "Manage Connections");
+    auto van = [&] { return peers.peerTree->currentItem() && peers.peerTree->currentItem()->text(0).startsWith("OB Van 2"); };
+    // A new selection puts the focus on the button for it.
+    tour.pressUntil(Qt::Key_Up, [&] { return !van(); }, 1);
+    Tour::require(tour.pressUntil(Qt::Key_Down, van), "OB Van 2");
+    tour.key(Qt::Key_Enter);
+    Tour::require(tour.waitFor([&] { return peers.peerTree->currentItem()->text(0).contains("Connected"); }, 20000),
+                  "the Braid call");
+
+    tour.menu("Stats", "Braid Stats");
+    auto session = [&] { return stats.tunnelInfo().session(); };
+    Tour::require(tour.waitFor([&] { return session() && session()->txButtons().size() == 4; }), "four connections");
+    tour.settle(12000);
+    tour.shot("braid-stats-transmit");
+
+    Tour::require(tour.pressUntil(Qt::Key_Down, [&] { return stats.radioTx->hasFocus(); }, 8), "Transmit");
+    tour.key(Qt::Key_Right);
+    tour.key(Qt::Key_Enter);
+    tour.settle(1000);
+    tour.shot("braid-stats-receive");
+
+    tour.simCommand("braid drop 2");
+    Tour::require(tour.waitFor([&] { return session()->rxButtons().size() == 3; }), "a dropped connection");
+    tour.settle(2500);
+    tour.shot("braid-stats-connection-dropped");
+    Tour::require(tour.waitFor([&] { return session()->rxButtons().size() == 4; }), "the connection back");
+    tour.settle(3000);
+    tour.shot("braid-stats-boundary");
+
+    Tour::require(tour.pressUntil(Qt::Key_Down, [&] { return stats.rxAuto()->hasFocus(); }, 8), "Automatic Delay Mode");
+    tour.key(Qt::Key_Enter);
+    Tour::require(tour.waitFor([&] { return stats.rxSlider()->isAuto(); }), "automatic delay");
+    tour.settle(1000);
+    tour.shot("braid-stats-automatic-delay");
+
+    for (const char* health : {"yellow", "red"}) {
+        tour.simCommand(QStringLiteral("braid health %1").arg(health));
+        tour.settle(2000);
+        tour.shot(QStringLiteral("braid-indicator-%1").arg(health));
+    }
+    tour.simCommand("braid health green");
+
+    tour.menu("Configure", "Braid Settings");
+    auto& settings = tour.screen<BraidSettings>(Pane::ScreenBraidSettings);
+    Tour::require(tour.waitFor([&] { return settings.treeSettings->topLevelItemCount() > 0; }), "the Braid settings");
+    tour.key(Qt::Key_Down);
+    tour.shot("braid-settings");
+
+    tour.menu("Remotes", "Manage Connections");
+    // A new selection puts the focus on the button for it.
+    tour.pressUntil(Qt::Key_Up, [&] { return !van(); }, 1);
+    Tour::require(tour.pressUntil(Qt::Key_Down, van), "OB Van 2");
+    tour.key(Qt::Key_Enter);
+    tour.waitFor([&] { return !peers.getAnyActive(); }, 10000);
+    tour.settle(1000);
+    tour.shot("braid-indicator-gray");
+}
+
 void run(Tour& tour, MainWindow& window)
 {
     tour.settle(300);
@@ -351,6 +457,32 @@ void run(Tour& tour, MainWindow& window)
     tour.shot("remotes-pots");
     tour.key(Qt::Key_Enter);
     tour.waitFor([&] { return !peers.getAnyActive(); }, 10000);
+
+    // Two calls at once for the statistics; a loss burst on the first leaves a gap in its delay graph.
+    const auto connected = [&] { return peers.peerTree->currentItem()->text(0).contains("Connected"); };
+    for (const char* name : {"Studio A", "Remote Booth"}) {
+        selectRemote(name);
+        tour.key(Qt::Key_Enter);
+        tour.waitFor(connected, 20000);
+    }
+    tour.settle(8000);
+    tour.simCommand("burst 1 4");
+    tour.settle(6000);
+    tour.menu("Stats", "Peer Stats");
+    auto& peerStats = tour.screen<PeerStats>(Pane::ScreenPeerStats);
+    statsViews(tour, peerStats.comboMode, peerStats.checkAdvanced, peerStats.statsTab, "peer-stats");
+    tour.menu("Stats", "Channel Stats");
+    auto& channelStats = tour.screen<ChannelStats>(Pane::ScreenChannelStats);
+    statsViews(tour, channelStats.comboMode, channelStats.checkAvg, channelStats.statsTab, "channel-stats");
+    tour.menu("Remotes", "Manage Connections");
+    for (const char* name : {"Studio A", "Remote Booth"}) {
+        selectRemote(name);
+        tour.key(Qt::Key_Enter);
+        tour.waitFor([&] { return !connected(); }, 10000);
+    }
+    tour.waitFor([&] { return !peers.getAnyActive(); }, 10000);
+    // The remote the editor views below.
+    selectRemote("Newsroom Hotline");
 
     auto& editor = tour.screen<PeerEdit>(Pane::ScreenPeerEdit);
     tour.menu("Remotes", "Change Remote Settings");
@@ -419,6 +551,7 @@ void run(Tour& tour, MainWindow& window)
     tour.shot("about");
     tour.key(Qt::Key_Right);
     tour.shot("about-legal");
+    braid(tour, window);
 
     tour.simCommand("update start Installing firmware 4.3.0 (42%)");
     tour.waitFor([&] { return window.offlineScreen().isVisible(); });
@@ -428,8 +561,11 @@ void run(Tour& tour, MainWindow& window)
 
     tour.simCommand("defpwd on");
     tour.simCommand("drop");
-    tour.waitFor([&] { return window.offlineScreen().isVisible(); });
+    Tour::require(tour.waitFor([&] { return window.offlineScreen().isVisible(); }), "link lost");
+    tour.holdSim(true);
     tour.shot("link-lost");
+    Tour::require(window.offlineScreen().isVisible() && !window.isVisible(), "link still lost");
+    tour.holdSim(false);
     tour.waitFor([&] { return window.isVisible() && window.popup().isVisible(); }, 30000);
     tour.shot("password-warning");
 }

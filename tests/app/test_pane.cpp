@@ -46,7 +46,7 @@ void TestPane::togglesReturnToTheScreenUnderneath()
 
 void TestPane::cycleContinuesWhereItStood()
 {
-    chooseF2Mode(*m_shell->window, Pane::F2Cycle);
+    chooseF2Mode(*m_shell->window, KeypadSetup::F2Cycle);
     QList<int> seen;
     for (int step = 0; step < 7; ++step) {
         pane().f2Pressed();
@@ -165,7 +165,8 @@ void TestPane::smallMeterBarsLieOnTheMeter()
 
     const QWidget* meter = window.statusBarWidget().smallMeterWidget->findChild<QWidget*>();
     QVERIFY(meter);
-    const QRect onScreen(meter->mapTo(&window, QPoint(0, 0)), meter->size());
+    QVERIFY(QTest::qWaitForWindowExposed(&window));
+    const QRect onScreen(meter->mapTo(&window, QPoint(0, 0)) + window.pos(), meter->size());
     int below = onScreen.top();
     for (unsigned int row = 0; row < 4; ++row) {
         const Params& bar = request.get_child("meter", row).params();

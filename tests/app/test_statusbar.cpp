@@ -1,4 +1,3 @@
-#include "pane.h"
 #include "statusbar.h"
 
 #include <QtTest>
@@ -6,10 +5,10 @@
 namespace {
 
 struct FakeSource : StatusSource {
-    int currentScreen() const override { return screen; }
+    bool chatOnShow() const override { return chatShown; }
     bool networkReady() const override { return netReady; }
     bool anyCallActive() const override { return active; }
-    int screen = Pane::ScreenPeerList;
+    bool chatShown = false;
     bool netReady = false;
     bool active = false;
 };
@@ -112,7 +111,7 @@ void TestStatusBar::chatAlertBlinksUntilCleared()
     QCOMPARE(imageOf(m_bar->chatButton->icon()), plain);
 
     // No alert while chat is on show.
-    m_source.screen = Pane::ScreenChat;
+    m_source.chatShown = true;
     m_bar->handleChatAlert();
     QVERIFY(!m_bar->chatAlerting());
 }

@@ -1,5 +1,6 @@
 #include "shellsession.h"
 
+#include "modalwatch.h"
 #include "offline.h"
 #include "platformkey.h"
 
@@ -89,17 +90,12 @@ QString ShellSession::answerQuestion(const std::function<void()>& open, const QL
 {
     QString text;
     QTimer poll;
-    poll.setInterval(10);
-    QObject::connect(&poll, &QTimer::timeout, [&] {
-        auto* box = qobject_cast<QMessageBox*>(QApplication::activeModalWidget());
-        if (!box || !box->isVisible())
-            return;
+    answerEveryModal<QMessageBox>(poll, [&](QMessageBox& box) {
         poll.stop();
-        text = box->text();
+        text = box.text();
         for (int keycode : keys)
             key(keycode);
     });
-    poll.start();
     open();
     // The offscreen platform leaves no window active once the question has closed.
     QApplication::setActiveWindow(m_window.get());

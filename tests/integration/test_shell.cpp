@@ -6,6 +6,7 @@
 #include "mainwindow.h"
 #include "offline.h"
 #include "shellsession.h"
+#include "statusbar.h"
 #include "transientpopup.h"
 
 #include <QApplication>
@@ -70,9 +71,11 @@ void TestShell::offlineUntilReadyThenTheWindow()
 
 void TestShell::metersRunOnceReady()
 {
-    // The small meter's four bars, at the status bar's fixed place.
+    // The small meter's four bars, the first a pixel under the meter's top.
     const QString line = m_shell.sim().waitForLine(QStringLiteral("event metering bars=4"), ShellSession::kCommandMs);
-    QVERIFY2(line.contains("555,461,78x2:in0"), qPrintable(m_shell.sim().transcript()));
+    const QPoint meter = window().statusBarWidget().smallMeterWidget->mapTo(&window(), QPoint(0, 1)) + window().pos();
+    QVERIFY2(line.contains(QStringLiteral("%1,%2,78x2:in0").arg(meter.x()).arg(meter.y())),
+             qPrintable(m_shell.sim().transcript()));
 }
 
 void TestShell::aboutShowsTheUnit()
@@ -88,7 +91,7 @@ void TestShell::aboutShowsTheUnit()
 void TestShell::contactClosureFromF2()
 {
     QComboBox* modes = window().pane().keypadSetup().comboF2KeyMode;
-    modes->setCurrentIndex(modes->findData(int(Pane::F2RemoteContactClosure)));
+    modes->setCurrentIndex(modes->findData(int(KeypadSetup::F2RemoteContactClosure)));
     window().pane().f2Pressed();
     QVERIFY(!m_shell.sim().waitForLine(QStringLiteral("event remoteCC id=0 state=closed"), ShellSession::kCommandMs).isEmpty());
     window().pane().f2Released();

@@ -7,6 +7,7 @@
 #include <QCoreApplication>
 #include <QHostAddress>
 #include <QTcpServer>
+#include <QTemporaryDir>
 #include <QtTest>
 
 #include <algorithm>
@@ -18,9 +19,17 @@ namespace {
 
 const int kWaitMs = 10000;
 
+// The simulators' TLS identity and the clients' pinned certificates, apart from the user's own.
+const QTemporaryDir& configurationHome()
+{
+    static const QTemporaryDir directory;
+    return directory;
+}
+
 QProcessEnvironment simEnvironment(const QString& address, const QString& password)
 {
     QProcessEnvironment environment = QProcessEnvironment::systemEnvironment();
+    environment.insert("XDG_CONFIG_HOME", configurationHome().path());
     environment.insert("LIBIPC_LOCAL_ADDR", address);
     environment.remove("REMOTE_UI_PASS");
     if (!password.isEmpty())
@@ -39,11 +48,15 @@ public:
     }
 
     bool start() { return m_process.start() && !m_process.waitForLine("listening", kWaitMs).isEmpty(); }
-    // Sends a control command and returns its answer line.
+    // Sends a control command and returns its answer line, past the event lines before it.
     QString command(const QString& line)
     {
         m_process.writeLine(line);
-        return m_process.waitForLine(QString(), kWaitMs);
+        QString answer;
+        do
+            answer = m_process.waitForLine(QString(), kWaitMs);
+        while (answer.startsWith("event "));
+        return answer;
     }
     SocketAddr localAddress() const { return SocketAddr(m_address.toStdString(), 0); }
 
@@ -62,6 +75,7 @@ public:
     {
         for (const std::string& pattern : subscriptions)
             m_client.subscribe_unso(pattern, 0);
+        m_client.set_unit_trust(configurationHome().filePath("known_units").toStdString(), "");
         m_loop.add_client("test", &m_client);
         m_loop.connect_client(encoding, "stream", address, "test", 0, "");
         m_loop.start_thread();
@@ -93,6 +107,8 @@ private slots:
     void answersTheLoginBurst();
     void checksThePassword();
     void notifiesOnlySubscribersAndRunsControlCommands();
+    void chatReachesEveryUserInterface();
+    void usageListsEveryCommand();
 };
 
 void TestUnitSim::answersTheLoginBurst_data()
@@ -207,6 +223,70 @@ void TestUnitSim::notifiesOnlySubscribersAndRunsControlCommands()
     QCOMPARE(wifi.records().answers.front().get_child("option", 0).params().get_bool("defaulted", false), true);
 }
 
+namespace {
+std::vector<Message> chatNotifications(Connection& connection)
+{
+    std::vector<Message> lines;
+    for (const auto& [id, msg] : connection.records().notifications) {
+        if (msg.name == "chat")
+            lines.push_back(msg);
+    }
+    return lines;
+}
+} // namespace
+
+// A line from one user interface is answered to it and pushed to the others; the far end's
+// presence line reaches them all.
+void TestUnitSim::chatReachesEveryUserInterface()
+{
+    Sim sim({"--no-tcp", "--stats-rate", "0"});
+    QVERIFY(sim.start());
+    Connection sender("compact", sim.localAddress());
+    Connection other("compact", sim.localAddress());
+    QVERIFY(sender.waitForLogins(1) && other.waitForLogins(1));
+
+    QVERIFY(sender.send("chat", "type=message from=Portable when=\"\" text=hello portable:b=true seq=chat"));
+    QVERIFY(other.waitFor([](const SimClient::Records& r) { return r.notifications.size() >= 2; }));
+    QVERIFY(sender.waitFor([](const SimClient::Records& r) { return !r.answers.empty(); }));
+    QCOMPARE(sender.records().answers.front().params().get_string("text", ""), std::string("hello"));
+    QCOMPARE(chatNotifications(other).size(), std::size_t(1));
+    QCOMPARE(chatNotifications(other).front().params().get_string("text", ""), std::string("hello"));
+
+    QCOMPARE(sim.command("presence"), QString("ok presence sent to 2 session(s)"));
+    for (Connection* connection : {&sender, &other}) {
+        QVERIFY(connection->waitFor([](const SimClient::Records& r) {
+            return !r.notifications.empty() && r.notifications.back().second.params().get_string("type", "") == "status";
+        }));
+        const Params presence = chatNotifications(*connection).back().params();
+        QCOMPARE(presence.get_string("text", ""), std::string("has entered chat."));
+        QCOMPARE(presence.get_bool("portable", true), false);
+    }
+    QCOMPARE(chatNotifications(sender).size(), std::size_t(1));
+}
+
+// Every command the help names is one the console runs; the statistics rate among them.
+void TestUnitSim::usageListsEveryCommand()
+{
+    TestProcess help("orvane-unitsim", {"--help"}, QProcessEnvironment::systemEnvironment(), QProcess::StandardOutput);
+    QVERIFY(help.start());
+    QVERIFY(!help.waitForLine("quit", kWaitMs).isEmpty());
+    help.stop();
+    QStringList commands;
+    for (const QString& line : help.transcript().section("Control commands", 1).split('\n').mid(1)) {
+        if (!line.trimmed().isEmpty())
+            commands << line.trimmed().section(' ', 0, 0);
+    }
+    for (const char* expected : {"say", "presence", "ring", "rate", "drop", "update", "quit"})
+        QVERIFY2(commands.contains(expected), expected);
+
+    Sim sim({"--no-tcp"});
+    QVERIFY(sim.start());
+    QCOMPARE(sim.command("rate 250"), QString("ok rate 250"));
+    QVERIFY(sim.command("rate soon").startsWith("error: rate MS"));
+    commands.removeAll("quit");
+    for (const QString& command : commands)
+        QVERIFY2(!sim.command(command).contains("unknown command"), qPrintable(command));
+}
 
 QTEST_GUILESS_MAIN(TestUnitSim)
 #include "test_unitsim.moc"

@@ -1,7 +1,11 @@
 #include "codec.h"
 #include "ipcendpoint.h"
+#include "ipcserverlink.h"
 #include "login.h"
+#include "tcprelay.h"
+#include "temporarydirectory.h"
 #include "testserver.h"
+#include "tlschannel.h"
 #include "threadedmanager.h"
 
 #include <gtest/gtest.h>
@@ -18,8 +22,12 @@
 #include <atomic>
 #include <condition_variable>
 #include <cstring>
+#include <fstream>
 #include <functional>
+#include <memory>
 #include <mutex>
+#include <regex>
+#include <sstream>
 #include <string>
 #include <thread>
 #include <tuple>
@@ -91,19 +99,33 @@ const std::string kPassword = "velkor-test";
 // HMAC-SHA256 of the bytes 00..1f keyed by kPassword, computed independently.
 const std::string kKnownNonce = "000102030405060708090a0b0c0d0e0f101112131415161718191a1b1c1d1e1f";
 const std::string kKnownMac = "7c67271782987d40832ce93515139924e34cb076058fcaef2804654855f6be06";
+// The unit's MAC for the same nonce: over "unit:" and the nonce bytes.
+const std::string kKnownUnitMac = "2d0588f46c7928a1f9bdce9d378e103511b64e50b60de7bdc523dbebc6b5bbab";
 
-// Every g_log error line while it exists.
+// Every g_log error line while it exists, and every line when asked to log at `threshold`.
 class LogCapture {
 public:
-    LogCapture()
+    explicit LogCapture(LOG_LEVEL threshold = g_log.log_level())
+        : m_previousThreshold(g_log.log_level())
     {
+        g_log.set_log_level(threshold);
         m_previous = g_log.set_sink([this](unsigned int, LOG_LEVEL level, const std::string& line) {
             std::lock_guard<std::mutex> lock(m_mutex);
+            m_all += line + '\n';
             if (level == LOG_ERROR)
                 m_errors += line + '\n';
         });
     }
-    ~LogCapture() { g_log.set_sink(m_previous); }
+    ~LogCapture()
+    {
+        g_log.set_sink(m_previous);
+        g_log.set_log_level(m_previousThreshold);
+    }
+    std::string all()
+    {
+        std::lock_guard<std::mutex> lock(m_mutex);
+        return m_all;
+    }
 
     // Polls for up to five seconds for an error line containing `text`.
     bool wait_for_error(const std::string& text)
@@ -117,8 +139,10 @@ public:
     }
 
 private:
+    const LOG_LEVEL m_previousThreshold;
     Logger::Sink m_previous;
     std::mutex m_mutex;
+    std::string m_all;
     std::string m_errors;
 };
 
@@ -133,7 +157,10 @@ public:
         std::vector<std::pair<std::string, Message>> notifications;
     };
 
-    explicit TestClient(const std::string& password) : m_password(password) {}
+    explicit TestClient(const std::string& password) : m_password(password)
+    {
+        set_unit_trust(m_configuration.file("known_units"), "");
+    }
     ~TestClient() override { m_loop.stop_thread(); }
 
     bool start(ipc::Encoding encoding, const SocketAddr& address)
@@ -171,6 +198,7 @@ public:
     void process_unso_id(const std::string& id, const Message& msg) override { m_events.notifications.emplace_back(id, msg); }
 
 private:
+    TemporaryDirectory m_configuration;
     ThreadedManager m_loop;
     const std::string m_password;
     Events m_events;
@@ -191,19 +219,6 @@ int local_socket(const std::string& name, bool listening)
     return -1;
 }
 
-// A loopback port that nothing listens on right now.
-int free_tcp_port()
-{
-    const int fd = socket(AF_INET, SOCK_STREAM | SOCK_CLOEXEC, 0);
-    sockaddr_in sa{};
-    sa.sin_family = AF_INET;
-    sa.sin_addr.s_addr = htonl(INADDR_LOOPBACK);
-    socklen_t length = sizeof sa;
-    bind(fd, reinterpret_cast<sockaddr*>(&sa), sizeof sa);
-    getsockname(fd, reinterpret_cast<sockaddr*>(&sa), &length);
-    close(fd);
-    return ntohs(sa.sin_port);
-}
 
 // A blocking socket driven by hand, to play a misbehaving peer.
 class RawConnection {
@@ -266,7 +281,8 @@ bool raw_login(RawConnection& raw, ipc::Encoding encoding)
     Message result;
     std::string mac;
     if (!raw.receive(encoding, challenge) || challenge.name != ipc::envelope::kChallenge
-        || !ipc::login::compute_mac(challenge.params().get_string("nonce", ""), kPassword, mac))
+        || !ipc::login::compute_mac(ipc::login::Role::Client, challenge.params().get_string("nonce", ""), "",
+                                    kPassword, mac))
         return false;
     raw.send(encoding, Message(ipc::envelope::kLogin, Params(("user=user mac=" + mac).c_str())));
     return raw.receive(encoding, result) && result.params().get_bool("ok", false);
@@ -336,6 +352,7 @@ TEST_P(ServerSide, CommandBeforeLoginOrMalformedInputClosesOnlyThatConnectionWit
     const std::string command = ipc::frame(ipc::encode(encoding, Message(ipc::envelope::kCommand, Params("seq=x"))));
     const std::tuple<std::string, const char*, bool> cases[] = {
         {command, "\"command\" before login; connection closed", false},
+        {std::string("\x00\x00\x04\x01", 4) + std::string(1025, 'x'), "frame larger than 1024 bytes", false},
         {ipc::frame("\xff\x01<not a message>\x80\x00"), "undecodable frame", true},
         {std::string("\x7f\xff\xff\xf0", 4) + "tail", "frame larger than", true},
         {command.substr(0, command.size() - 3), "closed by peer inside a frame", true},
@@ -391,10 +408,11 @@ TEST_P(ServerSide, ReaderThatFallsTooFarBehindIsCutOff)
 INSTANTIATE_TEST_SUITE_P(Encodings, ServerSide, ::testing::Values(ipc::Encoding::Compact, ipc::Encoding::Xmls));
 
 // The client against a server played by hand: the password never crosses the link, only its MAC over
-// the nonce; garbage drops the link with a logged error, a silent server times out; both are retried.
+// the nonce; a server that says yes without its own MAC, garbage or silence drop the link with a
+// logged error, and the client tries again.
 class ClientSide : public ::testing::TestWithParam<ipc::Encoding> {};
 
-TEST_P(ClientSide, LogsInWithAMacAndRecoversFromGarbageOrSilence)
+TEST_P(ClientSide, LogsInWithAMacAndRecoversFromAnImpostorGarbageOrSilence)
 {
     const ipc::Encoding encoding = GetParam();
     const std::string name = TestServer::unique_local_address();
@@ -406,13 +424,22 @@ TEST_P(ClientSide, LogsInWithAMacAndRecoversFromGarbageOrSilence)
     LogCapture log;
     TestClient client(kPassword);
     ASSERT_TRUE(client.start(encoding, SocketAddr(name, 0)));
+    const Message challenge(ipc::envelope::kChallenge, Params(("protocol=7 nonce=" + kKnownNonce).c_str()));
+    Message login;
+    {
+        RawConnection impostor(accept_one());
+        impostor.send(encoding, challenge);
+        ASSERT_TRUE(impostor.receive(encoding, login));
+        impostor.send(encoding, Message(ipc::envelope::kLoginResult, Params(("ok:b=true mac=" + kKnownMac).c_str())));
+        EXPECT_TRUE(impostor.wait_closed());
+        EXPECT_TRUE(log.wait_for_error("accepted the login without proving that it knows the password"));
+    }
     {
         RawConnection raw(accept_one());
-        raw.send(encoding, Message(ipc::envelope::kChallenge, Params(("protocol=7 nonce=" + kKnownNonce).c_str())));
-        Message login;
+        raw.send(encoding, challenge);
         ASSERT_TRUE(raw.receive(encoding, login));
         EXPECT_EQ(login, Message(ipc::envelope::kLogin, Params(("user=user mac=" + kKnownMac).c_str())));
-        raw.send(encoding, Message(ipc::envelope::kLoginResult, Params("ok:b=true")));
+        raw.send(encoding, Message(ipc::envelope::kLoginResult, Params(("ok:b=true mac=" + kKnownUnitMac).c_str())));
         ASSERT_TRUE(client.wait_until([](const TestClient::Events& e) { return e.logins == 1; }));
         EXPECT_EQ(raw.received().find(kPassword), std::string::npos);
 
@@ -422,11 +449,11 @@ TEST_P(ClientSide, LogsInWithAMacAndRecoversFromGarbageOrSilence)
     EXPECT_TRUE(log.wait_for_error("IPC link to " + name + ": undecodable frame"));
     RawConnection silent(accept_one());
     EXPECT_TRUE(silent.wait_closed());
-    ASSERT_TRUE(client.wait_until([](const TestClient::Events& e) { return e.connectionChanges.size() >= 4; }));
+    ASSERT_TRUE(client.wait_until([](const TestClient::Events& e) { return e.connectionChanges.size() >= 6; }));
     const TestClient::Events events = client.events();
     EXPECT_EQ(events.logins, 1);
-    EXPECT_EQ(std::vector<bool>(events.connectionChanges.begin(), events.connectionChanges.begin() + 4),
-              (std::vector<bool>{true, false, true, false}));
+    EXPECT_EQ(std::vector<bool>(events.connectionChanges.begin(), events.connectionChanges.begin() + 6),
+              (std::vector<bool>{true, false, true, false, true, false}));
     close(listener);
 }
 
@@ -436,7 +463,7 @@ INSTANTIATE_TEST_SUITE_P(Encodings, ClientSide, ::testing::Values(ipc::Encoding:
 // loop keeps running and its lock stays free for the user interface.
 TEST(ClientLookup, ASilentNameServerHoldsNeitherTheLoopNorItsLock)
 {
-    const int port = free_tcp_port();
+    const int port = TestServer::free_tcp_port();
     TestServer server(kPassword);
     ASSERT_TRUE(server.listen("xmls", SocketAddr("127.0.0.1", port)));
     SlowNameServer::instance().hold();
@@ -455,4 +482,248 @@ TEST(ClientLookup, ASilentNameServerHoldsNeitherTheLoopNorItsLock)
 
     SlowNameServer::instance().release();
     EXPECT_TRUE(client.wait_until([](const TestClient::Events& e) { return e.logins == 1; }));
+}
+
+namespace {
+
+// Splits a captured TLS stream into records; false unless it is nothing but whole records.
+bool tls_record_types(const std::string& stream, std::vector<unsigned char>& types)
+{
+    std::size_t offset = 0;
+    while (offset + 5 <= stream.size()) {
+        const auto* header = reinterpret_cast<const unsigned char*>(stream.data() + offset);
+        types.push_back(header[0]);
+        offset += 5 + ((std::size_t{header[3]} << 8) | header[4]);
+    }
+    return offset == stream.size();
+}
+
+std::string file_text(const std::string& path)
+{
+    std::ifstream in(path);
+    std::ostringstream text;
+    text << in.rdbuf();
+    return text.str();
+}
+
+// The fingerprint of the identity a server keeps in `directory`.
+std::string identity_fingerprint(const std::string& directory)
+{
+    std::string fingerprint;
+    std::string error;
+    ipc::tls::server_context(directory, fingerprint, error);
+    return fingerprint;
+}
+
+// "AB:CD:..." as a firmware team might copy it from openssl's output.
+std::string with_colons_upper_case(const std::string& hex)
+{
+    std::string text;
+    for (std::size_t i = 0; i < hex.size(); i += 2)
+        text += (i ? ":" : "") + hex.substr(i, 2);
+    for (char& c : text)
+        c = static_cast<char>(std::toupper(static_cast<unsigned char>(c)));
+    return text;
+}
+
+const SocketAddr kLoopback("127.0.0.1", 0);
+
+SocketAddr loopback(int port)
+{
+    return SocketAddr(kLoopback.host(), port);
+}
+
+} // namespace
+
+// A remote session as an eavesdropper on the wire records it: TLS records only, application
+// data after the hellos, and none of the password, the names, the answers or the login's nonce and
+// MACs, so the capture gives nothing to test a password guess against.
+TEST(RemoteMode, ACaptureHoldsOnlyEncryptedRecords)
+{
+    const int port = TestServer::free_tcp_port();
+    TestServer server(kPassword);
+    server.set_handler([](TestServer& s, const IPCSessionInfo& session, const Message&) {
+        Message answer("peerList", Params("seq=peerList"));
+        answer.add_child(Message("peer", Params("id:i=1 name=Studio password=remote-s3cret")));
+        s.send_response(session.id, answer);
+    });
+    ASSERT_TRUE(server.listen("xmls", loopback(port)));
+    TcpRelay tap(port);
+    LogCapture log(LOG_DEBUG);
+    TestClient client(kPassword);
+    client.set_debug(true);
+    ASSERT_TRUE(client.start(ipc::Encoding::Xmls, loopback(tap.port())));
+    ASSERT_TRUE(client.wait_until([](const TestClient::Events& e) { return e.logins == 1; }));
+    EXPECT_TRUE(client.send_command(Message("getPeerList", Params("seq=peerList"))));
+    ASSERT_TRUE(client.wait_until([](const TestClient::Events& e) { return e.responses.size() == 1; }));
+    EXPECT_EQ(client.events().responses[0].child(0).params().get_string("password", ""), "remote-s3cret");
+
+    // The nonce and both MACs, as the client's debug trace of what it received and sent shows them.
+    std::vector<std::string> secrets = {kPassword, "getPeerList", "peerList", "remote-s3cret", "challenge", "login"};
+    std::istringstream trace(log.all());
+    const std::regex loginValue("(nonce|mac):s=\"([0-9a-f]{64})");
+    std::smatch found;
+    for (std::string line; std::getline(trace, line);) {
+        if (std::regex_search(line, found, loginValue))
+            secrets.push_back(found[2]);
+    }
+    ASSERT_EQ(secrets.size(), 9u);
+
+    for (const std::string& stream : {tap.toServer(), tap.toClient()}) {
+        for (const std::string& secret : secrets)
+            EXPECT_EQ(stream.find(secret), std::string::npos) << secret;
+        std::vector<unsigned char> types;
+        EXPECT_TRUE(tls_record_types(stream, types));
+        ASSERT_GE(types.size(), 3u);
+        EXPECT_EQ(types[0], 0x16); // the hello
+        for (std::size_t i = 1; i < types.size(); ++i)
+            EXPECT_TRUE(types[i] == 0x17 || types[i] == 0x14) << "record " << i << " of type " << int(types[i]);
+    }
+}
+
+// The first unit is pinned at the first login; another certificate on that address is refused,
+// unless the expected fingerprint given (as REMOTE_UI_FINGERPRINT would) is the new one's.
+TEST(RemoteMode, PinsTheFirstUnitRefusesAChangedOneHonoursAnExpectedFingerprint)
+{
+    const int port = TestServer::free_tcp_port();
+    const std::string unit = loopback(port).to_string();
+    TemporaryDirectory configuration;
+    const std::string knownUnits = configuration.file("orvane/known_units");
+    const auto log_in = [&](const std::string& expectedFingerprint) {
+        TestClient client(kPassword);
+        client.set_unit_trust(knownUnits, expectedFingerprint);
+        client.start(ipc::Encoding::Compact, loopback(port));
+        return client.wait_until([](const TestClient::Events& e) { return e.logins == 1; });
+    };
+    {
+        TemporaryDirectory identity;
+        TestServer first(kPassword);
+        first.set_tls_directory(identity.path());
+        ASSERT_TRUE(first.listen("compact", loopback(port)));
+        ASSERT_TRUE(log_in(""));
+        EXPECT_EQ(file_text(knownUnits), unit + " " + identity_fingerprint(identity.path()) + "\n");
+    }
+
+    TemporaryDirectory identity;
+    TestServer second(kPassword);
+    second.set_tls_directory(identity.path());
+    ASSERT_TRUE(second.listen("compact", loopback(port)));
+    const std::string secondFingerprint = identity_fingerprint(identity.path());
+    const std::pair<std::string, const char*> refused[] = {
+        {"", "the unit's certificate has changed"},
+        {std::string(64, '0'), "where REMOTE_UI_FINGERPRINT expects"},
+        {"not-a-fingerprint", "REMOTE_UI_FINGERPRINT is not a SHA-256 fingerprint"}};
+    for (const auto& [expected, reason] : refused) {
+        SCOPED_TRACE(reason);
+        LogCapture log;
+        TestClient client(kPassword);
+        client.set_unit_trust(knownUnits, expected);
+        ASSERT_TRUE(client.start(ipc::Encoding::Compact, loopback(port)));
+        EXPECT_TRUE(log.wait_for_error(reason));
+        EXPECT_EQ(client.events().logins, 0);
+    }
+    EXPECT_EQ(second.logins(), 0u);
+    EXPECT_TRUE(log_in(with_colons_upper_case(secondFingerprint)));
+    EXPECT_EQ(second.logins(), 1u);
+}
+
+// A relay that ends the client's TLS session and opens its own to the unit forwards every byte of
+// the login, yet the login is bound to the client's session and fails at the unit; nothing is pinned.
+TEST(RemoteMode, ALoginRelayedThroughASecondTlsSessionFails)
+{
+    const int port = TestServer::free_tcp_port();
+    TestServer server(kPassword);
+    ASSERT_TRUE(server.listen("xmls", loopback(port)));
+    TemporaryDirectory relayIdentity;
+    std::string fingerprint;
+    std::string error;
+    TcpRelay relay(port, ipc::tls::server_context(relayIdentity.path(), fingerprint, error));
+    LogCapture log;
+    TemporaryDirectory configuration;
+    TestClient client(kPassword);
+    client.set_unit_trust(configuration.file("known_units"), "");
+    ASSERT_TRUE(client.start(ipc::Encoding::Xmls, loopback(relay.port())));
+    ASSERT_TRUE(client.wait_until([](const TestClient::Events& e) { return e.authFailures >= 1; }));
+    EXPECT_TRUE(log.wait_for_error("login refused for user \"user\""));
+    EXPECT_NE(relay.toServer().find("<m n=\"login\">"), std::string::npos);
+    EXPECT_EQ(client.events().logins, 0);
+    EXPECT_EQ(server.logins(), 0u);
+    EXPECT_EQ(file_text(configuration.file("known_units")), "");
+}
+
+// Sixty-four idle connections that never say a word, each reopened as soon as the unit closes it,
+// do not keep a real client out: the oldest waiting connection makes room for the newest.
+TEST(ServerFlood, IdleConnectionsDoNotKeepARealClientOut)
+{
+    const int port = TestServer::free_tcp_port();
+    TestServer server(kPassword);
+    ASSERT_TRUE(server.listen("xmls", loopback(port)));
+    std::atomic<bool> stop{false};
+    std::atomic<int> opened{0};
+    std::thread flood([&] {
+        const auto open_one = [&] {
+            const int fd = socket(AF_INET, SOCK_STREAM | SOCK_CLOEXEC, 0);
+            sockaddr_in sa{};
+            sa.sin_family = AF_INET;
+            sa.sin_addr.s_addr = htonl(INADDR_LOOPBACK);
+            sa.sin_port = htons(static_cast<uint16_t>(port));
+            connect(fd, reinterpret_cast<sockaddr*>(&sa), sizeof sa);
+            ++opened;
+            return pollfd{fd, POLLIN, 0};
+        };
+        std::vector<pollfd> idle;
+        for (int i = 0; i < 64; ++i)
+            idle.push_back(open_one());
+        // Bounded in time and count, whatever happens to the test.
+        const auto end = std::chrono::steady_clock::now() + 30s;
+        while (!stop && opened < 20000 && std::chrono::steady_clock::now() < end) {
+            poll(idle.data(), idle.size(), 10);
+            for (pollfd& entry : idle) {
+                char byte;
+                if (entry.revents && recv(entry.fd, &byte, 1, MSG_DONTWAIT) <= 0) {
+                    close(entry.fd);
+                    entry = open_one();
+                }
+            }
+        }
+        for (const pollfd& entry : idle)
+            close(entry.fd);
+    });
+    while (opened < 64)
+        std::this_thread::sleep_for(2ms);
+
+    const auto start = std::chrono::steady_clock::now();
+    TestClient client(kPassword);
+    ASSERT_TRUE(client.start(ipc::Encoding::Xmls, loopback(port)));
+    const bool loggedIn = client.wait_until([](const TestClient::Events& e) { return e.logins == 1; });
+    const auto elapsed = std::chrono::duration_cast<std::chrono::milliseconds>(std::chrono::steady_clock::now() - start);
+    stop = true;
+    flood.join();
+    EXPECT_TRUE(loggedIn);
+    std::printf("login under a flood of 64 idle connections (%d opened in all): %lld ms\n", opened.load(),
+                static_cast<long long>(elapsed.count()));
+}
+
+// The limit of connections waiting for their login, exactly: the seventeenth closes the first, and
+// the second can still log in.
+TEST(ServerFlood, TheConnectionBeyondTheWaitingLimitClosesTheOldest)
+{
+    const std::string name = TestServer::unique_local_address();
+    TestServer server(kPassword);
+    ASSERT_TRUE(server.listen("compact", SocketAddr(name, 0)));
+    std::vector<std::unique_ptr<RawConnection>> waiting;
+    std::vector<Message> challenges;
+    for (std::size_t i = 0; i <= IPCServerLink::kMaxPendingLogins; ++i) {
+        waiting.push_back(std::make_unique<RawConnection>(local_socket(name, false)));
+        challenges.emplace_back();
+        ASSERT_TRUE(waiting.back()->receive(ipc::Encoding::Compact, challenges.back())) << i;
+    }
+    EXPECT_TRUE(waiting[0]->wait_closed());
+    std::string mac;
+    ASSERT_TRUE(ipc::login::compute_mac(ipc::login::Role::Client, challenges[1].params().get_string("nonce", ""), "",
+                                        kPassword, mac));
+    waiting[1]->send(ipc::Encoding::Compact, Message(ipc::envelope::kLogin, Params(("user=user mac=" + mac).c_str())));
+    Message result;
+    ASSERT_TRUE(waiting[1]->receive(ipc::Encoding::Compact, result));
+    EXPECT_TRUE(result.params().get_bool("ok", false));
 }

@@ -1,5 +1,8 @@
 #include "testserver.h"
 
+#include <arpa/inet.h>
+#include <netinet/in.h>
+#include <sys/socket.h>
 #include <unistd.h>
 
 #include <atomic>
@@ -10,11 +13,25 @@ std::string TestServer::unique_local_address()
     return "/orvane-test-" + std::to_string(getpid()) + "-" + std::to_string(++counter);
 }
 
+int TestServer::free_tcp_port()
+{
+    const int fd = socket(AF_INET, SOCK_STREAM | SOCK_CLOEXEC, 0);
+    sockaddr_in sa{};
+    sa.sin_family = AF_INET;
+    sa.sin_addr.s_addr = htonl(INADDR_LOOPBACK);
+    socklen_t length = sizeof sa;
+    bind(fd, reinterpret_cast<sockaddr*>(&sa), sizeof sa);
+    getsockname(fd, reinterpret_cast<sockaddr*>(&sa), &length);
+    close(fd);
+    return ntohs(sa.sin_port);
+}
+
 TestServer::TestServer(const std::string& password, const std::string& user)
     : m_user(user)
     , m_password(password)
 {
     m_manager.add_server("test", this);
+    set_tls_directory(m_tlsDirectory.path());
 }
 
 TestServer::~TestServer()

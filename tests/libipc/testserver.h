@@ -3,6 +3,7 @@
 
 #include "ipcendpoint.h"
 #include "socketaddr.h"
+#include "temporarydirectory.h"
 #include "threadedmanager.h"
 
 #include <chrono>
@@ -12,6 +13,7 @@
 
 // An in-process backend for tests: a server endpoint on its own manager thread that accepts one
 // user, records every command it receives and, when a handler is set, lets the test answer.
+// Its TLS identity is made in a directory of its own unless set_tls_directory says otherwise.
 // push_unso, drop_sessions and sessions() of the base may be called from the test thread.
 class TestServer : public IPCEndpointServer {
 public:
@@ -20,6 +22,8 @@ public:
 
     // A fresh abstract socket name, so that tests never meet each other's servers.
     static std::string unique_local_address();
+    // A loopback TCP port that nothing listens on right now.
+    static int free_tcp_port();
 
     explicit TestServer(const std::string& password, const std::string& user = "user");
     ~TestServer() override;
@@ -40,6 +44,7 @@ public:
     void process_command(const IPCSessionInfo& session, const Message& msg) override;
 
 private:
+    TemporaryDirectory m_tlsDirectory;
     ThreadedManager m_manager;
     const std::string m_user;
     const std::string m_password;

@@ -1,4 +1,4 @@
-#include "delaygrapher.h"
+#include "delaysamples.h"
 #include "peerstats.h"
 #include "percentgrapher.h"
 #include "statsfeed.h"
@@ -31,16 +31,6 @@ void feedActive(const QStringList& names)
     answer("peerList", "peer", records);
 }
 
-// Samples of the key that arrived with new data: each draws one point of the desired-delay line.
-int validSamples(const DelayGrapher& graph, uint32_t key)
-{
-    Grapher::PointList points[1];
-    Grapher::RectList rects[3];
-    int min = 0;
-    int max = 0;
-    graph.draw(key, points, rects, &min, &max);
-    return points[0].size();
-}
 
 QStringList selectorEntries(const PeerStats& screen)
 {
@@ -63,6 +53,7 @@ private slots:
     void selector();
     void unchangedActiveSetKeepsSelector();
     void everyRemoteFillsItsHistory();
+    void samplesCarryTheGraphedValues();
     void selectedRemoteMissingClearsValues();
     void keys_data();
     void keys();
@@ -199,9 +190,9 @@ void TestPeerStats::everyRemoteFillsItsHistory()
     feedActive({"A", "B"});
     notify("peer_stats", "peer", {peer(1, 10), peer(2, 20) + " newData:b=false"});
     notify("peer_stats", "peer", {peer(1, 11), peer(2, 21)});
-    QCOMPARE(validSamples(screen.delayGraph(), 1), 2);
+    QCOMPARE(validDelaySamples(screen.delayGraph(), 1), 2);
     // A sample without new data is kept, as a gap.
-    QCOMPARE(validSamples(screen.delayGraph(), 2), 1);
+    QCOMPARE(validDelaySamples(screen.delayGraph(), 2), 1);
     QVERIFY(screen.percentGraph().hasHistory(2));
     QCOMPARE(screen.treeStats->topLevelItem(0)->text(1), QString("0:00:11"));
 
@@ -210,8 +201,31 @@ void TestPeerStats::everyRemoteFillsItsHistory()
     QCOMPARE(screen.delayGraph().key(), 2);
     QCOMPARE(screen.treeStats->topLevelItem(0)->text(1), QString("0:00:21"));
     screen.checkAdvanced->setChecked(true);
-    QCOMPARE(validSamples(screen.delayGraph(), 1), 2);
-    QCOMPARE(validSamples(screen.delayGraph(), 2), 1);
+    QCOMPARE(validDelaySamples(screen.delayGraph(), 1), 2);
+    QCOMPARE(validDelaySamples(screen.delayGraph(), 2), 1);
+}
+
+void TestPeerStats::samplesCarryTheGraphedValues()
+{
+    PeerStats screen;
+    feedActive({"A"});
+    notify("peer_stats", "peer",
+           {"id:i=1 frameLossRate:u=4 remoteLoss:u=10 corrUpRate:u=8 corrDownRate:u=9 insertRate:u=7 "
+            "bufferMinDelay:i=350 bufferMaxDelay:i=460 bufferDesiredDelay:i=420 newData:b=true"});
+    int min = 1;
+    int max = 0;
+    // The corrections line carries the sum of the three correction rates.
+    screen.percentGraph().range(1, &min, &max);
+    QCOMPARE(max, 24);
+    screen.delayGraph().range(1, &min, &max);
+    QCOMPARE(max, 460);
+    // The bar reaches the minimum delay, three quarters of the way up.
+    Grapher::PointList points[1];
+    Grapher::RectList rects[3];
+    screen.delayGraph().draw(1, points, rects, &min, &max);
+    const int plotHeight = screen.delayGraph().plotHeight();
+    QCOMPARE(rects[0].last().top(), plotHeight - plotHeight * 350 / 460);
+    QCOMPARE(points[0].last().y(), plotHeight - plotHeight * 420 / 460);
 }
 
 void TestPeerStats::selectedRemoteMissingClearsValues()
@@ -223,7 +237,7 @@ void TestPeerStats::selectedRemoteMissingClearsValues()
     notify("peer_stats", "peer", {peer(2, 21)});
     for (int row = 0; row < 24; ++row)
         QVERIFY(screen.treeStats->topLevelItem(row)->text(1).isEmpty());
-    QCOMPARE(validSamples(screen.delayGraph(), 2), 2);
+    QCOMPARE(validDelaySamples(screen.delayGraph(), 2), 2);
 }
 
 void TestPeerStats::keys_data()

@@ -31,7 +31,8 @@ protected:
                 if (it != m_timers.end())
                     m_timers.erase(it);
             },
-            [this](const std::string& id, const Message& msg) { m_pushed[id] = msg; },
+            // Generic notifications by the name of what they carry.
+            [this](const std::string& id, const Message& msg) { m_pushed[id == "unso" ? msg.name : id] = msg; },
             [this](const std::string& line) { m_reports.push_back(line); }};
         m_calls = std::make_unique<CallHandlers>(m_unit, hooks, milliseconds(1000));
         m_calls->addHandlers(m_router);
@@ -104,6 +105,11 @@ class CallScripts : public Calls, public ::testing::WithParamInterface<Script> {
 // The default scenario: 2 is on the telephone line, 3 calls through Braid session 7 on a profile
 // that names the far end's encoder.
 const std::vector<Script> kScripts = {
+    {"ip", 1, false,
+     {{0, "connecting", "Connecting", "Negotiating", false, false, ""},
+      {800, "connected", "Connected", "Connected", true, false, ""},
+      {1400, "connected", "Connected", "Connected", true, true, ""}},
+     "Opus Stereo 128 kb/s"},
     {"braid", 3, false,
      {{0, "connecting", "Connecting", "Waiting for Braid", false, false, "SEARCHING"},
       {1500, "connecting", "Connecting", "Negotiating", false, false, "ACTIVE"},
@@ -140,7 +146,7 @@ TEST_P(CallScripts, WalkThroughTheirStatesAndBack)
         EXPECT_EQ(now(), std::make_tuple(std::string(state), std::string(stateUi), std::string(chanState), transmitting,
                                          receiving, std::string(receiving ? script.rxCodec : ""), true));
         EXPECT_EQ(*tunnel ? session(7).params().get_string("state", "") : "", tunnel);
-        EXPECT_EQ(lastPushed("unso"), *m_unit.data("peerList"));
+        EXPECT_EQ(lastPushed("peerList"), *m_unit.data("peerList"));
     }
 
     ASSERT_FALSE(fails("disconnect", "id:i=" + id));
@@ -183,6 +189,16 @@ TEST_F(Calls, TwoCallsReportTogether)
         EXPECT_NEAR(peer->get_uint("txPayload", 0), 256000, 256000 / 50);
         EXPECT_NEAR(peer->get_uint("rxPayload", 0), 128000, 128000 / 50);
     }
+    // A burst on one call: its next period brings no data and a loss well beyond the usual.
+    EXPECT_EQ(m_calls->burst("4 3"), "ok burst 4 3");
+    for (const char* refused : {"2", "4 0", "4x", ""})
+        EXPECT_EQ(m_calls->burst(refused).rfind("error: ", 0), 0u) << refused;
+    advance(milliseconds(1000));
+    const Message during = lastPushed("peer_stats");
+    EXPECT_FALSE(find(during, "peer", "id", 4).params().get_bool("newData", true));
+    EXPECT_GT(find(during, "peer", "id", 4).params().get_uint("frameLossRate", 0), 10u);
+    EXPECT_TRUE(find(during, "peer", "id", 1).params().has_param("newData"));
+
     const Message channels = lastPushed("channel_stats");
     EXPECT_EQ(channels.num_children("channel"), m_unit.data("channelList")->num_children("channel"));
     EXPECT_GT(channels.get_child("channel", 0).params().get_uint("rxTotal", 0), 0u);
@@ -204,7 +220,15 @@ TEST_F(Calls, TelephoneLineDropsRateAndRetrains)
 TEST_F(Calls, BraidCallRunsInItsTunnelSession)
 {
     const Message idleSession = session(7);
-    connected(3, milliseconds(2900));
+    ASSERT_FALSE(fails("connect", "id:i=3"));
+    EXPECT_EQ(lastPushed("cfgStatus:netmgr.tunnel").get_child("sess", 0).params().get_string("state", ""), "SEARCHING");
+    advance(milliseconds(1500));
+    EXPECT_EQ(lastPushed("cfgStatus:netmgr.tunnel").get_child("sess", 0).params().get_string("state", ""), "ACTIVE");
+    advance(milliseconds(2400));
+    // Connected: the tunnel's statistics come with the call's.
+    const Message tunnel = lastPushed("tun_stats");
+    ASSERT_EQ(tunnel.num_children("sess"), 1u);
+    EXPECT_EQ(tunnel.get_child("sess", 0).params().get_int("sid", 0), 7);
 
     fails("disconnect", "id:i=3");
     advance(milliseconds(500));
@@ -217,7 +241,35 @@ TEST_F(Calls, BraidCallRunsInItsTunnelSession)
     // A Braid remote without a session gets the next one.
     ASSERT_FALSE(fails("addPeer", "name=Van3 addr=192.0.2.8 unit=00:1b:7c:0a:51:a0 plait:b=true use_plait:b=true"));
     fails("connect", "id:i=5");
+    EXPECT_EQ(session(8).params(), Params("sid:i=8 active_conns:i=0 addr=192.0.2.8 active:b=false protected:b=true "
+                                          "encrypted:b=true state=SEARCHING"));
     EXPECT_EQ(session(8).get_child("search", 0).params().get_string("addr", ""), "192.0.2.8:9010");
+}
+
+// The operator's delay comes back with the next statistics; a dropped connection leaves them and
+// returns; the end of the call is statistics without a session.
+TEST_F(Calls, BraidCallTakesTheOperatorsDelay)
+{
+    connected(3, milliseconds(2900));
+    EXPECT_TRUE(fails("setMaxDelay", "sid:i=9 remote:b=false delay:i=250 auto:b=false"));
+    EXPECT_FALSE(fails("setMaxDelay", "sid:i=7 remote:b=false delay:i=5 auto:b=false"));
+    EXPECT_FALSE(fails("setMaxDelay", "sid:i=7 remote:b=true auto:b=true"));
+    EXPECT_EQ(m_calls->braid().command("drop 2"), "ok braid connection 2:1 dropped");
+    advance(milliseconds(1000));
+    const Message stats = lastPushed("tun_stats");
+    const Params& sess = stats.get_child("sess", 0).params();
+    EXPECT_EQ(sess.get_int("dm", 0), 10);
+    EXPECT_FALSE(sess.get_bool("dma", true));
+    EXPECT_TRUE(sess.get_bool("rdma", false));
+    EXPECT_EQ(stats.get_child("sess", 0).num_children("conn"), 3u);
+    EXPECT_EQ(lastPushed("tun_conns").get_child("sess", 0).params().get_int("active_conns", 0), 3);
+    advance(milliseconds(8000));
+    EXPECT_EQ(lastPushed("tun_stats").get_child("sess", 0).num_children("conn"), 4u);
+
+    fails("disconnect", "id:i=3");
+    advance(milliseconds(500));
+    EXPECT_EQ(lastPushed("tun_stats").num_children("sess"), 0u);
+    EXPECT_EQ(m_calls->braid().command("drop 1"), "error: no Braid call is running");
 }
 
 TEST_F(Calls, RemotesAreAddedChangedAndRemoved)
@@ -225,7 +277,8 @@ TEST_F(Calls, RemotesAreAddedChangedAndRemoved)
     ASSERT_FALSE(fails("addPeer", "id:i=3 name=\"New Van\" addr=192.0.2.9 plait:b=false password=pw "
                                   "profile:i=2 backup_id:i=1 retry_primary:b=true"));
     // The request's id is ignored: a new remote takes the next free one, idle.
-    EXPECT_EQ(peer(5), Params("active:b=false addr=192.0.2.9 backup_id:i=1 chan_state=\"\" id:i=5 incoming:b=false "
+    EXPECT_EQ(peer(5), Params("active:b=false addr=192.0.2.9 backup_id:i=1 chan_state=\"\" channel=rtp_udp_mux "
+                              "id:i=5 incoming:b=false "
                               "name=\"New Van\" password=pw plait:b=false profile:i=2 receiving:b=false "
                               "retry_primary:b=true rx_codec=\"\" state=idle state_ui=Idle transmitting:b=false "
                               "unit=\"\" use_plait:b=false"));
@@ -238,11 +291,100 @@ TEST_F(Calls, RemotesAreAddedChangedAndRemoved)
     EXPECT_FALSE(fails("removePeer", "id:i=2"));
     EXPECT_FALSE(peer(2).has_param("id"));
     EXPECT_EQ(peer(3).get_int("backup_id", -1), 0);
-    EXPECT_EQ(lastPushed("unso"), *m_unit.data("peerList"));
+    EXPECT_EQ(lastPushed("peerList"), *m_unit.data("peerList"));
     m_reports.clear();
     advance(milliseconds(10000));
     for (const std::string& report : m_reports)
         EXPECT_EQ(report.find("call 2"), std::string::npos) << report;
+}
+
+TEST_F(Calls, EditingOntoAnotherProfileMovesTheRemotesChannel)
+{
+    // The newsroom leaves the telephone line for the default profile's IP channel, and back.
+    const char* const moves[][2] = {{"profile:i=0", "rtp_udp_mux"}, {"profile:i=4", "rtp_tcp"}, {"profile:i=3", "pots"}};
+    for (const auto& [profile, channel] : moves) {
+        ASSERT_FALSE(fails("setPeerSettings", std::string("id:i=2 name=News addr=x ") + profile));
+        EXPECT_EQ(peer(2).get_string("channel", ""), channel) << profile;
+        EXPECT_EQ(lastPushed("peerList").get_child("peer", 1).params().get_string("channel", ""), channel);
+    }
+    ASSERT_FALSE(fails("setPeerSettings", "id:i=2 name=News addr=x profile:i=2"));
+    // What the editor leaves out falls back: no backup.
+    EXPECT_EQ(peer(2).get_int("backup_id", -1), 0);
+    ASSERT_FALSE(fails("connect", "id:i=2"));
+    EXPECT_EQ(peer(2).get_string("state", ""), "connecting");
+}
+
+// The unit's encoder follows the call: the line's audio on the telephone, the profile's encoder
+// on IP, and what it was once no call is left.
+TEST_F(Calls, CurrentEncoderFollowsTheCall)
+{
+    const auto encoder = [this] { return lastPushed("currentEncoder").params().get_string("descr", "-"); };
+    ASSERT_FALSE(fails("connect", "id:i=2"));
+    advance(milliseconds(2500));
+    EXPECT_EQ(encoder(), "Telephone line audio");
+    ASSERT_FALSE(fails("disconnect", "id:i=2"));
+    advance(milliseconds(500));
+    EXPECT_EQ(encoder(), "Opus Stereo 128 kb/s");
+
+    ASSERT_FALSE(fails("connect", "id:i=1"));
+    advance(milliseconds(800));
+    EXPECT_EQ(encoder(), "AAC-LD Stereo 256 kb/s");
+    EXPECT_EQ(peer(1).get_string("rx_codec", "-"), "");
+    advance(milliseconds(600));
+    EXPECT_EQ(peer(1).get_string("rx_codec", ""), "Opus Stereo 128 kb/s");
+}
+
+// Every state of the directory shows within a few turns: each remote's answer and whether it is
+// online, and the unit's own link to the directory.
+TEST_F(Calls, DirectoryChangesOverTime)
+{
+    std::vector<std::string> seen;
+    for (int turn = 0; turn < 4; ++turn) {
+        advance(CallHandlers::kDirectoryPeriod);
+        const Params& directory = find(*m_unit.data("peerList"), "peer", "id", 1).get_child("directory", 0).params();
+        seen.push_back(directory.get_string("can_connect", "") + (directory.get_bool("online", false) ? "" : " offline")
+                       + (m_unit.data("directoryServer")->params().get_bool("connected", false) ? "" : " unlinked"));
+    }
+    EXPECT_EQ(seen, (std::vector<std::string>{"busy", "yes offline", "ts_fail unlinked", "yes"}));
+    EXPECT_EQ(lastPushed("peerList").get_child("peer", 0).get_child("directory", 0).params().get_string("can_connect", ""),
+              "yes");
+    EXPECT_EQ(lastPushed("directoryServer").params().get_string("connected", ""), "true");
+}
+
+// The codec editor shows the quality as a percentage.
+TEST_F(Calls, CodecQualityIsAPercentage)
+{
+    const Message& codecs = *m_unit.data("codecList");
+    ASSERT_GT(codecs.num_children("codec"), 1u);
+    for (unsigned int i = 0; i < codecs.num_children("codec"); ++i) {
+        const Params& codec = codecs.get_child("codec", i).params();
+        EXPECT_GE(codec.get_uint("quality", 0), 20u) << codec.get_string("id", "");
+        EXPECT_LE(codec.get_uint("quality", 0), 100u) << codec.get_string("id", "");
+    }
+}
+
+TEST_F(Calls, UnknownCallerComesAndGoesWithItsCall)
+{
+    EXPECT_EQ(m_calls->ring(""), "ok ring 5");
+    EXPECT_EQ(peer(5).get_string("name", "") + " " + peer(5).get_string("state", ""), "Incoming Call ringing");
+    EXPECT_TRUE(peer(5).get_bool("incoming", false));
+    advance(milliseconds(4000));
+    ASSERT_FALSE(fails("disconnect", "id:i=5"));
+    advance(milliseconds(500));
+    EXPECT_FALSE(peer(5).has_param("id"));
+}
+
+TEST_F(Calls, StatisticsFollowTheirPeriod)
+{
+    connected(1, milliseconds(1400));
+    m_calls->setStatsPeriod(milliseconds(0));
+    advance(milliseconds(5000));
+    EXPECT_TRUE(lastPushed("peer_stats").name.empty());
+    m_calls->setStatsPeriod(milliseconds(250));
+    advance(milliseconds(250));
+    EXPECT_EQ(lastPushed("peer_stats").name, "peer_stats");
+    // An IP call has no tunnel to report on.
+    EXPECT_TRUE(lastPushed("tun_stats").name.empty());
 }
 
 } // namespace

@@ -10,7 +10,7 @@
 
 namespace {
 
-TEST(ChatHandlers, ALineIsAnsweredOnceAsAPortableRecordAndReported)
+TEST(ChatHandlers, ALineIsAnsweredOnceAsAPortableRecordRelayedAndReported)
 {
     RequestRouter router;
     std::vector<std::string> reports;
@@ -27,11 +27,19 @@ TEST(ChatHandlers, ALineIsAnsweredOnceAsAPortableRecordAndReported)
         reports.clear();
         const Message request("chat", Params(c[0]));
         std::vector<Message> answers;
-        Reply reply([&answers](const Message& answer) { answers.push_back(answer); }, request);
+        std::vector<Message> relayed;
+        Reply reply([&answers](const Message& answer) { answers.push_back(answer); }, request,
+                    [&relayed](const Message& msg) { relayed.push_back(msg); });
         router.dispatch(request, reply);
         ASSERT_EQ(answers.size(), 1u);
         EXPECT_EQ(answers[0].name, "chat");
         EXPECT_EQ(answers[0].params(), Params(c[1])) << answers[0].dump_text();
+        // The unit's other user interfaces see the same line, as a notification.
+        ASSERT_EQ(relayed.size(), 1u);
+        EXPECT_EQ(relayed[0].name, "chat");
+        Params record(c[1]);
+        record.remove("seq");
+        EXPECT_EQ(relayed[0].params(), record) << relayed[0].dump_text();
         EXPECT_EQ(reports, std::vector<std::string>{c[2]});
     }
 }
@@ -51,7 +59,7 @@ TEST(ChatHandlers, TheFarEndSpeaksAsTheFirstRemoteInTheCall)
         Unit unit(1);
         std::string error;
         ASSERT_TRUE(unit.loadText(*c[0] ? scenario : "<m n=\"unit\"/>", error)) << error;
-        const Message line = farEndChatLine(unit, "we hear you");
+        const Message line = farEndChatLine(unit, "message", "we hear you");
         EXPECT_EQ(line.name, "chat");
         Params expected("type=message when=\"\" text=\"we hear you\" portable:b=false");
         expected.set_string("from", c[2]);

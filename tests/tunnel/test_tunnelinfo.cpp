@@ -136,6 +136,8 @@ void TestTunnelInfo::sessionLife_data()
     QTest::newRow("status: two idle sess create none")
         << QStringList{"status sid:i=5 active_conns:i=0 " + active + " | sid:i=6 active_conns:i=0 " + active}
         << QStringList{} << 0;
+    QTest::newRow("status: two without a count create none")
+        << QStringList{"status sid:i=5 " + active + " | sid:i=6 " + active} << QStringList{} << 0;
     QTest::newRow("status: the one with connections")
         << QStringList{"status sid:i=5 active_conns:i=0 " + active + " | sid:i=6 active_conns:i=2 " + active}
         << QStringList{"create 6"} << 6;
@@ -206,6 +208,14 @@ void TestTunnelInfo::healthColour()
     info.handleUnsoTunStats(stats);
     QCOMPARE(status.count(), 1);
     QCOMPARE(status.last().at(0).toString(), colour);
+
+    // Statistics without rates read as no loss at all.
+    info.handleUnsoTunStats(tunStats("sid:i=1"));
+    for (const TunnelDirectionStats* direction : {&info.session()->tx(), &info.session()->rx()}) {
+        QCOMPARE(direction->packet_loss_rate, 0);
+        QCOMPARE(direction->packet_late_rate, 0);
+        QCOMPARE(direction->packet_recovery_rate, 0);
+    }
 }
 
 void TestTunnelInfo::delaysReportOnlyChanges()
@@ -323,6 +333,11 @@ void TestTunnelInfo::buttonsFollowConnections()
     QVERIFY(session.txButtons().at("1:1")->isHidden());
     QVERIFY(!session.rxButtons().at("1:1")->isHidden());
 
+    info.session()->clear();
+    QVERIFY(info.session()->connections().empty());
+    QVERIFY(ifc.findChildren<IFCButton*>().isEmpty());
+    info.handleUnsoTunStats(stats);
+    QCOMPARE(ifc.findChildren<IFCButton*>().size(), 16);
     info.handleUnsoTunStats(tunStats(""));
     QCOMPARE(destroyed.count(), 1);
     QVERIFY(ifc.findChildren<IFCButton*>().isEmpty());
@@ -357,6 +372,11 @@ void TestTunnelInfo::descriptionsFromStatus()
     conns.add_child(renamed);
     info.handleUnsoTunConns(conns);
     QCOMPARE(info.connsSessionCount(), 1);
+    QVERIFY(!info.session()->isActive());
+    QVERIFY(!info.session()->isProtected());
+    QVERIFY(!info.session()->updateSessionStatus(renamed));
+    QVERIFY(info.session()->updateSessionStatus(sessWithConns("sid:i=1", "1:1")));
+    info.session()->updateSessionStatus(renamed);
     info.handleUnsoTunStats(stats);
     QCOMPARE(info.session()->txButtons().at("1:1")->text(), QString("(0) Cell>Fibre"));
 }
