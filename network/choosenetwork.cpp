@@ -250,12 +250,9 @@ void ChooseNetwork::announceSignals()
 
 void ChooseNetwork::removeDevice(const std::string& id)
 {
-    if (NetworkListItem* item = findItem(id)) {
-        const bool wasCurrent = item == currentDevice();
+    // Taking out the current row moves the current row on, which the list announces itself.
+    if (NetworkListItem* item = findItem(id))
         delete networkList->takeItem(networkList->row(item));
-        if (wasCurrent)
-            handleSelectionChanged();
-    }
     if (m_signal_strengths.remove(qs(id)))
         announceSignals();
 }

@@ -62,6 +62,9 @@ private slots:
     void anyActiveChangedOnlyOnChange();
     void title_data();
     void title();
+    void telephoneButtonsCommandThePotsChannel();
+    void newEncoderRefreshesActiveRowsOnly();
+    void startupTunnelStatusComesFromTheFirstNode();
 };
 
 // Profile 2 is the default; 3 is on the telephone line.
@@ -298,6 +301,49 @@ void TestPeerList::title()
     list.updateDirectoryServer();
     QCOMPARE(list.labelTitle->text(), title);
     QCOMPARE(labellockprobe::underLock, 0);
+}
+
+void TestPeerList::telephoneButtonsCommandThePotsChannel()
+{
+    PeerList list;
+    feedPeers({"id:i=2 channel=pots active:b=true state=connected"});
+    std::vector<Message> sent;
+    g_ipcClient.setRequestTap([&sent](const Message& msg) { sent.push_back(msg); });
+    list.buttonRateDrop->click();
+    list.buttonRetrain->click();
+    g_ipcClient.setRequestTap(nullptr);
+
+    QStringList commands;
+    for (const Message& msg : sent)
+        commands << QString::fromStdString(msg.name + " " + msg.params().get_string("channel", "") + " "
+                                           + msg.params().get_string("command", ""));
+    QCOMPARE(commands, (QStringList{"channelCommand pots rateDrop", "channelCommand pots retrain"}));
+}
+
+void TestPeerList::newEncoderRefreshesActiveRowsOnly()
+{
+    PeerList list;
+    list.updateProfileList();
+    list.updateCurrentEncoder();
+    feedPeers({"id:i=1 name=A profile:i=1 active:b=true transmitting:b=true", "id:i=2 name=B profile:i=1"});
+    QTreeWidgetItem* idle = list.peerTree->topLevelItem(1);
+    idle->setText(0, "untouched");
+
+    answer("currentEncoder", Message("currentEncoder", Params("descr=\"G.722 Mono 64 kb/s\"")));
+    QVERIFY(rowTexts(list.peerTree->topLevelItem(0)).contains("Transmitting\tG.722 Mono 64 kb/s"));
+    QCOMPARE(idle->text(0), QString("untouched"));
+}
+
+// The answer after login carries the status in its first "node"; the rest is not the tunnel's.
+void TestPeerList::startupTunnelStatusComesFromTheFirstNode()
+{
+    PeerList list;
+    feedPeers({"id:i=3 name=Van addr=a plait:b=true use_plait:b=true unit=m sid=7 active:b=true state_ui=Connected"});
+    answer("statusTunnel", fromXmls(R"(<m n="resp"><b k="fail">false</b>
+      <m n="sess"><i k="sid">7</i><s k="state">RETIRED</s><s k="reason">decoy</s></m>
+      <m n="node"><m n="sess"><i k="sid">7</i><s k="state">ACTIVE</s></m></m>
+      <m n="node"><m n="sess"><i k="sid">7</i><s k="state">SEARCHING</s></m></m></m>)"));
+    QCOMPARE(list.peerTree->topLevelItem(0)->text(0), QString("Van\nConnected (Braid)"));
 }
 
 QTEST_MAIN(TestPeerList)
