@@ -16,6 +16,7 @@ private slots:
     void licenseReadAtEveryShowing();
     void upDownScrollOnlyTheLegalTab_data();
     void upDownScrollOnlyTheLegalTab();
+    void leftRightSwitchTabs();
 
 private:
     void writeLicense(const QString &text);
@@ -108,6 +109,20 @@ void TestAboutWidget::upDownScrollOnlyTheLegalTab()
     QCoreApplication::sendPostedEvents();
     const int moved = bar->value() - start;
     QCOMPARE(moved > 0 ? 1 : moved < 0 ? -1 : 0, scrolled);
+}
+
+void TestAboutWidget::leftRightSwitchTabs()
+{
+    AboutWidget about(nullptr, licensePath());
+    about.show();
+    QVERIFY(QTest::qWaitForWindowActive(&about));
+    about.paneAboutToShow();
+    for (const auto& [key, tab] : {std::pair{Qt::Key_Right, 1}, std::pair{Qt::Key_Left, 0}}) {
+        about.handleKey(key, true, false);
+        about.handleKey(key, false, false);
+        QCoreApplication::sendPostedEvents();
+        QCOMPARE(about.tabWidget->currentIndex(), tab);
+    }
 }
 
 QTEST_MAIN(TestAboutWidget)
