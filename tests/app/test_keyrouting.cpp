@@ -1,5 +1,6 @@
 #include "shellfixture.h"
 
+#include "offline.h"
 #include "platformkey.h"
 #include "statusbar.h"
 #include "transientpopup.h"
@@ -68,6 +69,9 @@ private slots:
     void init()
     {
         m_shell = std::make_unique<ShellFixture>();
+        // The offline screen comes up 10 ms in and takes the activation: only then activate the
+        // key source, or a slow start makes the two race.
+        QTRY_VERIFY(m_shell->window->offlineScreen().isVisible());
         m_keySource = std::make_unique<QWidget>();
         QVERIFY(showActive(m_keySource.get()));
     }
