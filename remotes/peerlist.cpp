@@ -243,7 +243,9 @@ PeerList::BraidSession PeerList::braidSessionOf(const Params& peer) const
         return found;
     for (unsigned int i = 0; i < m_tunnelStatus.num_children("sess"); ++i) {
         const Message& session = m_tunnelStatus.get_child("sess", i);
-        if (session.params().get_string("sid", "") != sid)
+        const std::string sessionSid = session.params().get_string("sid", "");
+        g_log.log(LOG_DEBUG, "updatePeerItem.. braid sess sid=%s peer sid=%s", sessionSid.c_str(), sid.c_str());
+        if (sessionSid != sid)
             continue;
         found.known = true;
         found.state = text(session.params(), "state");
