@@ -110,6 +110,27 @@ TEST_P(Codec, RoundTripsUpToEachLimitAndRefusesOneBeyondWithAReason)
     expect_refused(GetParam(), encode(GetParam(), big), "exceeds the frame limit");
 }
 
+// The sending side refuses exactly what the decoder at the other end would.
+TEST(WithinLimits, AgreesWithTheDecoderAlsoInsideAnEnvelope)
+{
+    const std::tuple<std::function<Message(std::size_t)>, std::size_t, const char*> cases[] = {
+        {chain, Limits::kMaxDepth, "nested deeper than 64"},
+        {flat, Limits::kMaxNodes, "more than 200000 messages"},
+        {with_params, Limits::kMaxParamsPerNode, "more than 4096 parameters"},
+        {with_key, Limits::kMaxKeyBytes, "key longer than 256 bytes"}};
+    std::string error;
+    for (const auto& [build, limit, reason] : cases) {
+        EXPECT_TRUE(within_limits(build(limit), nullptr, error)) << error;
+        EXPECT_FALSE(within_limits(build(limit + 1), nullptr, error));
+        EXPECT_NE(error.find(reason), std::string::npos) << "error was: " << error;
+    }
+    const Message envelope(envelope::kCommand);
+    const Message deepest = chain(Limits::kMaxDepth - 1);
+    const Message tooDeep = chain(Limits::kMaxDepth);
+    EXPECT_TRUE(within_limits(envelope, &deepest, error)) << error;
+    EXPECT_FALSE(within_limits(envelope, &tooDeep, error));
+}
+
 TEST_P(Codec, RefusesEveryTruncationAndTrailingBytes)
 {
     const std::string whole = encode(GetParam(), rich_message());
