@@ -16,6 +16,7 @@
 #include <QElapsedTimer>
 #include <QMutexLocker>
 
+#include <algorithm>
 #include <cstdio>
 #include <functional>
 #include <memory>
@@ -136,11 +137,17 @@ struct Case {
     std::function<Message(int)> timed;
 };
 
+// The least of three runs: the machine may be busy with other work.
 double run(const Case& c, int count)
 {
-    Screens screens;
-    c.prepare(count);
-    return applyMs(c.timed(count));
+    double least = 0;
+    for (int repeat = 0; repeat < 3; ++repeat) {
+        Screens screens;
+        c.prepare(count);
+        const double ms = applyMs(c.timed(count));
+        least = repeat == 0 ? ms : std::min(least, ms);
+    }
+    return least;
 }
 
 double chatLineMs(const std::string& text)
