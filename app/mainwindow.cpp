@@ -133,13 +133,18 @@ void MainWindow::handlePopupKeyboard()
     setKeyboardVisible(!keyboardVisible());
 }
 
+MainWindow::LinkTarget MainWindow::linkTarget()
+{
+    if (const char* remote = std::getenv("REMOTE_UI"))
+        return {"xmls", SocketAddr(remote, 0)};
+    return {"compact", SocketAddr(kLocalAddress, 0)};
+}
+
 void MainWindow::startIPC()
 {
     g_ipcManager.add_client(kClientName, &g_ipcClient);
-    if (const char* remote = std::getenv("REMOTE_UI"))
-        g_ipcManager.connect_client("xmls", "stream", SocketAddr(remote, 0), kClientName, 0, "");
-    else
-        g_ipcManager.connect_client("compact", "stream", SocketAddr(kLocalAddress, 0), kClientName, 0, "");
+    const LinkTarget target = linkTarget();
+    g_ipcManager.connect_client(target.encoding, "stream", target.address, kClientName, 0, "");
     g_ipcManager.start(QThread::InheritPriority);
 }
 

@@ -5,10 +5,13 @@
 #include "menu.h"
 #include "pane.h"
 #include "qwscalibratedmousehandler.h"
+#include "socketaddr.h"
 #include "ui_mainwindow.h"
 
 #include <QMainWindow>
 #include <QString>
+
+#include <string>
 
 class KeypadFilter;
 class KeypadHandler;
@@ -52,6 +55,13 @@ public:
     void setCaptureDirectory(const QString& dir) { m_captureDir = dir; }
     void setPointerCalibrationFile(const QString& path) { m_pointercalPath = path; }
     QString captureFileName(int number) const;
+
+    // Where the link goes: the unit's own backend, or another unit's under REMOTE_UI.
+    struct LinkTarget {
+        std::string encoding;
+        SocketAddr address;
+    };
+    static LinkTarget linkTarget();
 
 signals:
     void abortCalibration();

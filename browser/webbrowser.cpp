@@ -81,9 +81,9 @@ void WebBrowser::browserHomeChanged(const QString& url)
 void WebBrowser::paneAboutToShow()
 {
     PaneBase::paneAboutToShow();
+    // A fresh page: no history, no logins, and the text at its normal size.
     auto* page = new QWebPage(webView);
     webView->setPage(page);
-    webView->setZoomFactor(1.0);
     QNetworkAccessManager* network = page->networkAccessManager();
     connect(network, &QNetworkAccessManager::authenticationRequired, this, &WebBrowser::authenticationRequired);
     connect(network, &QNetworkAccessManager::sslErrors, this, &WebBrowser::sslErrors);
@@ -112,6 +112,8 @@ void WebBrowser::dropPage()
         const QSignalBlocker quiet(webView);
         webView->setPage(nullptr);
     }
+    // The engine keeps what pages loaded in caches of its own, shared by all pages.
+    QWebSettings::clearMemoryCaches();
     progressLoad->hide();
     for (QPushButton* button : {buttonStop, buttonReload, buttonBack, buttonForward})
         button->setEnabled(false);
@@ -121,6 +123,12 @@ void WebBrowser::handleKey(int keycode, bool pressed, bool repeat)
 {
     if (keycode == Qt::Key_Enter) {
         injectKey(Qt::Key_Enter, pressed, repeat);
+        return;
+    }
+    // A login dialog is open: Up and Down walk its fields and buttons instead of the page.
+    if (m_asking > 0) {
+        if (keycode == Qt::Key_Up || keycode == Qt::Key_Down)
+            moveThroughForm(keycode, pressed, repeat);
         return;
     }
     if (!pressed)

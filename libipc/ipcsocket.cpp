@@ -220,22 +220,29 @@ void IPCSocket::become_open()
         flush();
 }
 
+IPCSocket::Io IPCSocket::io_of(ipc::tls::Channel::Status status)
+{
+    switch (status) {
+    case ipc::tls::Channel::Status::Done:
+        return Io::Progress;
+    case ipc::tls::Channel::Status::WantRead:
+    case ipc::tls::Channel::Status::WantWrite:
+        return Io::WouldBlock;
+    case ipc::tls::Channel::Status::Closed:
+        return Io::End;
+    case ipc::tls::Channel::Status::Failed:
+        break;
+    }
+    return Io::Failed;
+}
+
 IPCSocket::Io IPCSocket::read_some(char* buffer, std::size_t size, std::size_t& got, std::string& error)
 {
     if (m_tls) {
-        switch (m_tls->read(buffer, size, got)) {
-        case ipc::tls::Channel::Status::Done:
-            return Io::Progress;
-        case ipc::tls::Channel::Status::WantRead:
-        case ipc::tls::Channel::Status::WantWrite:
-            return Io::WouldBlock;
-        case ipc::tls::Channel::Status::Closed:
-            return Io::End;
-        case ipc::tls::Channel::Status::Failed:
-            break;
-        }
-        error = m_tls->error();
-        return Io::Failed;
+        const Io io = io_of(m_tls->read(buffer, size, got));
+        if (io == Io::Failed)
+            error = m_tls->error();
+        return io;
     }
     for (;;) {
         const ssize_t n = ::recv(m_fd, buffer, size, MSG_DONTWAIT);
@@ -257,18 +264,12 @@ IPCSocket::Io IPCSocket::read_some(char* buffer, std::size_t size, std::size_t& 
 IPCSocket::Io IPCSocket::write_some(const char* data, std::size_t size, std::size_t& written, std::string& error)
 {
     if (m_tls) {
-        switch (m_tls->write(data, size, written)) {
-        case ipc::tls::Channel::Status::Done:
-            return Io::Progress;
-        case ipc::tls::Channel::Status::WantRead:
-        case ipc::tls::Channel::Status::WantWrite:
-            return Io::WouldBlock;
-        case ipc::tls::Channel::Status::Closed:
-        case ipc::tls::Channel::Status::Failed:
-            break;
+        const Io io = io_of(m_tls->write(data, size, written));
+        if (io == Io::End || io == Io::Failed) {
+            error = io == Io::End ? std::string("write failed: closed by peer") : m_tls->error();
+            return Io::Failed;
         }
-        error = m_tls->error().empty() ? std::string("write failed: closed by peer") : m_tls->error();
-        return Io::Failed;
+        return io;
     }
     for (;;) {
         const ssize_t n = ::send(m_fd, data, size, MSG_NOSIGNAL | MSG_DONTWAIT);

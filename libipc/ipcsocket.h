@@ -96,6 +96,7 @@ private:
     void continue_handshake();
     // The socket is usable: tells the owner and sends what was queued meanwhile.
     void become_open();
+    static Io io_of(ipc::tls::Channel::Status status);
     // One read or write of the stream, in the clear or through TLS; `error` on Failed.
     Io read_some(char* buffer, std::size_t size, std::size_t& got, std::string& error);
     Io write_some(const char* data, std::size_t size, std::size_t& written, std::string& error);

@@ -43,6 +43,17 @@ bool abstract_address(const std::string& name, sockaddr_un& sa, socklen_t& lengt
     return true;
 }
 
+// A Unix stream socket for the abstract address `name`, which fills `sa`; -1 with `error`.
+int local_socket(const std::string& name, sockaddr_un& sa, socklen_t& length, std::string& error)
+{
+    if (!abstract_address(name, sa, length, error))
+        return -1;
+    const int fd = socket(AF_UNIX, SOCK_STREAM | SOCK_NONBLOCK | SOCK_CLOEXEC, 0);
+    if (fd < 0)
+        error = errno_text("socket");
+    return fd;
+}
+
 // For listening only: a listener starts before the loop runs.
 AddrInfoList resolve_passive(const SocketAddr& addr, std::string& error)
 {
@@ -106,13 +117,9 @@ int connect_local(const SocketAddr& addr, std::string& error)
 {
     sockaddr_un sa;
     socklen_t length = 0;
-    if (!abstract_address(addr.host(), sa, length, error))
+    const int fd = local_socket(addr.host(), sa, length, error);
+    if (fd < 0)
         return -1;
-    const int fd = socket(AF_UNIX, SOCK_STREAM | SOCK_NONBLOCK | SOCK_CLOEXEC, 0);
-    if (fd < 0) {
-        error = errno_text("socket");
-        return -1;
-    }
     // EAGAIN here means the server's backlog is full.
     if (connect(fd, reinterpret_cast<const sockaddr*>(&sa), length) == 0)
         return fd;
@@ -155,13 +162,9 @@ int listen_stream(const SocketAddr& addr, std::string& error)
     if (addr.is_local()) {
         sockaddr_un sa;
         socklen_t length = 0;
-        if (!abstract_address(addr.host(), sa, length, error))
+        const int fd = local_socket(addr.host(), sa, length, error);
+        if (fd < 0)
             return -1;
-        const int fd = socket(AF_UNIX, SOCK_STREAM | SOCK_NONBLOCK | SOCK_CLOEXEC, 0);
-        if (fd < 0) {
-            error = errno_text("socket");
-            return -1;
-        }
         if (bind(fd, reinterpret_cast<const sockaddr*>(&sa), length) == 0 && listen(fd, kListenBacklog) == 0)
             return fd;
         error = errno_text("bind/listen");

@@ -1,5 +1,6 @@
 #include "choosenetwork.h"
 
+#include "childwalk.h"
 #include "debuglog.h"
 #include "deviceclassicons.h"
 #include "devicestatus.h"
@@ -152,9 +153,10 @@ void ChooseNetwork::handleRecvNetworkList(Message msg)
     const Message* root = msg.find_child("node");
     const Message* group = root && root->params().get_string("name", "") == "devices" ? root->find_child("group")
                                                                                       : nullptr;
-    for (unsigned int i = 0; group && i < group->num_children("node"); ++i) {
-        const Message& node = group->get_child("node", i);
-        devices.emplace(node.params().get_string("name", ""), &node);
+    if (group) {
+        forEachChild(*group, "node", [&devices](const Message& node) {
+            devices.emplace(node.params().get_string("name", ""), &node);
+        });
     }
 
     std::map<std::string, NetworkListItem*> items;
@@ -250,12 +252,9 @@ void ChooseNetwork::announceSignals()
 
 void ChooseNetwork::removeDevice(const std::string& id)
 {
-    if (NetworkListItem* item = findItem(id)) {
-        const bool wasCurrent = item == currentDevice();
+    // Taking out the current row moves the current row on, which the list announces itself.
+    if (NetworkListItem* item = findItem(id))
         delete networkList->takeItem(networkList->row(item));
-        if (wasCurrent)
-            handleSelectionChanged();
-    }
     if (m_signal_strengths.remove(qs(id)))
         announceSignals();
 }

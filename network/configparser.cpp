@@ -1,5 +1,6 @@
 #include "configparser.h"
 
+#include "childwalk.h"
 #include "settingstree.h"
 
 #include <QColor>
@@ -25,9 +26,9 @@ int ConfigParser::addOptionItems(const Message& group, QTreeWidget* tree, QTreeW
 {
     if (!tree && !parent)
         return 0;
-    const unsigned int count = group.num_children("option");
-    for (unsigned int i = 0; i < count; ++i) {
-        const Message& option = group.get_child("option", i);
+    int count = 0;
+    forEachChild(group, "option", [&](const Message& option) {
+        ++count;
         const Params& params = option.params();
         auto* row = tree ? new QTreeWidgetItem(tree, QTreeWidgetItem::Type)
                          : new QTreeWidgetItem(parent, QTreeWidgetItem::Type);
@@ -41,8 +42,8 @@ int ConfigParser::addOptionItems(const Message& group, QTreeWidget* tree, QTreeW
         }
         settingstree::setRowWeight(row, params.get_bool("defaulted", false));
         applyAdvancedFilter(row);
-    }
-    return static_cast<int>(count);
+    });
+    return count;
 }
 
 QTreeWidgetItem* ConfigParser::addNodeItem(const Message& node, QTreeWidget* tree)
@@ -71,8 +72,9 @@ bool ConfigParser::removeNodeItem(const std::string& name, QTreeWidget* tree)
 std::vector<std::string> ConfigParser::nodeCommands(const Message& nodeOrGroup)
 {
     std::vector<std::string> commands;
-    for (unsigned int i = 0; i < nodeOrGroup.num_children("command"); ++i)
-        commands.push_back(nodeOrGroup.get_child("command", i).params().get_string("name", ""));
+    forEachChild(nodeOrGroup, "command", [&commands](const Message& command) {
+        commands.push_back(command.params().get_string("name", ""));
+    });
     return commands;
 }
 

@@ -112,15 +112,9 @@ void GraphWidget::paintEvent(QPaintEvent*)
     paintOverlay(painter, min, max);
 
     const Labels text = labels(min, max);
-    const std::pair<const QString&, int> lines[] = {{text.top, kTopBaseline},
-                                                    {text.middle, m_plotHeight / 2 + kMiddleBaselineBelowCentre},
-                                                    {text.bottom, m_plotHeight}};
-    const int ascent = painter.fontMetrics().ascent();
+    const int left = m_plotWidth + kLabelGap;
     painter.setPen(framePen());
-    for (int i = 0; i < 3; ++i) {
-        if (m_labels[i].text() != lines[i].first)
-            m_labels[i].setText(lines[i].first);
-        // Placed by the top of the line: its baseline sits one ascent lower.
-        painter.drawStaticText(m_plotWidth + kLabelGap, lines[i].second - ascent, m_labels[i]);
-    }
+    painter.drawText(left, kTopBaseline, text.top);
+    painter.drawText(left, m_plotHeight / 2 + kMiddleBaselineBelowCentre, text.middle);
+    painter.drawText(left, m_plotHeight, text.bottom);
 }

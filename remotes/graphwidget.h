@@ -5,7 +5,6 @@
 
 #include <QColor>
 #include <QPen>
-#include <QStaticText>
 #include <QString>
 #include <QVector>
 #include <QWidget>
@@ -70,10 +69,9 @@ protected:
 private:
     const QVector<RectStyle> m_rectStyles;
     const QVector<QPen> m_lineStyles;
-    // Kept between paints so that a paint reuses their memory, and the labels their layout.
+    // Kept between paints so that a paint reuses their memory.
     QVector<RectList> m_rects;
     QVector<PointList> m_points;
-    QStaticText m_labels[3];
     int m_key = 0;
     int m_plotWidth = 0;
     int m_plotHeight = 0;

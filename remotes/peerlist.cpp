@@ -288,6 +288,7 @@ PeerList::BraidSession PeerList::braidSessionOf(const Params& peer) const
     if (sessionOfSid == m_sessionsBySid.end())
         return found;
     const Message& session = *sessionOfSid->second;
+    g_log.log(LOG_DEBUG, "updatePeerItem.. braid sess sid=%s peer sid=%s", sid.c_str(), sid.c_str());
     found.known = true;
     found.state = text(session.params(), "state");
     const QString upper = found.state.toUpper();

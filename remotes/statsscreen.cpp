@@ -2,6 +2,7 @@
 
 #include <QCheckBox>
 #include <QComboBox>
+#include <QHeaderView>
 #include <QTabWidget>
 #include <QTreeWidget>
 
@@ -23,6 +24,7 @@ void StatsScreen::setUpTable(QTreeWidget* table, const QStringList& labels)
     table->setColumnCount(2);
     table->setHeaderHidden(true);
     table->setRootIsDecorated(false);
+    table->header()->setStretchLastSection(false);
     table->setColumnWidth(0, kLabelColumnWidth);
     table->setColumnWidth(1, kValueColumnWidth);
     for (const QString& label : labels)

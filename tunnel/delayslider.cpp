@@ -24,7 +24,6 @@ DelaySlider::DelaySlider(QWidget* placeholder)
     , m_centre(new QLabel(QStringLiteral("Delay"), this))
 {
     resize(placeholder->size());
-    m_left->move(0, 0);
     m_right->setGeometry(width() - kRightLabelWidth, 0, kRightLabelWidth, m_right->sizeHint().height());
     m_right->setAlignment(Qt::AlignRight | Qt::AlignTop);
     m_centre->setGeometry(width() / 2 - kCentreLabelWidth / 2, 0, kCentreLabelWidth, m_centre->sizeHint().height());
@@ -77,7 +76,6 @@ void DelaySlider::paintEvent(QPaintEvent* event)
             x += w;
         }
         painter.setRenderHint(QPainter::Antialiasing);
-        painter.setPen(Qt::black);
         painter.setBrush(Qt::black);
         painter.drawEllipse(QPoint(kMargin + m_marker * span / 100, kBarTop + kBarHeight / 2), kMarkerRadius,
                             kMarkerRadius);

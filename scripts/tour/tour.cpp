@@ -1,7 +1,10 @@
 // A walk through every screen of the program against the simulated unit, one PNG per view.
 // Keys travel the hardware keypad's own path (the platform, the keypad filter, the main window's
 // routing); the tour only looks at the widgets to know when a key has done its work.
+#include "braidsettings.h"
+#include "braidstats.h"
 #include "channelstats.h"
+#include "delayslider.h"
 #include "chat.h"
 #include "choosenetwork.h"
 #include "configurenetwork.h"
@@ -21,6 +24,7 @@
 #include "statusbar.h"
 #include "systemsettings.h"
 #include "transientpopup.h"
+#include "tunnelsession.h"
 #include "webbrowser.h"
 
 #include <QAction>
@@ -344,6 +348,73 @@ void browse(Tour& tour)
     tour.menu("Network", "Manage Networks");
 }
 
+// A Braid call on the statistics screen in both directions, a dropped connection leaving a grey
+// boundary, the delay in automatic mode, the status bar's indicator in every colour, the settings.
+void braid(Tour& tour, MainWindow& window)
+{
+    // The browser's login dialog took the keyboard last.
+    QApplication::setActiveWindow(&window);
+    auto& peers = tour.screen<PeerList>(Pane::ScreenPeerList);
+    auto& stats = tour.screen<BraidStats>(Pane::ScreenBraidStats);
+    tour.simCommand("braid health green");
+    tour.menu("Remotes", "Manage Connections");
+    auto van = [&] { return peers.peerTree->currentItem() && peers.peerTree->currentItem()->text(0).startsWith("OB Van 2"); };
+    // A new selection puts the focus on the button for it.
+    tour.pressUntil(Qt::Key_Up, [&] { return !van(); }, 1);
+    Tour::require(tour.pressUntil(Qt::Key_Down, van), "OB Van 2");
+    tour.key(Qt::Key_Enter);
+    Tour::require(tour.waitFor([&] { return peers.peerTree->currentItem()->text(0).contains("Connected"); }, 20000),
+                  "the Braid call");
+
+    tour.menu("Stats", "Braid Stats");
+    auto session = [&] { return stats.tunnelInfo().session(); };
+    Tour::require(tour.waitFor([&] { return session() && session()->txButtons().size() == 4; }), "four connections");
+    tour.settle(12000);
+    tour.shot("braid-stats-transmit");
+
+    Tour::require(tour.pressUntil(Qt::Key_Down, [&] { return stats.radioTx->hasFocus(); }, 8), "Transmit");
+    tour.key(Qt::Key_Right);
+    tour.key(Qt::Key_Enter);
+    tour.settle(1000);
+    tour.shot("braid-stats-receive");
+
+    tour.simCommand("braid drop 2");
+    Tour::require(tour.waitFor([&] { return session()->rxButtons().size() == 3; }), "a dropped connection");
+    tour.settle(2500);
+    tour.shot("braid-stats-connection-dropped");
+    Tour::require(tour.waitFor([&] { return session()->rxButtons().size() == 4; }), "the connection back");
+    tour.settle(3000);
+    tour.shot("braid-stats-boundary");
+
+    // The delay controls are worked on the touch screen.
+    stats.rxAuto()->click();
+    Tour::require(tour.waitFor([&] { return stats.rxSlider()->isAuto(); }), "automatic delay");
+    tour.settle(1000);
+    tour.shot("braid-stats-automatic-delay");
+
+    for (const char* health : {"yellow", "red"}) {
+        tour.simCommand(QStringLiteral("braid health %1").arg(health));
+        tour.settle(2000);
+        tour.shot(QStringLiteral("braid-indicator-%1").arg(health));
+    }
+    tour.simCommand("braid health green");
+
+    tour.menu("Configure", "Braid Settings");
+    auto& settings = tour.screen<BraidSettings>(Pane::ScreenBraidSettings);
+    Tour::require(tour.waitFor([&] { return settings.treeSettings->topLevelItemCount() > 0; }), "the Braid settings");
+    tour.key(Qt::Key_Down);
+    tour.shot("braid-settings");
+
+    tour.menu("Remotes", "Manage Connections");
+    // A new selection puts the focus on the button for it.
+    tour.pressUntil(Qt::Key_Up, [&] { return !van(); }, 1);
+    Tour::require(tour.pressUntil(Qt::Key_Down, van), "OB Van 2");
+    tour.key(Qt::Key_Enter);
+    tour.waitFor([&] { return !peers.getAnyActive(); }, 10000);
+    tour.settle(1000);
+    tour.shot("braid-indicator-gray");
+}
+
 void run(Tour& tour, MainWindow& window)
 {
     tour.settle(300);
@@ -480,6 +551,7 @@ void run(Tour& tour, MainWindow& window)
     tour.shot("about");
     tour.key(Qt::Key_Right);
     tour.shot("about-legal");
+    braid(tour, window);
 
     tour.simCommand("update start Installing firmware 4.3.0 (42%)");
     tour.waitFor([&] { return window.offlineScreen().isVisible(); });

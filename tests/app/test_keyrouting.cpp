@@ -1,5 +1,6 @@
 #include "shellfixture.h"
 
+#include "offline.h"
 #include "platformkey.h"
 #include "statusbar.h"
 #include "transientpopup.h"
@@ -68,6 +69,9 @@ private slots:
     void init()
     {
         m_shell = std::make_unique<ShellFixture>();
+        // The offline screen comes up by itself shortly after start; the key source is made
+        // active after it, or the offline screen would take the activation away meanwhile.
+        QTRY_VERIFY(m_shell->window->offlineScreen().isVisible());
         m_keySource = std::make_unique<QWidget>();
         QVERIFY(showActive(m_keySource.get()));
     }
@@ -80,6 +84,7 @@ private slots:
     void routesEachKey();
     void capturesNumberFromOneAndCountFailures();
     void menuClosedByEscapeGivesTheKeysBack();
+    void contactClosureFollowsF2BothWays();
 
 private:
     std::unique_ptr<ShellFixture> m_shell;
@@ -234,6 +239,24 @@ void TestKeyRouting::menuClosedByEscapeGivesTheKeysBack()
     QVERIFY(window.menu().menuRemotes->isVisible());
     window.menu().closeMenu();
     window.setKeypadHandler(nullptr);
+}
+
+// The far unit's contact closes while F2 is held and opens when it is released.
+void TestKeyRouting::contactClosureFollowsF2BothWays()
+{
+    MainWindow& window = *m_shell->window;
+    m_shell->setState(IPCClient::IPC_READY);
+    chooseF2Mode(window, KeypadSetup::F2RemoteContactClosure);
+    m_shell->sent.clear();
+    for (bool press : {true, false})
+        sendPlatformKey(focusedWindow(m_keySource.get()), press, Qt::Key_F2);
+
+    QStringList closures;
+    for (const Message& msg : m_shell->sent) {
+        if (msg.name == "setRemoteCC")
+            closures << QString::fromStdString(msg.params().get_bool("state", false) ? "closed" : "open");
+    }
+    QCOMPARE(closures, (QStringList{"closed", "open"}));
 }
 
 QTEST_MAIN(TestKeyRouting)

@@ -1,3 +1,4 @@
+#include "modalwatch.h"
 #include "shellfixture.h"
 
 #include <QAction>
@@ -34,7 +35,10 @@ private slots:
     void cleanup() { m_shell.reset(); }
     void enabledEntriesFollowTheScreen_data();
     void enabledEntriesFollowTheScreen();
+    void f1OpensTheMenuOfTheScreenUnderChat_data();
     void f1OpensTheMenuOfTheScreenUnderChat();
+    void entriesShowTheirScreens_data();
+    void entriesShowTheirScreens();
     void restrictedModeHidesConfiguration();
     void resetIsSentOnlyOnYes_data();
     void resetIsSentOnlyOnYes();
@@ -71,18 +75,61 @@ void TestMenu::enabledEntriesFollowTheScreen()
     QVERIFY(!menu().actionCalibrate_Touchscreen->isEnabled());
 }
 
+void TestMenu::f1OpensTheMenuOfTheScreenUnderChat_data()
+{
+    QTest::addColumn<int>("screen");
+    QTest::addColumn<QString>("menuName");
+    QTest::addColumn<QString>("entry");
+    QTest::newRow("statistics") << int(Pane::ScreenPeerStats) << "menuStats" << "Channel Stats";
+    QTest::newRow("remote editor") << int(Pane::ScreenPeerAdd) << "menuRemotes" << "Manage Connections";
+    QTest::newRow("device configuration") << int(Pane::ScreenConfigureNetwork) << "menuNetwork" << "Manage Networks";
+    QTest::newRow("any other") << int(Pane::ScreenSystemSettings) << "menuConfigure" << "Manage Profiles";
+}
+
 // Chat is no screen of its own: the menu opened is the one of the screen it covers.
 void TestMenu::f1OpensTheMenuOfTheScreenUnderChat()
 {
-    m_shell->window->pane().showScreen(Pane::ScreenPeerStats);
+    QFETCH(int, screen);
+    QFETCH(QString, menuName);
+    QFETCH(QString, entry);
+    m_shell->window->pane().showScreen(screen);
     m_shell->window->pane().handleChat();
     menu().openForCurrentScreen();
     QAction* open = m_shell->window->menuBar()->activeAction();
     QVERIFY(open);
-    QCOMPARE(open->text(), QStringLiteral("Stats"));
-    QCOMPARE(open->menu()->activeAction()->text(), QStringLiteral("Channel Stats"));
+    QCOMPARE(open->menu()->objectName(), menuName);
+    QCOMPARE(open->menu()->activeAction()->text(), entry);
     menu().closeMenu();
     QVERIFY(!menu().isMenuOpen());
+}
+
+void TestMenu::entriesShowTheirScreens_data()
+{
+    QTest::addColumn<QString>("action");
+    QTest::addColumn<int>("screen");
+    const std::pair<const char*, int> entries[] = {
+        {"actionConnect_to_Remote", Pane::ScreenPeerList}, {"actionChange_Remote_Settings", Pane::ScreenPeerEdit},
+        {"actionAdd_New_Remote", Pane::ScreenPeerAdd}, {"actionPeer_Stats", Pane::ScreenPeerStats},
+        {"actionChannel_Stats", Pane::ScreenChannelStats}, {"actionBraid_Stats", Pane::ScreenBraidStats},
+        {"actionAudio_Levels", Pane::ScreenMeters}, {"actionBrowser", Pane::ScreenBrowser},
+        {"actionChoose_Network", Pane::ScreenNetworkList}, {"actionConfigure_Audio", Pane::ScreenAudioSettings},
+        {"actionConfigure_Network", Pane::ScreenConfigureNetwork}, {"actionSystem_Settings", Pane::ScreenSystemSettings},
+        {"actionBraid_Settings", Pane::ScreenBraidSettings}, {"actionManage_Profiles", Pane::ScreenProfileList},
+        {"actionKeypad_Setup", Pane::ScreenKeypadSetup}, {"actionAbout_ORVANE", Pane::ScreenAbout}};
+    for (const auto& [action, screen] : entries)
+        QTest::newRow(action) << action << screen;
+}
+
+// The entries are found by their object names; the menus hang in the window's own menu bar.
+void TestMenu::entriesShowTheirScreens()
+{
+    QFETCH(QString, action);
+    QFETCH(int, screen);
+    QAction* entry = menu().findChild<QAction*>(action);
+    QVERIFY(entry);
+    QVERIFY(m_shell->window->menuBar()->findChild<QMenu*>("menuConfigure"));
+    entry->trigger();
+    QCOMPARE(m_shell->window->pane().currentScreen(), screen);
 }
 
 void TestMenu::restrictedModeHidesConfiguration()
@@ -92,6 +139,7 @@ void TestMenu::restrictedModeHidesConfiguration()
     QCOMPARE(visibleEntries(menu().menuNetwork), (QStringList{"Manage Networks", "-", "-"}));
     QCOMPARE(visibleEntries(menu().menuRemotes), (QStringList{"Manage Connections", "-"}));
     QCOMPARE(visibleEntries(menu().menuStats).size(), 4);
+    QCOMPARE(visibleEntries(menu().menuMore), QStringList());
 
     menu().handleMenuRestrictedToggled(false);
     QCOMPARE(visibleEntries(menu().menuConfigure).size(), 8);
@@ -113,16 +161,15 @@ void TestMenu::resetIsSentOnlyOnYes()
 
     m_shell->sent.clear();
     bool modalDuringQuestion = false;
-    QTimer::singleShot(0, [&] { modalDuringQuestion = m_shell->window->isModal(); });
-    QTimer::singleShot(0, [answer] {
-        auto* box = qobject_cast<QMessageBox*>(QApplication::activeModalWidget());
-        QVERIFY(box);
-        QCOMPARE(box->defaultButton(), box->button(QMessageBox::No));
-        box->button(QMessageBox::StandardButton(answer))->click();
+    bool defaultIsNo = false;
+    answerNextQuestion(this, QMessageBox::StandardButton(answer), [&](QMessageBox& box) {
+        modalDuringQuestion = m_shell->window->isModal();
+        defaultIsNo = box.defaultButton() == box.button(QMessageBox::No);
     });
     menu().actionReset_Configuration->trigger();
 
     QVERIFY(modalDuringQuestion);
+    QVERIFY(defaultIsNo);
     QVERIFY(!m_shell->window->isModal());
     QCOMPARE(int(m_shell->sent.size()), requests);
     if (requests) {

@@ -13,7 +13,7 @@ QByteArray portalPage(const QString& title)
     return QStringLiteral(
                "<html><head><title>%1</title></head>"
                "<body style=\"font-family: Arial, sans-serif\">"
-               "<h1>Riverside Press Centre</h1>"
+               "<h1><img src=\"/logo.svg\" alt=\"\" style=\"vertical-align: middle\"> Riverside Press Centre</h1>"
                "<p>Welcome to the guest network. Sign in to reach the internet.</p>"
                "<p><a id=\"signin\" href=\"/login\">Sign in with your media pass</a></p>"
                "<p><a id=\"next\" href=\"/terms\">Terms of use</a></p>"
@@ -31,6 +31,9 @@ const QByteArray kScriptPage =
     "<html><head><title>Script</title></head><body><p id=\"ran\">no</p><input id=\"field\" value=\"from the page\">"
     "<script>document.getElementById('ran').textContent = 'yes';"
     "document.getElementById('field').select(); document.execCommand('copy');</script></body></html>";
+const QByteArray kLogo =
+    "<svg xmlns=\"http://www.w3.org/2000/svg\" width=\"48\" height=\"48\"><rect width=\"48\" height=\"48\" rx=\"8\" "
+    "fill=\"#1f5f99\"/><path d=\"M10 34 L24 12 L38 34 Z\" fill=\"#f2b134\"/></svg>";
 const QByteArray kRefusedPage =
     "<html><head><title>Unauthorized</title></head><body><h1>401 Unauthorized</h1></body></html>";
 
@@ -111,6 +114,11 @@ void LocalWebServer::readRequest(QTcpSocket* socket)
         answer(socket, "200 OK", QByteArray(), kOnlinePage);
         return;
     }
+    if (path == QLatin1String("/logo.svg")) {
+        // Cacheable for an hour: only a cache that outlives the page could spare the next request.
+        answer(socket, "200 OK", "Cache-Control: max-age=3600\r\n", kLogo, "image/svg+xml");
+        return;
+    }
     if (path == QLatin1String("/script")) {
         answer(socket, "200 OK", QByteArray(), kScriptPage);
         return;
@@ -119,9 +127,9 @@ void LocalWebServer::readRequest(QTcpSocket* socket)
 }
 
 void LocalWebServer::answer(QTcpSocket* socket, const QByteArray& status, const QByteArray& extraHeaders,
-                            const QByteArray& body)
+                            const QByteArray& body, const QByteArray& type)
 {
-    socket->write("HTTP/1.1 " + status + "\r\nContent-Type: text/html; charset=utf-8\r\nContent-Length: " +
+    socket->write("HTTP/1.1 " + status + "\r\nContent-Type: " + type + "\r\nContent-Length: " +
                   QByteArray::number(body.size()) + "\r\nConnection: close\r\n" + extraHeaders + "\r\n" + body);
     socket->disconnectFromHost();
 }

@@ -15,7 +15,8 @@ class QTcpSocket;
 //   /login   asks for HTTP Basic authentication (kUser, kPassword), then says the unit is online;
 //   /slow    takes the request and never answers;
 //   /script  runs a script that marks the page and tries to copy a field to the clipboard;
-//   any other path: a portal page titled after the path, with links and a text field.
+//   /logo.svg the portal's logo, which caches may keep for an hour;
+//   any other path: a portal page titled after the path, with its logo, links and a text field.
 class LocalWebServer : public QTcpServer {
     Q_OBJECT
 
@@ -43,7 +44,8 @@ protected:
 
 private:
     void readRequest(QTcpSocket* socket);
-    void answer(QTcpSocket* socket, const QByteArray& status, const QByteArray& extraHeaders, const QByteArray& body);
+    void answer(QTcpSocket* socket, const QByteArray& status, const QByteArray& extraHeaders, const QByteArray& body,
+                const QByteArray& type = "text/html; charset=utf-8");
 
     bool m_tls;
     QStringList m_requests;

@@ -119,6 +119,8 @@ void TestWebBrowser::buttonsFollowTheLoads()
     connect(w->webView, &QWebView::loadStarted, this, [w] {
         QVERIFY(w->buttonStop->isEnabled());
         QVERIFY(!w->buttonReload->isEnabled());
+        QVERIFY(!w->buttonBack->isEnabled());
+        QVERIFY(!w->buttonForward->isEnabled());
         QVERIFY(w->progressLoad->isVisible());
     });
     show("/");
@@ -128,6 +130,7 @@ void TestWebBrowser::buttonsFollowTheLoads()
     QVERIFY(!w->buttonStop->isEnabled());
     QVERIFY(w->buttonReload->isEnabled());
     QVERIFY(!w->progressLoad->isVisible());
+    QCOMPARE(w->progressLoad->value(), 100);
     QVERIFY(!w->buttonBack->isEnabled());
     QVERIFY(!w->buttonGo->isEnabled());
 
@@ -135,7 +138,8 @@ void TestWebBrowser::buttonsFollowTheLoads()
     QVERIFY(w->buttonGo->isEnabled());
     QTest::mouseClick(w->buttonGo, Qt::LeftButton);
     QVERIFY(waitForLoad());
-    QCOMPARE(m_server->requests(), QStringList({"/", "/terms"}));
+    // The logo comes from the cache on the second page.
+    QCOMPARE(m_server->requests(), QStringList({"/", "/logo.svg", "/terms"}));
     QCOMPARE(w->lineURL->text(), m_server->url("/terms").toString());
     QVERIFY(!w->buttonGo->isEnabled());
     QVERIFY(w->buttonBack->isEnabled());
@@ -145,6 +149,9 @@ void TestWebBrowser::buttonsFollowTheLoads()
     QTRY_COMPARE_WITH_TIMEOUT(w->lineURL->text(), m_server->url("/").toString(), kLoadMs);
     QTRY_VERIFY_WITH_TIMEOUT(w->buttonForward->isEnabled(), kLoadMs);
     QVERIFY(!w->buttonBack->isEnabled());
+    QTest::mouseClick(w->buttonForward, Qt::LeftButton);
+    QTRY_COMPARE_WITH_TIMEOUT(w->lineURL->text(), m_server->url("/terms").toString(), kLoadMs);
+    QCOMPARE(started.count(), 4);
 }
 
 void TestWebBrowser::keypadWalksThePage()
@@ -238,19 +245,27 @@ void TestWebBrowser::hidingDropsTheLoadAndShowingStartsAfresh()
     // A new home while hidden is only remembered.
     m_browser->browserHomeChanged(m_server->url("/terms").toString());
     QTest::qWait(100);
-    QCOMPARE(m_server->requests(), QStringList({"/", "/slow"}));
+    QCOMPARE(m_server->requests(), QStringList({"/", "/logo.svg", "/slow"}));
     QVERIFY(!livePage());
 
     m_browser->paneAboutToShow();
     QVERIFY(waitForLoad());
-    QCOMPARE(m_server->requests().last(), QStringLiteral("/terms"));
+    // Nothing of the first showing served the second: not the page, not its logo.
+    QCOMPARE(m_server->requests(), QStringList({"/", "/logo.svg", "/slow", "/terms", "/logo.svg"}));
     QVERIFY(!m_browser->webView->history()->canGoBack());
 }
 
 // A login dialog still open when the screen goes is closed, and the page goes after it.
 void TestWebBrowser::hidingWhileAskingClosesTheDialog()
 {
-    onDialog([this](WebAuth&) { m_browser->paneAboutToHide(); });
+    onDialog([this](WebAuth& dialog) {
+        // Up and Down walk the dialog's fields, not the page waiting under it.
+        m_browser->handleKey(Qt::Key_Down, true, false);
+        QCOMPARE(dialog.focusWidget(), dialog.linePassword);
+        m_browser->handleKey(Qt::Key_Up, true, false);
+        QCOMPARE(dialog.focusWidget(), dialog.lineUsername);
+        m_browser->paneAboutToHide();
+    });
     show("/login");
     QTRY_COMPARE_WITH_TIMEOUT(m_dialogs, 1, kLoadMs);
     QTRY_VERIFY_WITH_TIMEOUT(!livePage(), kLoadMs);

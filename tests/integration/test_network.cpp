@@ -17,6 +17,7 @@ private slots:
     void disableAndEnableWithTheKeypad();
     void editAnOptionAndComeBackToTheSameRow();
     void scanAndCreateALocation();
+    void deleteAMissingDeviceFromTheMenu();
     void linkIndicatorIsHealthyDuringACall();
 
 private:
@@ -147,6 +148,23 @@ void TestNetwork::scanAndCreateALocation()
     QTRY_VERIFY_WITH_TIMEOUT(row(m_device->treeLocations, "Broadcast OB Van"), ShellSession::kCommandMs);
     QCOMPARE(m_device->tabNetwork->currentWidget(), m_device->tabLocations);
     QCOMPARE(m_device->treeLocations->currentItem(), row(m_device->treeLocations, "Broadcast OB Van"));
+}
+
+void TestNetwork::deleteAMissingDeviceFromTheMenu()
+{
+    selectDevice("wlan1", m_list->buttonConfigure);
+    QVERIFY(m_shell.window().menu().actionDelete_Network->isEnabled());
+    // No is the default: Left moves to Yes.
+    const QString question = m_shell.answerQuestion(
+        [this] { m_shell.window().menu().actionDelete_Network->trigger(); }, {Qt::Key_Left, Qt::Key_Enter});
+    QCOMPARE(question, QString("This will delete the selected network device!\n\nDo you wish to continue?"));
+    QVERIFY(!m_shell.simEvent("event delete netmgr.devices.wlan1").isEmpty());
+    QTRY_COMPARE_WITH_TIMEOUT(m_list->networkList->count(), 4, ShellSession::kCommandMs);
+
+    // A device plugged in later is added at the end of the list.
+    QVERIFY(m_shell.simCommand("device add wlan1 wifi").startsWith("ok added"));
+    QTRY_COMPARE_WITH_TIMEOUT(m_list->networkList->count(), 5, ShellSession::kCommandMs);
+    QCOMPARE(m_list->networkList->item(4)->text(), QString("USB Wireless"));
 }
 
 void TestNetwork::linkIndicatorIsHealthyDuringACall()

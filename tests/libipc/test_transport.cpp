@@ -1,5 +1,6 @@
 #include "codec.h"
 #include "ipcendpoint.h"
+#include "ipcserverlink.h"
 #include "login.h"
 #include "tcprelay.h"
 #include "temporarydirectory.h"
@@ -23,6 +24,7 @@
 #include <cstring>
 #include <fstream>
 #include <functional>
+#include <memory>
 #include <mutex>
 #include <regex>
 #include <sstream>
@@ -556,13 +558,16 @@ TEST(RemoteMode, ACaptureHoldsOnlyEncryptedRecords)
     ASSERT_TRUE(client.wait_until([](const TestClient::Events& e) { return e.responses.size() == 1; }));
     EXPECT_EQ(client.events().responses[0].child(0).params().get_string("password", ""), "remote-s3cret");
 
-    // The nonce and both MACs, as the client's debug trace shows them.
+    // The nonce and both MACs, as the client's debug trace of what it received and sent shows them.
     std::vector<std::string> secrets = {kPassword, "getPeerList", "peerList", "remote-s3cret", "challenge", "login"};
-    const std::string trace = log.all();
-    const std::regex hex64("[0-9a-f]{64}");
-    for (auto it = std::sregex_iterator(trace.begin(), trace.end(), hex64); it != std::sregex_iterator(); ++it)
-        secrets.push_back(it->str());
-    ASSERT_GE(secrets.size(), 9u);
+    std::istringstream trace(log.all());
+    const std::regex loginValue("(nonce|mac):s=\"([0-9a-f]{64})");
+    std::smatch found;
+    for (std::string line; std::getline(trace, line);) {
+        if (std::regex_search(line, found, loginValue))
+            secrets.push_back(found[2]);
+    }
+    ASSERT_EQ(secrets.size(), 9u);
 
     for (const std::string& stream : {tap.toServer(), tap.toClient()}) {
         for (const std::string& secret : secrets)
@@ -697,4 +702,28 @@ TEST(ServerFlood, IdleConnectionsDoNotKeepARealClientOut)
     EXPECT_TRUE(loggedIn);
     std::printf("login under a flood of 64 idle connections (%d opened in all): %lld ms\n", opened.load(),
                 static_cast<long long>(elapsed.count()));
+}
+
+// The limit of connections waiting for their login, exactly: the seventeenth closes the first, and
+// the second can still log in.
+TEST(ServerFlood, TheConnectionBeyondTheWaitingLimitClosesTheOldest)
+{
+    const std::string name = TestServer::unique_local_address();
+    TestServer server(kPassword);
+    ASSERT_TRUE(server.listen("compact", SocketAddr(name, 0)));
+    std::vector<std::unique_ptr<RawConnection>> waiting;
+    std::vector<Message> challenges;
+    for (std::size_t i = 0; i <= IPCServerLink::kMaxPendingLogins; ++i) {
+        waiting.push_back(std::make_unique<RawConnection>(local_socket(name, false)));
+        challenges.emplace_back();
+        ASSERT_TRUE(waiting.back()->receive(ipc::Encoding::Compact, challenges.back())) << i;
+    }
+    EXPECT_TRUE(waiting[0]->wait_closed());
+    std::string mac;
+    ASSERT_TRUE(ipc::login::compute_mac(ipc::login::Role::Client, challenges[1].params().get_string("nonce", ""), "",
+                                        kPassword, mac));
+    waiting[1]->send(ipc::Encoding::Compact, Message(ipc::envelope::kLogin, Params(("user=user mac=" + mac).c_str())));
+    Message result;
+    ASSERT_TRUE(waiting[1]->receive(ipc::Encoding::Compact, result));
+    EXPECT_TRUE(result.params().get_bool("ok", false));
 }

@@ -53,6 +53,8 @@ void TestChooseNetwork::init()
 {
     m_screen = new ChooseNetwork;
     QVERIFY(showActive(m_screen));
+    QVERIFY(!m_screen->buttonEnable->isEnabled());
+    QVERIFY(!m_screen->buttonDisable->isEnabled());
 }
 
 void TestChooseNetwork::listMergesInIdOrder()
@@ -90,6 +92,12 @@ void TestChooseNetwork::singleDeviceAnswers()
     cachefeeder::answer("networkDevice", answer);
     QCOMPARE(rows(m_screen->networkList), QStringList({"b", "a"}));
 
+    Message disabled("resp");
+    disabled.add_child(netfeeder::device("b", "class=wired enabled:b=false installed:b=true"));
+    cachefeeder::answer("networkDevice", disabled);
+    QCOMPARE(m_screen->labelStatus->text(), QString("Installed but disabled."));
+    disabled.get_child("node", 0).get_child("status", 0).params().set_bool("enabled", true);
+    cachefeeder::answer("networkDevice", disabled);
     // An update without status keeps the status it had.
     Message noStatus("resp");
     Message& node = noStatus.add_child("node");
@@ -138,6 +146,8 @@ void TestChooseNetwork::statusShown()
     QFETCH(bool, viewOnly);
     QFETCH(int, signalIcon);
     QFETCH(bool, iconEnabled);
+    // A device with both switches usable first, so that every button has to follow the row's.
+    cachefeeder::answer("networkList", netfeeder::deviceList({netfeeder::device("dev", "class=wired enabled:b=false installed:b=true")}));
     const Message node = netfeeder::device("dev", status.toStdString(), viewOnly);
     cachefeeder::answer("networkList", netfeeder::deviceList({node}));
 
@@ -203,10 +213,18 @@ void TestChooseNetwork::netReadyFromBothShapes()
     QVERIFY(!m_screen->getNetReady());
     netfeeder::notify("cfgStatus:netmgr.devices", R"(<m n="node"><u k="num_alive">3</u></m>)");
     QVERIFY(m_screen->getNetReady());
+    netfeeder::notify("cfgStatus:netmgr.devices", R"(<m n="node"><b k="tunnel_alive">true</b></m>)");
+    QVERIFY(!m_screen->getNetReady());
+    Message withoutCount = netfeeder::deviceList({netfeeder::device("eth0", kUp)}, 0);
+    withoutCount.get_child("node", 0).get_child("status", 0).params().remove("num_alive");
+    cachefeeder::answer("networkList", netfeeder::deviceList({netfeeder::device("eth0", kUp)}, 1));
+    cachefeeder::answer("networkList", withoutCount);
+    QVERIFY(!m_screen->getNetReady());
+    netfeeder::notify("cfgStatus:netmgr.devices", R"(<m n="node"><u k="num_alive">3</u></m>)");
     // A list without the overall status counts as nothing alive.
     cachefeeder::answer("networkList", netfeeder::deviceList({netfeeder::device("eth0", kUp)}));
     QVERIFY(!m_screen->getNetReady());
-    QCOMPARE(changed.count(), 4);
+    QCOMPARE(changed.count(), 8);
 }
 
 void TestChooseNetwork::dataNotifications()
@@ -232,10 +250,19 @@ void TestChooseNetwork::dataNotifications()
     QCOMPARE(log.requests().size(), std::size_t(1));
     QCOMPARE(log.lastTree(), Message("cfgDescribe", Params("path=netmgr.devices.wlan1 status=raw depth:u=1")).dump_text());
 
+    data("netmgr.devices.wlan9.name", "value", "Nobody");
+
+    // Deleting the current device shows and announces the one that takes its place.
+    cachefeeder::answer("networkList", netfeeder::deviceList({netfeeder::device("eth0", kUp),
+        netfeeder::device("eth1", "class=wired enabled:b=false installed:b=false")}));
+    std::vector<std::string> selected;
+    connect(m_screen, &ChooseNetwork::newNetworkSelected, [&selected](const std::string& id) { selected.push_back(id); });
     data("netmgr.devices.eth0.dhcp", "delete");
-    QCOMPARE(m_screen->networkList->count(), 1);
+    QCOMPARE(m_screen->networkList->count(), 2);
     data("netmgr.devices.eth0", "delete");
-    QCOMPARE(m_screen->networkList->count(), 0);
+    QCOMPARE(rows(m_screen->networkList), QStringList({"eth1"}));
+    QCOMPARE(m_screen->labelStatus->text(), QString("Not installed and disabled."));
+    QCOMPARE(selected, std::vector<std::string>{"eth1"});
 }
 
 void TestChooseNetwork::requests()

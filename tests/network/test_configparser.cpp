@@ -214,6 +214,12 @@ void TestConfigParser::removeNodeItem()
     Parser parser;
     QTreeWidget tree;
     fillLocations(parser, tree);
+    for (int i = 0; i < tree.topLevelItemCount(); ++i)
+        tree.topLevelItem(i)->setExpanded(true);
+    ConfigParser::collapseOthers(&tree, tree.topLevelItem(1));
+    QVERIFY(!tree.topLevelItem(0)->isExpanded());
+    QVERIFY(tree.topLevelItem(1)->isExpanded());
+
     QVERIFY(parser.removeNodeItem("setup", &tree));
     QVERIFY(!parser.removeNodeItem("setup", &tree));
     QCOMPARE(tree.topLevelItemCount(), 1);

@@ -16,9 +16,9 @@ const char* const kWireless = R"(<m n="resp"><m n="node"><s k="name">wlan0</s><s
     <s k="address">10.0.0.5</s><s k="status">Associated</s></m>
   <m n="command"><s k="name">apply</s></m>
   <m n="group"><s k="name"></s>
-    <m n="option"><s k="name">region</s><s k="display_name">Region</s><s k="display_value">Europe</s><b k="defaulted">false</b></m>
     <m n="option"><s k="name">power</s><s k="display_name">Power Saving</s><s k="display_value">Off</s>
-      <b k="defaulted">true</b><b k="advanced">true</b></m></m>
+      <b k="defaulted">true</b><b k="advanced">true</b></m>
+    <m n="option"><s k="name">region</s><s k="display_name">Region</s><s k="display_value">Europe</s><b k="defaulted">false</b></m></m>
   <m n="group"><s k="name">loc</s><m n="command"><s k="name">_add</s></m><m n="command"><s k="name">scan</s></m>
     <m n="node"><s k="name">studio</s><s k="display_name">Studio-Net</s><m n="command"><s k="name">_del</s></m>
       <m n="group"><s k="name"></s>
@@ -181,7 +181,7 @@ void TestConfigureNetwork::editPathsAndSelectionSurviveReturn()
 void TestConfigureNetwork::advancedShowsRowsWithoutRereading()
 {
     show("wlan0", kWireless);
-    QTreeWidgetItem* power = m_screen->treeSettings->topLevelItem(1);
+    QTreeWidgetItem* power = m_screen->treeSettings->topLevelItem(0);
     QTreeWidgetItem* channel = m_screen->treeLocations->topLevelItem(0)->child(1);
     QVERIFY(power->isHidden() && channel->isHidden());
     cachefeeder::RequestLog log;
@@ -216,6 +216,9 @@ void TestConfigureNetwork::scan()
     QCOMPARE(shown, QStringList({"80% Café open", "20% Office locked", "50% Hidden locked"}));
     QCOMPARE(results->topLevelItem(1)->icon(0).pixmap(16).toImage(),
              QIcon(":/icons/signal_strength_1.png").pixmap(16).toImage());
+    QCOMPARE(results->topLevelItem(1)->foreground(0).color(), QColor(96, 96, 96));
+    QCOMPARE(results->topLevelItem(1)->data(0, ConfigParser::NameRole).toString(), QString("Office"));
+    QCOMPARE(QApplication::focusWidget(), results);
     QVERIFY(m_screen->buttonScan->isEnabled());
     QVERIFY(m_screen->buttonCreateLocation->isEnabled());
     QVERIFY(results->topLevelItem(0)->isSelected());
@@ -281,6 +284,13 @@ void TestConfigureNetwork::notifications()
     QVERIFY(!m_screen->treeLocations->topLevelItem(0)->isExpanded());
     QCOMPARE(m_screen->tabNetwork->currentWidget(), m_screen->tabLocations);
 
+    // A second answer for the same location replaces its row.
+    data("netmgr.devices.wlan0.home", "add");
+    cachefeeder::answer("networkDeviceLocation", R"(<m n="resp"><m n="node"><s k="name">home</s>
+        <s k="display_name">Home 2</s></m></m>)");
+    QCOMPARE(m_screen->treeLocations->topLevelItemCount(), 3);
+    QCOMPARE(m_screen->treeLocations->topLevelItem(2)->text(0), QString("Home 2"));
+
     data("netmgr.devices.wlan0.studio", "delete");
     QCOMPARE(m_screen->treeLocations->topLevelItemCount(), 2);
 
@@ -311,10 +321,27 @@ void TestConfigureNetwork::keypad()
     m_screen->handleKey(Qt::Key_Enter, true, false);
     QCOMPARE(QApplication::focusWidget(), m_screen->buttonEditSetting);
     m_screen->tabNetwork->setCurrentWidget(m_screen->tabLocations);
-    m_screen->treeLocations->setFocus();
-    findRow(m_screen->treeLocations, "studio.essid");
+    m_screen->tabNetwork->setFocus();
+    m_screen->handleKey(Qt::Key_Enter, true, false);
+    QCOMPARE(QApplication::focusWidget(), m_screen->treeLocations);
+    QCOMPARE(ConfigParser::selectedPath(m_screen->treeLocations), QString("studio"));
+    // In a tree Down moves the row and Right opens a location; elsewhere Down and Up move the focus.
+    for (int keycode : {Qt::Key_Down, Qt::Key_Right, Qt::Key_Down}) {
+        m_screen->handleKey(keycode, true, false);
+        m_screen->handleKey(keycode, false, false);
+    }
+    QCOMPARE(ConfigParser::selectedPath(m_screen->treeLocations), QString("setup.essid"));
     m_screen->handleKey(Qt::Key_Enter, true, false);
     QCOMPARE(QApplication::focusWidget(), m_screen->buttonEditLocationSetting);
+    m_screen->buttonApply->setFocus();
+    m_screen->handleKey(Qt::Key_Down, true, false);
+    QCOMPARE(QApplication::focusWidget(), m_screen->buttonDone);
+    m_screen->handleKey(Qt::Key_Up, true, false);
+    QCOMPARE(QApplication::focusWidget(), m_screen->buttonApply);
+
+    m_screen->tabNetwork->setCurrentWidget(m_screen->tabSettings);
+    m_screen->showStatusTab();
+    QCOMPARE(m_screen->tabNetwork->currentWidget(), m_screen->tabStatus);
 }
 
 QTEST_MAIN(TestConfigureNetwork)

@@ -111,6 +111,10 @@ void TestEditConfigSetting::pageOfEachType()
     QTEST(inputState(), "input");
     QTEST(m_editor->buttonDefault->isEnabled(), "defaultEnabled");
     QVERIFY(!m_editor->buttonSave->isEnabled());
+    // The input of the page takes the focus.
+    const QWidget* page = m_editor->stackEdit->isHidden() ? nullptr : m_editor->stackEdit->currentWidget();
+    if (page)
+        QCOMPARE(QApplication::focusWidget()->parentWidget(), page);
 }
 
 // The request goes to the object owning the option; a defaulted option carries no value.
@@ -200,6 +204,26 @@ void TestEditConfigSetting::keypadEditsTheValue()
     QCoreApplication::processEvents();
     QCOMPARE(m_editor->spinValue->value(), 1401);
     QVERIFY(m_editor->buttonSave->isEnabled());
+
+    // A select steps through its choices; Enter opens its list and Enter again picks.
+    open("netmgr.devices.wlan0.region", kRegion);
+    m_editor->buttonCancel->setFocus();
+    m_editor->handleKey(Qt::Key_Right, true, false);
+    m_editor->handleKey(Qt::Key_Right, false, false);
+    QCOMPARE(QApplication::focusWidget(), m_editor->comboValue);
+    QCOMPARE(m_editor->comboValue->currentIndex(), 0);
+    m_editor->handleKey(Qt::Key_Right, true, false);
+    m_editor->handleKey(Qt::Key_Right, false, false);
+    QCOMPARE(m_editor->comboValue->currentText(), QString("Europe"));
+    m_editor->handleKey(Qt::Key_Enter, true, false);
+    m_editor->handleKey(Qt::Key_Enter, false, false);
+    QTRY_VERIFY(QApplication::activePopupWidget());
+    m_editor->handleKey(Qt::Key_Up, true, false);
+    m_editor->handleKey(Qt::Key_Up, false, false);
+    m_editor->handleKey(Qt::Key_Enter, true, false);
+    m_editor->handleKey(Qt::Key_Enter, false, false);
+    QTRY_VERIFY(!QApplication::activePopupWidget());
+    QCOMPARE(m_editor->comboValue->currentText(), QString("United States"));
 
     open("netmgr.devices.eth0.dhcp", kDhcp);
     m_editor->handleKey(Qt::Key_Left, true, false);

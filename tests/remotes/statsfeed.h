@@ -4,8 +4,10 @@
 #include "ipcinstances.h"
 #include "message.h"
 
+#include <QEvent>
 #include <QMutexLocker>
 #include <QStringList>
+#include <QWidget>
 
 // Feeds the shared client as the backend would: answers and notifications, each child's
 // parameters in the library's "key:type=value" text.
@@ -30,5 +32,19 @@ inline void notify(const char* id, const char* childName, const QStringList& chi
     QMutexLocker lock(g_ipcClient.mutex());
     g_ipcClient.process_unso_id(id, withChildren(id, childName, children));
 }
+
+// Counts the paint events a widget receives.
+class PaintCounter : public QObject {
+public:
+    explicit PaintCounter(QWidget* widget) { widget->installEventFilter(this); }
+    int paints = 0;
+
+protected:
+    bool eventFilter(QObject*, QEvent* event) override
+    {
+        paints += event->type() == QEvent::Paint;
+        return false;
+    }
+};
 
 #endif

@@ -2,6 +2,7 @@
 #include "channelstats.h"
 #include "statsfeed.h"
 
+#include <QAbstractItemView>
 #include <QtTest>
 
 namespace {
@@ -53,6 +54,8 @@ private slots:
     void selection_data();
     void selection();
     void keysInOrderOfFirstSightKept();
+    void popupRowKept();
+    void graphsRepaintOnEveryNotification();
     void values_data();
     void values();
     void averagedChangesOnlyRates();
@@ -94,19 +97,45 @@ void TestChannelStats::selection()
     QCOMPARE(screen.transmitGraph().key(), key);
 }
 
+// The selected channel is not first: the list, not the selection, hands out the keys.
 void TestChannelStats::keysInOrderOfFirstSightKept()
 {
     ChannelStats screen;
-    feedChannels({"rtp_udp_mux", "sip"});
+    feedChannels({"sip", "rtp_udp_mux"});
     feedChannels({"rtp_udp_mux"});
     feedChannels({"pots", "sip", "rtp_udp_mux"});
-    QCOMPARE(screen.keyOf("rtp_udp_mux"), 0);
-    QCOMPARE(screen.keyOf("sip"), 1);
+    QCOMPARE(screen.keyOf("sip"), 0);
+    QCOMPARE(screen.keyOf("rtp_udp_mux"), 1);
     QCOMPARE(screen.keyOf("pots"), 2);
     QCOMPARE(screen.keyOf("new"), 3);
     // The vanished channel's history went on where it stopped.
     QCOMPARE(receiveSamples(screen, "sip"), 2);
     QCOMPARE(receiveSamples(screen, "rtp_udp_mux"), 3);
+}
+
+// An operator moving through the open list keeps the row under the cursor while values arrive.
+void TestChannelStats::popupRowKept()
+{
+    ChannelStats screen;
+    feedChannels({"sip", "rtp_udp_mux", "pots"});
+    screen.comboMode->view()->setCurrentIndex(screen.comboMode->model()->index(2, 0));
+    feedChannels({"sip", "rtp_udp_mux", "pots"});
+    QCOMPARE(screen.comboMode->view()->currentIndex().row(), 2);
+    QCOMPARE(selected(screen), QString("rtp_udp_mux"));
+}
+
+void TestChannelStats::graphsRepaintOnEveryNotification()
+{
+    ChannelStats screen;
+    screen.statsTab->setCurrentIndex(1);
+    screen.show();
+    QVERIFY(QTest::qWaitForWindowExposed(&screen));
+    feedChannels({"rtp_udp_mux"});
+    QCoreApplication::processEvents();
+    PaintCounter receive(&screen.receiveGraph());
+    PaintCounter transmit(&screen.transmitGraph());
+    feedChannels({"rtp_udp_mux"});
+    QTRY_VERIFY(receive.paints > 0 && transmit.paints > 0);
 }
 
 void TestChannelStats::values_data()

@@ -3,9 +3,11 @@
 #include "percentgrapher.h"
 
 #include <QImage>
+#include <QPainter>
 #include <QtTest>
 
 #include <memory>
+#include <random>
 
 namespace {
 
@@ -95,6 +97,9 @@ private slots:
     void allZeroDrawsNothingButFrame();
     void delayBarsInTheirColours();
     void channelOverheadStackedOnPayload();
+    void shapes_data();
+    void shapes();
+    void samePixelsAsStrokingEachShape();
     void labels_data();
     void labels();
     void currentKeyIsDrawn();
@@ -228,9 +233,9 @@ void TestGrapher::zeroLineOnlyWithNegativeValues_data()
     QTest::addColumn<int>("spread");
     QTest::addColumn<bool>("line");
 
-    // max 100, min -100: 0 sits half way, on row 60; desired delay 0 is drawn on the same row.
-    QTest::newRow("negative minimum") << 100 << 200 << true;
-    QTest::newRow("all positive") << 100 << 50 << false;
+    // max 2, min -2: 0 sits half way, on row 60 (1 would be on row 30).
+    QTest::newRow("negative minimum") << 2 << 4 << true;
+    QTest::newRow("all positive") << 2 << 1 << false;
 }
 
 void TestGrapher::zeroLineOnlyWithNegativeValues()
@@ -286,6 +291,135 @@ void TestGrapher::channelOverheadStackedOnPayload()
     QCOMPARE(image.pixel(x, 100), qRgb(10, 100, 240));
     QCOMPARE(image.pixel(x, 15), qRgb(50, 150, 180));
     QCOMPARE(image.pixel(columnCentre(kColumns - 2), 100), kBackground);
+}
+
+// One sample on a small scale (plot height 120), where every value has a row of its own.
+void TestGrapher::shapes_data()
+{
+    QTest::addColumn<QString>("graph");
+    QTest::addColumn<QList<int>>("sample");
+    QTest::addColumn<QList<QRect>>("rects");
+    QTest::addColumn<QList<QPoint>>("points");
+
+    const int x = 119 * kColumnWidth;
+    // Scale 0 to 4: 30 rows a unit. Maximum 4, minimum 2, desired 3.
+    QTest::newRow("delay") << "delay" << QList<int>{4, 3, 2, 1}
+                           << QList<QRect>{QRect(x, 60, 5, 60), QRect(x, 0, 5, 60)} << QList<QPoint>{QPoint(x, 30)};
+    // Minimum 0: no bar under the band.
+    QTest::newRow("delay from zero") << "delay" << QList<int>{4, 3, 4, 1} << QList<QRect>{QRect(x, 0, 5, 120)}
+                                     << QList<QPoint>{QPoint(x, 30)};
+    QTest::newRow("delay, no data") << "delay" << QList<int>{4, 3, 2, 0} << QList<QRect>{QRect(x, 0, 5, 120)}
+                                    << QList<QPoint>{};
+    // Payload 3 and overhead 1 on a scale of 0 to 4.
+    QTest::newRow("channel") << "channel" << QList<int>{3, 1} << QList<QRect>{QRect(x, 0, 5, 120), QRect(x, 0, 5, 30)}
+                             << QList<QPoint>{};
+    // Fixed scale of 1000: 250 is a quarter up; the two lines at their rates.
+    QTest::newRow("percent") << "percent" << QList<int>{250, 500, 1000} << QList<QRect>{QRect(x, 90, 5, 30)}
+                             << QList<QPoint>{QPoint(x, 60), QPoint(x, 0)};
+}
+
+void TestGrapher::shapes()
+{
+    QFETCH(QString, graph);
+    QFETCH(QList<int>, sample);
+    Graphs graphs;
+    GraphWidget* widget = nullptr;
+    if (graph == "delay") {
+        graphs.delay.addSample(0, sample[0], sample[1], sample[2], sample[3]);
+        widget = &graphs.delay;
+    } else if (graph == "channel") {
+        graphs.channel.addSample(0, sample[0], sample[1]);
+        widget = &graphs.channel;
+    } else {
+        graphs.percent.addSample(0, sample[0], sample[1], sample[2]);
+        widget = &graphs.percent;
+    }
+    Grapher::PointList points[2];
+    Grapher::RectList rects[3];
+    int min = 0;
+    int max = 0;
+    widget->draw(0, points, rects, &min, &max);
+    // The shapes of the newest sample, list by list; the older, empty samples draw none but
+    // their missing-data columns and their points on the zero row.
+    QList<QRect> newestRects;
+    for (const Grapher::RectList& list : rects) {
+        if (!list.isEmpty() && list.last().left() == 119 * kColumnWidth)
+            newestRects << list.last();
+    }
+    QList<QPoint> newestPoints;
+    for (const Grapher::PointList& list : points) {
+        if (!list.isEmpty() && list.last().x() == 119 * kColumnWidth)
+            newestPoints << list.last();
+    }
+    QTEST(newestRects, "rects");
+    QTEST(newestPoints, "points");
+}
+
+// The reference: each rectangle list filled and stroked in one call, every polyline point by point,
+// as the shapes are described.
+void TestGrapher::samePixelsAsStrokingEachShape()
+{
+    Graphs graphs;
+    std::mt19937 random(3);
+    const auto below = [&random](int n) { return static_cast<int>(random() % unsigned(n)); };
+    for (int i = 0; i < kColumns; ++i) {
+        const bool negative = i % 17 == 0;
+        graphs.delay.addSample(0, negative ? -50 : 300 + below(300), i % 30 < 10 ? 400 : 300 + below(100),
+                               negative ? 100 : below(200), below(10) != 0);
+        graphs.percent.addSample(0, below(200), i % 20 < 10 ? 0 : below(100), below(150));
+        graphs.channel.addSample(0, 100000 + below(50000), below(30000));
+    }
+    struct Style {
+        GraphWidget* graph;
+        QVector<std::pair<QColor, QPen>> rects;
+        QVector<QPen> lines;
+    };
+    const Style styles[] = {
+        {&graphs.delay,
+         {{QColor(10, 100, 240), QPen(QColor(10, 75, 200), 0)},
+          {QColor(50, 150, 180), QPen(QColor(50, 100, 155), 0)},
+          {QColor(240, 10, 10), QPen(QColor(200, 10, 10), 1)}},
+         {QPen(QColor(10, 255, 75), 2)}},
+        {&graphs.percent,
+         {{QColor(240, 10, 10), QPen(QColor(200, 10, 10), 1)}},
+         {QPen(QColor(200, 175, 30), 2), QPen(QColor(100, 175, 240), 1)}},
+        {&graphs.channel,
+         {{QColor(10, 100, 240), QPen(QColor(10, 75, 200), 0)}, {QColor(50, 150, 180), QPen(QColor(50, 100, 155), 0)}},
+         {}},
+    };
+    for (const Style& style : styles) {
+        GraphWidget& graph = *style.graph;
+        QImage reference(graph.size(), QImage::Format_RGB32);
+        reference.fill(graph.palette().window().color());
+        QPainter painter(&reference);
+        painter.setPen(GraphWidget::framePen());
+        painter.setBrush(QColor(30, 30, 30));
+        painter.drawRect(0, 0, graph.plotWidth(), graph.plotHeight());
+        QVector<Grapher::RectList> rects(style.rects.size());
+        QVector<Grapher::PointList> points(style.lines.size());
+        int min = 0;
+        int max = 0;
+        graph.draw(0, points.data(), rects.data(), &min, &max);
+        for (int i = 0; i < rects.size(); ++i) {
+            painter.setPen(style.rects[i].second);
+            painter.setBrush(style.rects[i].first);
+            painter.drawRects(rects[i]);
+        }
+        painter.setBrush(Qt::NoBrush);
+        for (int i = 0; i < points.size(); ++i) {
+            painter.setPen(style.lines[i]);
+            painter.drawPolyline(points[i].constData(), points[i].size());
+        }
+        if (&graph == &graphs.delay) {
+            const int zeroY = graph.plotHeight() - graph.plotHeight() * (0 - min) / (max - min);
+            painter.setPen(GraphWidget::framePen());
+            painter.drawLine(0, zeroY, graph.plotWidth(), zeroY);
+        }
+        painter.end();
+        // The plot with its frame; the labels beside it are text, rendered by the platform.
+        const QRect plot(0, 0, graph.plotWidth() + 1, graph.plotHeight() + 1);
+        QVERIFY2(rendered(graph).copy(plot) == reference.copy(plot), graph.metaObject()->className());
+    }
 }
 
 void TestGrapher::labels_data()

@@ -62,6 +62,11 @@ private slots:
     void anyActiveChangedOnlyOnChange();
     void title_data();
     void title();
+    void telephoneButtonsCommandThePotsChannel();
+    void connectAndDisconnectTheSelectedRemote();
+    void newProfileNamesRefreshEveryRow();
+    void newEncoderRefreshesActiveRowsOnly();
+    void startupTunnelStatusComesFromTheFirstNode();
 };
 
 // Profile 2 is the default; 3 is on the telephone line.
@@ -170,6 +175,9 @@ void TestPeerList::rowRendering_data()
         << braid << ""
         << tunnel.arg("searching", "<m n=\"search\"><s k=\"addr\">b:9010</s></m><m n=\"search\"><s k=\"addr\">c:9010</s></m>")
         << "Van" + braidHead + "searching\n\tb:9010\n\tc:9010|Profile\tFactory IP" << "black_arrow_right";
+    QTest::newRow("braid in another state, reason or not")
+        << braid + "active:b=true state_ui=Connected" << "" << tunnel.arg("FAILED", "<s k=\"reason\">Gone</s>")
+        << "Van\nBraid FAILED" + braidHead + "FAILED" + silent << "x";
     QTest::newRow("braid retired with reason")
         << braid + "active:b=true state_ui=Connected" << "" << tunnel.arg("Retired", "<s k=\"reason\">Gone</s>")
         << "Van\nBraid Retired: Gone" + braidHead + "Retired (Gone)" + silent << "x";
@@ -298,6 +306,75 @@ void TestPeerList::title()
     list.updateDirectoryServer();
     QCOMPARE(list.labelTitle->text(), title);
     QCOMPARE(labellockprobe::underLock, 0);
+}
+
+void TestPeerList::telephoneButtonsCommandThePotsChannel()
+{
+    PeerList list;
+    feedPeers({"id:i=2 channel=pots active:b=true state=connected"});
+    std::vector<Message> sent;
+    g_ipcClient.setRequestTap([&sent](const Message& msg) { sent.push_back(msg); });
+    list.buttonRateDrop->click();
+    list.buttonRetrain->click();
+    g_ipcClient.setRequestTap(nullptr);
+
+    QStringList commands;
+    for (const Message& msg : sent)
+        commands << QString::fromStdString(msg.name + " " + msg.params().get_string("channel", "") + " "
+                                           + msg.params().get_string("command", ""));
+    QCOMPARE(commands, (QStringList{"channelCommand pots rateDrop", "channelCommand pots retrain"}));
+}
+
+void TestPeerList::connectAndDisconnectTheSelectedRemote()
+{
+    PeerList list;
+    feedPeers({"id:i=4 name=A", "id:i=9 name=B"});
+    list.peerTree->setCurrentItem(list.peerTree->topLevelItem(1));
+    std::vector<Message> sent;
+    g_ipcClient.setRequestTap([&sent](const Message& msg) { sent.push_back(msg); });
+    list.connectPeer();
+    list.disconnectPeer();
+    g_ipcClient.setRequestTap(nullptr);
+    QStringList requests;
+    for (const Message& msg : sent)
+        requests << QString::fromStdString(msg.name + " " + std::to_string(msg.params().get_int("id", 0)));
+    QCOMPARE(requests, (QStringList{"connect 9", "disconnect 9"}));
+}
+
+void TestPeerList::newProfileNamesRefreshEveryRow()
+{
+    PeerList list;
+    list.updateProfileList();
+    feedPeers({"id:i=1 name=A addr=x profile:i=1"});
+    answer("profileList", fromXmls(R"(<m n="profileList">
+      <m n="profile"><i k="id">1</i><m n="settings"><s k="name">Renamed</s></m></m></m>)"));
+    QCOMPARE(rowTexts(list.peerTree->topLevelItem(0)), (QStringList{"Address\tx", "Profile\tRenamed"}));
+}
+
+void TestPeerList::newEncoderRefreshesActiveRowsOnly()
+{
+    PeerList list;
+    list.updateProfileList();
+    list.updateCurrentEncoder();
+    feedPeers({"id:i=1 name=A profile:i=1 active:b=true transmitting:b=true", "id:i=2 name=B profile:i=1"});
+    QTreeWidgetItem* idle = list.peerTree->topLevelItem(1);
+    idle->setText(0, "untouched");
+
+    answer("currentEncoder", Message("currentEncoder", Params("descr=\"G.722 Mono 64 kb/s\"")));
+    QVERIFY(rowTexts(list.peerTree->topLevelItem(0)).contains("Transmitting\tG.722 Mono 64 kb/s"));
+    QCOMPARE(idle->text(0), QString("untouched"));
+}
+
+// The answer after login carries the status in its first "node"; the rest is not the tunnel's.
+void TestPeerList::startupTunnelStatusComesFromTheFirstNode()
+{
+    PeerList list;
+    feedPeers({"id:i=3 name=Van addr=a plait:b=true use_plait:b=true unit=m sid=7 active:b=true state_ui=Connected"});
+    answer("statusTunnel", fromXmls(R"(<m n="resp"><b k="fail">false</b>
+      <m n="sess"><i k="sid">7</i><s k="state">RETIRED</s><s k="reason">decoy</s></m>
+      <m n="node"><m n="sess"><i k="sid">7</i><s k="state">ACTIVE</s></m></m>
+      <m n="node"><m n="sess"><i k="sid">7</i><s k="state">SEARCHING</s></m></m></m>)"));
+    QCOMPARE(list.peerTree->topLevelItem(0)->text(0), QString("Van\nConnected (Braid)"));
 }
 
 QTEST_MAIN(TestPeerList)

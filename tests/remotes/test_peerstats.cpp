@@ -55,6 +55,7 @@ private slots:
     void everyRemoteFillsItsHistory();
     void samplesCarryTheGraphedValues();
     void selectedRemoteMissingClearsValues();
+    void graphsRepaintOnEveryNotification();
     void keys_data();
     void keys();
 };
@@ -113,8 +114,13 @@ void TestPeerStats::rows()
     const QTreeWidgetItem* item = screen.treeStats->topLevelItem(row);
     QTEST(item->text(0), "label");
     QTEST(item->text(1), "value");
-    QTEST(item->data(0, Qt::UserRole).toBool(), "advanced");
-    QTEST(item->isHidden(), "advanced");
+    QFETCH(bool, advanced);
+    QCOMPARE(item->data(0, Qt::UserRole), QVariant(advanced));
+    QCOMPARE(item->isHidden(), advanced);
+    QVERIFY(screen.treeStats->isHeaderHidden());
+    QVERIFY(!screen.treeStats->rootIsDecorated());
+    QCOMPARE(screen.treeStats->columnWidth(0), 320);
+    QCOMPARE(screen.treeStats->columnWidth(1), 200);
 }
 
 void TestPeerStats::advancedRowsFollowCheckBox()
@@ -238,6 +244,20 @@ void TestPeerStats::selectedRemoteMissingClearsValues()
     for (int row = 0; row < 24; ++row)
         QVERIFY(screen.treeStats->topLevelItem(row)->text(1).isEmpty());
     QCOMPARE(validDelaySamples(screen.delayGraph(), 2), 2);
+}
+
+void TestPeerStats::graphsRepaintOnEveryNotification()
+{
+    PeerStats screen;
+    screen.statsTab->setCurrentIndex(1);
+    screen.show();
+    QVERIFY(QTest::qWaitForWindowExposed(&screen));
+    feedActive({"A"});
+    QCoreApplication::processEvents();
+    PaintCounter delay(&screen.delayGraph());
+    PaintCounter percent(&screen.percentGraph());
+    notify("peer_stats", "peer", {peer(1, 10)});
+    QTRY_VERIFY(delay.paints > 0 && percent.paints > 0);
 }
 
 void TestPeerStats::keys_data()

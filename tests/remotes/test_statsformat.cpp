@@ -50,19 +50,22 @@ void TestStatsFormat::formats_data()
     stats.set_uint("rxPayload", 64000);
     stats.set_uint("rxOverhead", 12800);
     stats.set_uint("rxRTCP", 800);
-    stats.set_uint("rxAvgPayload", 60000);
+    stats.set_uint("rxAvgPayload", 1299);
     stats.set_uint("rxAvgRTCP", 700);
     stats.set_uint("txPayload", 128000);
-    stats.set_uint("txAvgOverhead", 25600);
+    stats.set_uint("txAvgOverhead", 1999);
     QTest::newRow("receive total") << kbps(bitrateSum(stats, Direction::Receive, false, AllParts)) << "77.6 kbps";
     QTest::newRow("receive overhead") << kbps(bitrateSum(stats, Direction::Receive, false, Overhead | Rtcp))
                                       << "13.6 kbps";
-    QTest::newRow("averaged, a part missing") << kbps(bitrateSum(stats, Direction::Receive, true, AllParts))
-                                              << "60.7 kbps";
+    // Sums just below a tenth: a missing part counts nothing at all.
+    QTest::newRow("averaged, overhead missing") << kbps(bitrateSum(stats, Direction::Receive, true, AllParts))
+                                                << "1.9 kbps";
+    QTest::newRow("averaged, payload and RTCP missing")
+        << kbps(bitrateSum(stats, Direction::Transmit, true, AllParts)) << "1.9 kbps";
     QTest::newRow("transmit payload") << kbps(bitrateSum(stats, Direction::Transmit, false, Payload))
                                       << "128.0 kbps";
     QTest::newRow("transmit averaged overhead") << kbps(bitrateSum(stats, Direction::Transmit, true, Overhead))
-                                                << "25.6 kbps";
+                                                << "1.9 kbps";
 }
 
 void TestStatsFormat::formats()

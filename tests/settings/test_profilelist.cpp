@@ -1,4 +1,5 @@
 #include "cachefeeder.h"
+#include "modalwatch.h"
 #include "profilelist.h"
 
 #include <QMessageBox>
@@ -34,19 +35,6 @@ QStringList rowTexts(const ProfileList& list)
     return texts;
 }
 
-// Answers the modal question as soon as it is open, after running `whileOpen`.
-void answerQuestionWhenOpen(QObject* context, QMessageBox::StandardButton answer, QString* text,
-                            const std::function<void()>& whileOpen)
-{
-    QTimer::singleShot(10, context, [=] {
-        auto* box = qobject_cast<QMessageBox*>(QApplication::activeModalWidget());
-        if (!box)
-            return answerQuestionWhenOpen(context, answer, text, whileOpen);
-        *text = box->text();
-        whileOpen();
-        box->button(answer)->click();
-    });
-}
 } // namespace
 
 class TestProfileList : public QObject {
@@ -135,14 +123,17 @@ void TestProfileList::removalQuestion()
     QSignalSpy modal(&list, &ProfileList::changeModal);
     RequestLog log;
     QString question;
-    answerQuestionWhenOpen(&list, QMessageBox::StandardButton(answer), &question, [&] {
-        QCOMPARE(modal.count(), 1);
+    int modalWhileAsking = 0;
+    answerNextQuestion(&list, QMessageBox::StandardButton(answer), [&](QMessageBox& box) {
+        question = box.text();
+        modalWhileAsking = modal.count();
         if (refillWhileAsking)
             answerProfiles(kPhone + kFactory);
     });
     list.buttonRemove->click();
 
     QCOMPARE(question, QString("This will delete the '*Studio Link' profile.\n\nDo you wish to continue?"));
+    QCOMPARE(modalWhileAsking, 1);
     QCOMPARE(modal.count(), 2);
     QCOMPARE(modal.at(1).at(0).toBool(), false);
     const bool deletes = answer == QMessageBox::Yes;

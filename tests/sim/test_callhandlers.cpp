@@ -105,6 +105,11 @@ class CallScripts : public Calls, public ::testing::WithParamInterface<Script> {
 // The default scenario: 2 is on the telephone line, 3 calls through Braid session 7 on a profile
 // that names the far end's encoder.
 const std::vector<Script> kScripts = {
+    {"ip", 1, false,
+     {{0, "connecting", "Connecting", "Negotiating", false, false, ""},
+      {800, "connected", "Connected", "Connected", true, false, ""},
+      {1400, "connected", "Connected", "Connected", true, true, ""}},
+     "Opus Stereo 128 kb/s"},
     {"braid", 3, false,
      {{0, "connecting", "Connecting", "Waiting for Braid", false, false, "SEARCHING"},
       {1500, "connecting", "Connecting", "Negotiating", false, false, "ACTIVE"},
@@ -215,7 +220,15 @@ TEST_F(Calls, TelephoneLineDropsRateAndRetrains)
 TEST_F(Calls, BraidCallRunsInItsTunnelSession)
 {
     const Message idleSession = session(7);
-    connected(3, milliseconds(2900));
+    ASSERT_FALSE(fails("connect", "id:i=3"));
+    EXPECT_EQ(lastPushed("cfgStatus:netmgr.tunnel").get_child("sess", 0).params().get_string("state", ""), "SEARCHING");
+    advance(milliseconds(1500));
+    EXPECT_EQ(lastPushed("cfgStatus:netmgr.tunnel").get_child("sess", 0).params().get_string("state", ""), "ACTIVE");
+    advance(milliseconds(2400));
+    // Connected: the tunnel's statistics come with the call's.
+    const Message tunnel = lastPushed("tun_stats");
+    ASSERT_EQ(tunnel.num_children("sess"), 1u);
+    EXPECT_EQ(tunnel.get_child("sess", 0).params().get_int("sid", 0), 7);
 
     fails("disconnect", "id:i=3");
     advance(milliseconds(500));
@@ -228,6 +241,8 @@ TEST_F(Calls, BraidCallRunsInItsTunnelSession)
     // A Braid remote without a session gets the next one.
     ASSERT_FALSE(fails("addPeer", "name=Van3 addr=192.0.2.8 unit=00:1b:7c:0a:51:a0 plait:b=true use_plait:b=true"));
     fails("connect", "id:i=5");
+    EXPECT_EQ(session(8).params(), Params("sid:i=8 active_conns:i=0 addr=192.0.2.8 active:b=false protected:b=true "
+                                          "encrypted:b=true state=SEARCHING"));
     EXPECT_EQ(session(8).get_child("search", 0).params().get_string("addr", ""), "192.0.2.8:9010");
 }
 
@@ -293,6 +308,8 @@ TEST_F(Calls, EditingOntoAnotherProfileMovesTheRemotesChannel)
         EXPECT_EQ(lastPushed("peerList").get_child("peer", 1).params().get_string("channel", ""), channel);
     }
     ASSERT_FALSE(fails("setPeerSettings", "id:i=2 name=News addr=x profile:i=2"));
+    // What the editor leaves out falls back: no backup.
+    EXPECT_EQ(peer(2).get_int("backup_id", -1), 0);
     ASSERT_FALSE(fails("connect", "id:i=2"));
     EXPECT_EQ(peer(2).get_string("state", ""), "connecting");
 }
@@ -346,6 +363,17 @@ TEST_F(Calls, CodecQualityIsAPercentage)
     }
 }
 
+TEST_F(Calls, UnknownCallerComesAndGoesWithItsCall)
+{
+    EXPECT_EQ(m_calls->ring(""), "ok ring 5");
+    EXPECT_EQ(peer(5).get_string("name", "") + " " + peer(5).get_string("state", ""), "Incoming Call ringing");
+    EXPECT_TRUE(peer(5).get_bool("incoming", false));
+    advance(milliseconds(4000));
+    ASSERT_FALSE(fails("disconnect", "id:i=5"));
+    advance(milliseconds(500));
+    EXPECT_FALSE(peer(5).has_param("id"));
+}
+
 TEST_F(Calls, StatisticsFollowTheirPeriod)
 {
     connected(1, milliseconds(1400));
@@ -355,6 +383,8 @@ TEST_F(Calls, StatisticsFollowTheirPeriod)
     m_calls->setStatsPeriod(milliseconds(250));
     advance(milliseconds(250));
     EXPECT_EQ(lastPushed("peer_stats").name, "peer_stats");
+    // An IP call has no tunnel to report on.
+    EXPECT_TRUE(lastPushed("tun_stats").name.empty());
 }
 
 } // namespace

@@ -3,6 +3,7 @@
 
 #include <gtest/gtest.h>
 
+#include <algorithm>
 #include <set>
 
 namespace {
@@ -88,17 +89,28 @@ TEST_F(Tunnel, HealthHeldByTheConsole)
 TEST_F(Tunnel, PhasesOfItsOwn)
 {
     int throttledPeriods = 0;
+    int throttleRun = 0;
+    int longestThrottle = 0;
     int lossyPeriods = 0;
     int shortOfConnections = 0;
     std::set<int> rates;
+    std::set<int> recoveries;
     for (int period = 0; period < 3600; ++period) {
         const Message stats = m_stats.tunStats(session(3));
+        throttleRun = throttled(stats) ? throttleRun + 1 : 0;
         throttledPeriods += throttled(stats);
+        longestThrottle = std::max(longestThrottle, throttleRun);
+        recoveries.insert(sessOf(stats).get_int("rpr", -1));
+        EXPECT_EQ(sessOf(stats).get_string("addr", ""), "198.51.100.23");
         lossyPeriods += lossy(stats);
         shortOfConnections += stats.get_child("sess", 0).num_children("conn") < 4;
         rates.insert(stats.get_child("sess", 0).get_child("conn", 0).params().get_int("tp", 0) / 1000);
     }
     EXPECT_GT(throttledPeriods, 0);
+    // A phase lasts a few periods.
+    EXPECT_GE(longestThrottle, 3);
+    EXPECT_EQ(recoveries.count(-1), 0u);
+    EXPECT_GT(recoveries.size(), 10u);
     EXPECT_GT(lossyPeriods, 0);
     EXPECT_GT(shortOfConnections, 0);
     // Calm most of the time.

@@ -112,6 +112,9 @@ void TestBraidSettings::answerWithoutSettingsKeepsTheList()
 void TestBraidSettings::keypad()
 {
     QVERIFY(showActive(m_screen.get()));
+    m_screen->paneAboutToHide();
+    m_screen->paneAboutToShow();
+    QVERIFY(m_screen->treeSettings->hasFocus());
     answer("braidSettings", kTunnel);
     QStringList edit;
     connect(m_screen.get(), &BraidSettings::editBraidSetting, this,

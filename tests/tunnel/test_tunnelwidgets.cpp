@@ -42,6 +42,7 @@ void TestTunnelWidgets::buttonLabels_data()
     QTest::addColumn<QString>("text");
 
     QTest::newRow("both labels") << "Wired" << "Far Wired" << "(2) Wired>Far Wired";
+    QTest::newRow("first label changed") << "Wired" << "labels" << "(2) Wired>labels";
     QTest::newRow("empty first") << "" << "Far Wired" << "Connection eth0";
     QTest::newRow("empty second") << "Wired" << "" << "Connection eth0";
 }
@@ -66,7 +67,12 @@ void TestTunnelWidgets::buttonLabels()
     button.setPosition(0);
     QCOMPARE(button.y(), 100);
     QCOMPARE(button.text(), QString(text).replace("(2)", "(0)"));
-    QCOMPARE(button.palette().color(QPalette::ButtonText), QColor(204, 0, 204));
+    const QList<QColor> palette = {QColor(204, 0, 204), QColor(0, 0, 255),   QColor(0, 255, 0),
+                                   QColor(204, 204, 0), QColor(204, 119, 0), QColor(221, 0, 0)};
+    for (int position = 0; position < palette.size(); ++position) {
+        button.setPosition(position);
+        QCOMPARE(button.palette().color(QPalette::ButtonText), palette[position]);
+    }
 }
 
 void TestTunnelWidgets::sliderZones_data()
@@ -100,6 +106,18 @@ void TestTunnelWidgets::sliderZones()
 
     slider.setMarker(range / 4, range);
     QCOMPARE(slider.marker(), range > 0 ? 25 : 0);
+    // "0ms" at the left, the range at the right, "Delay" in the middle, along the top.
+    QCOMPARE(slider.rightLabel()->geometry().topLeft(), QPoint(340, 0));
+    QCOMPARE(slider.rightLabel()->width(), 60);
+    QVERIFY(slider.rightLabel()->alignment() & Qt::AlignRight);
+    QLabel* centre = nullptr;
+    for (QLabel* label : slider.findChildren<QLabel*>()) {
+        if (label->text() == "Delay")
+            centre = label;
+    }
+    QVERIFY(centre);
+    QCOMPARE(centre->geometry().topLeft(), QPoint(180, 0));
+    QCOMPARE(centre->width(), 40);
 }
 
 void TestTunnelWidgets::sliderPainting_data()
@@ -164,8 +182,9 @@ void TestTunnelWidgets::graphColumns_data()
     const QColor first(204, 0, 204);
     // 40 | 10 20 | boundary 20 | 20, scaled to the largest rate, 40.
     QTest::newRow("utilization greys the columns before a boundary")
-        << true << QStringList{"0:10", "1:90", "1:50", "1:10", "2:90", "2:20", "3:60"}
-        << QList<QColor>{grey0, grey0, grey1, kBackground, first, kBackground, first} << QStringList{"40", "Kbps", "0"};
+        << true << QStringList{"0:10", "1:90", "1:50", "1:10", "2:90", "2:20", "3:60", "3:48"}
+        << QList<QColor>{grey0, grey0, grey1, kBackground, first, kBackground, first, kBackground}
+        << QStringList{"40", "Kbps", "0"};
     // 10% loss, 20% late, 30% recovery stacked from the bottom.
     QTest::newRow("loss, late and recovery stacked")
         << false << QStringList{"3:95", "3:80", "3:50", "3:30"}
