@@ -24,13 +24,6 @@ WebBrowser::WebBrowser(QWidget* parent)
     setupUi(this);
     progressLoad->hide();
 
-    // Global, so that the fresh page of every showing has them.
-    QWebSettings* settings = QWebSettings::globalSettings();
-    settings->setAttribute(QWebSettings::JavascriptEnabled, true);
-    settings->setAttribute(QWebSettings::JavaEnabled, false);
-    settings->setAttribute(QWebSettings::JavascriptCanOpenWindows, false);
-    settings->setAttribute(QWebSettings::JavascriptCanAccessClipboard, false);
-
     connect(buttonGo, &QPushButton::clicked, this, &WebBrowser::loadURL);
     connect(lineURL, &QLineEdit::returnPressed, this, &WebBrowser::loadURL);
     connect(lineURL, &QLineEdit::textChanged, this, &WebBrowser::urlEdited);
@@ -81,6 +74,13 @@ void WebBrowser::browserHomeChanged(const QString& url)
 void WebBrowser::paneAboutToShow()
 {
     PaneBase::paneAboutToShow();
+    // Set here rather than at construction: the engine starts only when the browser is first
+    // shown. Global, so that every page has them.
+    QWebSettings* settings = QWebSettings::globalSettings();
+    settings->setAttribute(QWebSettings::JavascriptEnabled, true);
+    settings->setAttribute(QWebSettings::JavaEnabled, false);
+    settings->setAttribute(QWebSettings::JavascriptCanOpenWindows, false);
+    settings->setAttribute(QWebSettings::JavascriptCanAccessClipboard, false);
     // A fresh page: no history, no logins, and the text at its normal size.
     auto* page = new QWebPage(webView);
     webView->setPage(page);

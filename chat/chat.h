@@ -25,7 +25,7 @@ signals:
 
 private slots:
     void textChanged();
-    void newChatMessage();
+    void newChatMessage(const Message& record);
     void sendChat();
     void sendHello();
     void ipcChangedState(IPCClient::IPC_STATE state, bool def_pwd);

@@ -13,6 +13,8 @@
 namespace {
 
 const char* const kDefaultPassword = "velkor";
+// Answer and notification names without a handler kept in the cache; the backend uses about twenty.
+constexpr std::size_t kMaxUnhandledNames = 256;
 
 const char* const kSubscriptions[] = {
     "peer_stats",
@@ -109,7 +111,7 @@ IPCClient::IPCClient(IPCManagerQt& manager)
         {"channelList", &IPCClient::announce<&IPCClient::recvChannelList>},
         {"sysOptions", &IPCClient::announce<&IPCClient::recvSysOptions>},
         {"addPeer", &IPCClient::announce<&IPCClient::recvAddPeer>},
-        {"chat", &IPCClient::announce<&IPCClient::recvChat>},
+        {"chat", &IPCClient::handleChat},
         {"version", &IPCClient::announce<&IPCClient::recvVersion>},
         {"setMetering", &IPCClient::announce<&IPCClient::recvSetMetering>},
         {"powerInfo", &IPCClient::announce<&IPCClient::recvPowerInfo>},
@@ -363,14 +365,39 @@ void IPCClient::handlePasswordStatus(const Message& msg)
     setState(IPC_READY);
 }
 
+void IPCClient::handleChat(const Message& msg)
+{
+    emit recvChat();
+    emit recvChatRecord(msg);
+}
+
 bool IPCClient::storeAndHandle(const std::string& name, const Message& msg)
 {
-    cache[name] = msg;
     const auto handler = handlers.find(name);
-    if (handler == handlers.end())
+    if (handler == handlers.end()) {
+        storeUnhandled(name, msg);
         return false;
+    }
+    cache[name] = msg;
     (this->*handler->second)(msg);
     return true;
+}
+
+// A backend that sends ever new names must not grow the cache without end.
+void IPCClient::storeUnhandled(const std::string& name, const Message& msg)
+{
+    const auto cached = cache.find(name);
+    if (cached != cache.end()) {
+        cached->second = msg;
+        return;
+    }
+    if (m_unhandledNames >= kMaxUnhandledNames) {
+        g_log.log(LOG_ERROR, "IPC client: %zu names without a handler cached, dropped \"%.64s\"",
+                  m_unhandledNames, name.c_str());
+        return;
+    }
+    ++m_unhandledNames;
+    cache.emplace(name, msg);
 }
 
 void IPCClient::sendNamedRequest(const std::string& name)

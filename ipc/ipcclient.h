@@ -110,6 +110,8 @@ signals:
     void unsoTunnelStatus(QString id, Message msg);
     void unsoTunConns(Message msg);
     void unsoTunStats(Message msg);
+    // Each relayed chat record, beside recvChat(): records may come faster than the cache is read.
+    void recvChatRecord(Message msg);
 
 private:
     using Handler = void (IPCClient::*)(const Message&);
@@ -121,9 +123,12 @@ private:
     void forward(const Message& msg);
     void handleCodeUpdateStatus(const Message& msg);
     void handlePasswordStatus(const Message& msg);
+    void handleChat(const Message& msg);
 
     // Caches msg under name and runs its handler; false when name has none.
     bool storeAndHandle(const std::string& name, const Message& msg);
+    // Caches an answer without a handler while fewer than a bounded number of such names are held.
+    void storeUnhandled(const std::string& name, const Message& msg);
     void sendNamedRequest(const std::string& name);
     // The one way out for every request: the tap, then the library.
     void transmit(const Message& msg);
@@ -135,6 +140,7 @@ private:
     std::string password;
     std::map<std::string, Handler> handlers;
     std::map<std::string, Message> cache;
+    std::size_t m_unhandledNames = 0;
     bool def_pwd = false;
     IPCManagerQt& m_manager;
     RequestTap m_requestTap;

@@ -3,6 +3,9 @@
 #include "compactcodec.h"
 #include "xmlscodec.h"
 
+#include <utility>
+#include <vector>
+
 namespace ipc {
 
 bool parse_encoding(const std::string& text, Encoding& out)
@@ -26,6 +29,42 @@ const char* encoding_name(Encoding encoding)
 std::string encode(Encoding encoding, const Message& message, const Message* onlyChild)
 {
     return encoding == Encoding::Compact ? compact::encode(message, onlyChild) : xmls::encode(message, onlyChild);
+}
+
+// Walks without recursion: the tree being checked may be deeper than the stack allows.
+bool within_limits(const Message& message, const Message* onlyChild, std::string& error)
+{
+    std::vector<std::pair<const Message*, unsigned int>> pending = {{&message, 1}};
+    std::size_t nodes = 0;
+    while (!pending.empty()) {
+        const auto [node, depth] = pending.back();
+        pending.pop_back();
+        if (depth > Limits::kMaxDepth) {
+            error = "messages nested deeper than " + std::to_string(Limits::kMaxDepth);
+            return false;
+        }
+        if (++nodes > Limits::kMaxNodes) {
+            error = "more than " + std::to_string(Limits::kMaxNodes) + " messages";
+            return false;
+        }
+        if (node->params().values().size() > Limits::kMaxParamsPerNode) {
+            error = "more than " + std::to_string(Limits::kMaxParamsPerNode) + " parameters in one message";
+            return false;
+        }
+        for (const auto& entry : node->params().values()) {
+            if (entry.first.size() > Limits::kMaxKeyBytes) {
+                error = "parameter key longer than " + std::to_string(Limits::kMaxKeyBytes) + " bytes";
+                return false;
+            }
+        }
+        if (node == &message && onlyChild) {
+            pending.emplace_back(onlyChild, depth + 1);
+            continue;
+        }
+        for (std::size_t i = 0; i < node->child_count(); ++i)
+            pending.emplace_back(&node->child(i), depth + 1);
+    }
+    return true;
 }
 
 bool decode(Encoding encoding, const char* data, std::size_t size, Message& out, std::string& error)

@@ -28,6 +28,9 @@ const char* encoding_name(Encoding encoding);
 // encoded as the only child of `message`, whose own children are ignored: an envelope is
 // written around its content without copying it.
 std::string encode(Encoding encoding, const Message& message, const Message* onlyChild = nullptr);
+// False, with a reason in `error`, when the tree (with `onlyChild` as in encode) breaks a limit
+// that the decoder at the other end enforces, so that nothing is sent that would close the link.
+bool within_limits(const Message& message, const Message* onlyChild, std::string& error);
 // False, with a reason in `error`, for input that does not decode or breaks a limit.
 bool decode(Encoding encoding, const char* data, std::size_t size, Message& out, std::string& error);
 

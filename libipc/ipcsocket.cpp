@@ -60,6 +60,12 @@ bool IPCSocket::send(const Message& msg, const Message* onlyChild)
 bool IPCSocket::encode_frame(ipc::Encoding encoding, const Message& msg, const Message* onlyChild,
                              std::string& frame)
 {
+    std::string refusal;
+    if (!ipc::within_limits(msg, onlyChild, refusal)) {
+        g_log.log(LOG_ERROR, "IPC: message \"%s\" not sent: %s", (onlyChild ? onlyChild : &msg)->name.c_str(),
+                  refusal.c_str());
+        return false;
+    }
     const std::string payload = ipc::encode(encoding, msg, onlyChild);
     if (payload.size() > ipc::Limits::kMaxFrameBytes) {
         g_log.log(LOG_ERROR, "IPC: message \"%s\" of %zu bytes is too large to send", msg.name.c_str(),

@@ -81,6 +81,17 @@ Message::Message(const Message& other)
         m_children.push_back(std::make_unique<Message>(*child));
 }
 
+Message::Message(Message&& other) noexcept
+    : name(std::move(other.name))
+    , m_params(std::move(other.m_params))
+    , m_children(std::move(other.m_children))
+    , m_index(std::move(other.m_index))
+    , m_exposed(std::move(other.m_exposed))
+{
+    other.m_children.clear();
+    other.m_exposed.clear();
+}
+
 Message& Message::operator=(const Message& other)
 {
     if (this != &other) {
@@ -91,22 +102,67 @@ Message& Message::operator=(const Message& other)
     return *this;
 }
 
+Message& Message::operator=(Message&& other) noexcept
+{
+    if (this != &other) {
+        name = std::move(other.name);
+        m_params = std::move(other.m_params);
+        m_children = std::move(other.m_children);
+        m_index = std::move(other.m_index);
+        m_exposed = std::move(other.m_exposed);
+        other.m_children.clear();
+        other.m_exposed.clear();
+    }
+    return *this;
+}
+
 Message& Message::add_child(const std::string& childName)
 {
-    m_children.push_back(std::make_unique<Message>(childName));
-    return *m_children.back();
+    return add_child(Message(childName));
 }
 
 Message& Message::add_child(const Message& child)
 {
     auto copy = std::make_unique<Message>(child);
     m_children.push_back(std::move(copy));
-    return *m_children.back();
+    const auto position = static_cast<uint32_t>(m_children.size() - 1);
+    if (m_index)
+        (*m_index)[m_children.back()->name].push_back(position);
+    return exposed(position);
+}
+
+Message& Message::exposed(std::size_t position)
+{
+    if (m_index)
+        m_exposed.emplace_back(static_cast<uint32_t>(position), m_children[position]->name);
+    return *m_children[position];
+}
+
+const std::vector<uint32_t>* Message::positions_of(const std::string& childName) const
+{
+    if (m_index) {
+        for (const auto& [position, nameThen] : m_exposed) {
+            if (position >= m_children.size() || m_children[position]->name != nameThen) {
+                m_index.reset();
+                break;
+            }
+        }
+    }
+    m_exposed.clear();
+    if (!m_index) {
+        m_index = std::make_unique<ChildIndex>();
+        for (std::size_t position = 0; position < m_children.size(); ++position)
+            (*m_index)[m_children[position]->name].push_back(static_cast<uint32_t>(position));
+    }
+    const auto found = m_index->find(childName);
+    return found == m_index->end() ? nullptr : &found->second;
 }
 
 Message& Message::get_child(const std::string& childName, unsigned int index)
 {
-    return const_cast<Message&>(static_cast<const Message&>(*this).get_child(childName, index));
+    static_cast<const Message&>(*this).get_child(childName, index);
+    // The const lookup above left the index checked and current.
+    return exposed((*m_index)[childName][index]);
 }
 
 const Message& Message::get_child(const std::string& childName, unsigned int index) const
@@ -119,17 +175,16 @@ const Message& Message::get_child(const std::string& childName, unsigned int ind
 
 const Message* Message::find_child(const std::string& childName, unsigned int index) const
 {
-    for (const auto& child : m_children) {
-        if (child->name == childName && index-- == 0)
-            return child.get();
-    }
-    return nullptr;
+    const std::vector<uint32_t>* positions = positions_of(childName);
+    if (!positions || index >= positions->size())
+        return nullptr;
+    return m_children[(*positions)[index]].get();
 }
 
 unsigned int Message::num_children(const std::string& childName) const
 {
-    return static_cast<unsigned int>(std::count_if(m_children.begin(), m_children.end(),
-                                                   [&](const auto& child) { return child->name == childName; }));
+    const std::vector<uint32_t>* positions = positions_of(childName);
+    return positions ? static_cast<unsigned int>(positions->size()) : 0u;
 }
 
 void Message::remove_children(const std::string& childName)
@@ -137,6 +192,15 @@ void Message::remove_children(const std::string& childName)
     m_children.erase(std::remove_if(m_children.begin(), m_children.end(),
                                     [&](const auto& child) { return child->name == childName; }),
                      m_children.end());
+    m_index.reset();
+    m_exposed.clear();
+}
+
+void Message::clear_children()
+{
+    m_children.clear();
+    m_index.reset();
+    m_exposed.clear();
 }
 
 bool Message::operator==(const Message& other) const

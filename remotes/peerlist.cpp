@@ -8,6 +8,7 @@
 #include <QHeaderView>
 #include <QKeyEvent>
 
+#include <algorithm>
 #include <map>
 #include <set>
 
@@ -125,11 +126,15 @@ void PeerList::updatePeerList()
         freshIds.insert(fresh.get_child("peer", i).params().get_int("id", 0));
 
     for (const auto& [id, peer] : stored) {
-        if (!freshIds.count(id))
+        if (!freshIds.count(id)) {
             delete rowOf(id);
+            m_rows.erase(id);
+        }
     }
 
-    // Only new rows are placed; known rows stay where they are whatever the new order.
+    // Only new rows are placed, each right after the row of the id before it in the new list;
+    // known rows stay where they are whatever the new order.
+    std::vector<std::pair<int, QTreeWidgetItemIPC*>> anchoredRows;
     int previousId = 0;
     for (unsigned int i = 0; i < fresh.num_children("peer"); ++i) {
         const Message& peer = fresh.get_child("peer", i);
@@ -138,18 +143,47 @@ void PeerList::updatePeerList()
         if (known == stored.end()) {
             auto* row = new QTreeWidgetItemIPC;
             updatePeerItem(row, peer);
-            QTreeWidgetItem* above = rowOf(previousId);
-            peerTree->insertTopLevelItem(above ? peerTree->indexOfTopLevelItem(above) + 1 : 0, row);
-            if (peerTree->topLevelItemCount() == 1)
-                peerTree->setCurrentItem(row);
+            anchoredRows.emplace_back(previousId, row);
+            m_rows.emplace(id, row);
         } else if (*known->second != peer) {
             updatePeerItem(rowOf(id), peer);
         }
         previousId = id;
     }
+    insertNewRows(anchoredRows);
 
     m_peerList = std::move(fresh);
     updateButtons();
+}
+
+// Each new row goes right after the row of its anchor id (at the top without one). Runs of new
+// rows are inserted as blocks, the lowest first, so that the positions found before stay true.
+void PeerList::insertNewRows(const std::vector<std::pair<int, QTreeWidgetItemIPC*>>& anchoredRows)
+{
+    if (anchoredRows.empty())
+        return;
+    const bool wasEmpty = peerTree->topLevelItemCount() == 0;
+    std::unordered_map<QTreeWidgetItem*, int> positions;
+    for (int i = 0; i < peerTree->topLevelItemCount(); ++i)
+        positions.emplace(peerTree->topLevelItem(i), i);
+
+    std::vector<std::pair<int, QList<QTreeWidgetItem*>>> blocks;
+    QTreeWidgetItem* previousNew = nullptr;
+    for (const auto& [anchorId, row] : anchoredRows) {
+        QTreeWidgetItem* anchor = rowOf(anchorId);
+        if (anchor && anchor == previousNew) {
+            blocks.back().second.append(row);
+        } else {
+            const auto known = positions.find(anchor);
+            blocks.emplace_back(known == positions.end() ? 0 : known->second + 1, QList<QTreeWidgetItem*>{row});
+        }
+        previousNew = row;
+    }
+    std::stable_sort(blocks.begin(), blocks.end(), [](const auto& a, const auto& b) { return a.first > b.first; });
+    for (const auto& [position, rows] : blocks)
+        peerTree->insertTopLevelItems(position, rows);
+    if (wasEmpty)
+        peerTree->setCurrentItem(anchoredRows.front().second);
 }
 
 void PeerList::updateDirectoryServer()
@@ -187,8 +221,7 @@ void PeerList::updateDirectoryServer()
 void PeerList::handleUnsoTunnelStatus(QString, Message msg)
 {
     g_log.log(LOG_INFO, "handleUnsoTunnelStatus");
-    m_tunnelStatus = std::move(msg);
-    refreshRows(false);
+    setTunnelStatus(std::move(msg));
 }
 
 void PeerList::handleRespTunnelStatus(Message msg)
@@ -197,7 +230,17 @@ void PeerList::handleRespTunnelStatus(Message msg)
     const Message* node = msg.find_child("node");
     if (!node)
         return;
-    m_tunnelStatus = *node;
+    setTunnelStatus(*node);
+}
+
+void PeerList::setTunnelStatus(Message status)
+{
+    m_tunnelStatus = std::move(status);
+    m_sessionsBySid.clear();
+    for (unsigned int i = 0; i < m_tunnelStatus.num_children("sess"); ++i) {
+        const Message& session = m_tunnelStatus.get_child("sess", i);
+        m_sessionsBySid.emplace(session.params().get_string("sid", ""), &session);
+    }
     refreshRows(false);
 }
 
@@ -241,25 +284,22 @@ PeerList::BraidSession PeerList::braidSessionOf(const Params& peer) const
     const std::string sid = peer.get_string("sid", "");
     if (sid.empty())
         return found;
-    for (unsigned int i = 0; i < m_tunnelStatus.num_children("sess"); ++i) {
-        const Message& session = m_tunnelStatus.get_child("sess", i);
-        const std::string sessionSid = session.params().get_string("sid", "");
-        g_log.log(LOG_DEBUG, "updatePeerItem.. braid sess sid=%s peer sid=%s", sessionSid.c_str(), sid.c_str());
-        if (sessionSid != sid)
-            continue;
-        found.known = true;
-        found.state = text(session.params(), "state");
-        const QString upper = found.state.toUpper();
-        if (upper == QLatin1String("ACTIVE")) {
-            found.active = true;
-        } else if (upper == QLatin1String("SEARCHING")) {
-            for (unsigned int s = 0; s < session.num_children("search"); ++s)
-                found.searchList += QStringLiteral("\n\t") + text(session.get_child("search", s).params(), "addr");
-        } else if (upper == QLatin1String("RETIRED") && session.params().has_param("reason")) {
-            found.retired = true;
-            found.reason = text(session.params(), "reason");
-        }
-        break;
+    const auto sessionOfSid = m_sessionsBySid.find(sid);
+    if (sessionOfSid == m_sessionsBySid.end())
+        return found;
+    const Message& session = *sessionOfSid->second;
+    g_log.log(LOG_DEBUG, "updatePeerItem.. braid sess sid=%s peer sid=%s", sid.c_str(), sid.c_str());
+    found.known = true;
+    found.state = text(session.params(), "state");
+    const QString upper = found.state.toUpper();
+    if (upper == QLatin1String("ACTIVE")) {
+        found.active = true;
+    } else if (upper == QLatin1String("SEARCHING")) {
+        for (unsigned int s = 0; s < session.num_children("search"); ++s)
+            found.searchList += QStringLiteral("\n\t") + text(session.get_child("search", s).params(), "addr");
+    } else if (upper == QLatin1String("RETIRED") && session.params().has_param("reason")) {
+        found.retired = true;
+        found.reason = text(session.params(), "reason");
     }
     return found;
 }
@@ -349,12 +389,8 @@ PeerList::StateIcon PeerList::stateIcon(const Message& peer)
 
 QTreeWidgetItemIPC* PeerList::rowOf(int id) const
 {
-    for (int i = 0; i < peerTree->topLevelItemCount(); ++i) {
-        auto* row = static_cast<QTreeWidgetItemIPC*>(peerTree->topLevelItem(i));
-        if (row->params().get_int("id", 0) == id)
-            return row;
-    }
-    return nullptr;
+    const auto row = m_rows.find(id);
+    return row == m_rows.end() ? nullptr : row->second;
 }
 
 QTreeWidgetItemIPC* PeerList::selectedRow() const

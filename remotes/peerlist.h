@@ -12,6 +12,9 @@
 #include <QWidget>
 
 #include <array>
+#include <string>
+#include <unordered_map>
+#include <vector>
 
 class QTreeWidgetItem;
 class QTreeWidgetItemIPC;
@@ -75,6 +78,8 @@ private:
         QString searchList;
     };
 
+    void insertNewRows(const std::vector<std::pair<int, QTreeWidgetItemIPC*>>& anchoredRows);
+    void setTunnelStatus(Message status);
     void updatePeerItem(QTreeWidgetItemIPC* row, const Message& peer);
     BraidSession braidSessionOf(const Params& peer) const;
     static QString statusLine(const Params& peer, const BraidSession& session);
@@ -96,6 +101,9 @@ private:
     QMap<int, QString> m_profileChannels;
     Message m_peerList;
     Message m_tunnelStatus;
+    // The first session of each sid in m_tunnelStatus, and each remote's row by id.
+    std::unordered_map<std::string, const Message*> m_sessionsBySid;
+    std::unordered_map<int, QTreeWidgetItemIPC*> m_rows;
     bool m_anyActive = false;
 };
 

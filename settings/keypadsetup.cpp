@@ -5,7 +5,6 @@
 #include "logger.h"
 #include "message.h"
 
-#include <QMutexLocker>
 
 namespace {
 
@@ -96,19 +95,18 @@ void KeypadSetup::restrictedModeChange(bool on)
 
 void KeypadSetup::receiveSettings()
 {
-    QMutexLocker lock(g_ipcClient.mutex());
-    const Message* settings = g_ipcClient.getResponse("loadSettings");
-    if (!settings)
+    Message settings;
+    if (!g_ipcClient.copyResponse("loadSettings", settings))
         return;
     if (g_log.enabled(LOG_DEBUG)) {
         g_log.log(LOG_DEBUG, "user interface settings: loaded");
-        settings->_dump(LOG_DEBUG, 0, 1);
+        settings._dump(LOG_DEBUG, 0, 1);
     }
 
     m_populating = true;
     browserHomeURL->setText(QString::fromLatin1(kDefaultBrowserHome));
-    for (unsigned int i = 0; i < settings->num_children("group"); ++i) {
-        const Params& group = settings->get_child("group", i).params();
+    for (unsigned int i = 0; i < settings.num_children("group"); ++i) {
+        const Params& group = settings.get_child("group", i).params();
         const std::string name = group.get_string("name", "");
         if (name == "p_keypad") {
             m_f2Mode = group.get_int("keypadF2Mode", 0);

@@ -80,13 +80,12 @@ void ProfileList::populateSettings()
     }
 
     listProfiles->clear();
-    QMutexLocker lock(g_ipcClient.mutex());
-    const Message* profiles = g_ipcClient.getResponse("profileList");
-    if (!profiles)
+    Message profiles;
+    if (!g_ipcClient.copyResponse("profileList", profiles))
         return;
     QListWidgetItemIPC* candidate = nullptr;
-    for (unsigned int i = 0; i < profiles->num_children("profile"); ++i) {
-        const Params profile = mergedProfile(profiles->get_child("profile", i));
+    for (unsigned int i = 0; i < profiles.num_children("profile"); ++i) {
+        const Params profile = mergedProfile(profiles.get_child("profile", i));
         QString text = QString::fromStdString(profile.get_string("name", ""));
         if (profile.get_bool("default", false))
             text.prepend(QLatin1Char('*'));

@@ -10,9 +10,9 @@ QTreeWidgetItemSetting::QTreeWidgetItemSetting(QTreeWidgetItem* parent, const Se
     showValue();
 }
 
-void QTreeWidgetItemSetting::refresh()
+void QTreeWidgetItemSetting::refresh(const StoredValues& values)
 {
-    m_option.refresh();
+    m_option.refresh(values);
     showValue();
 }
 

@@ -13,7 +13,7 @@ public:
     const SettingOption& setting() const { return m_option; }
 
     // Re-reads the stored value and redraws the row.
-    void refresh();
+    void refresh(const StoredValues& values);
 
 private:
     // Column 1 shows the value; both columns are bold while the option is not at its default.

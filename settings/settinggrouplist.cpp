@@ -1,8 +1,7 @@
 #include "settinggrouplist.h"
 
 #include "ipcinstances.h"
-
-#include <QMutexLocker>
+#include "storedvalues.h"
 
 #include <algorithm>
 #include <map>
@@ -64,32 +63,30 @@ std::string SettingGroupList::profileName() const
 SettingOption* SettingGroupList::buildProfileGroups(const std::string& profileId, bool showAdvanced)
 {
     clear();
+    const StoredValues values;
     Message nameOption = profileSetting("name", "Profile Name", "Configurable name for this profile.", "string");
     nameOption.params().set_string("default", "New Profile");
-    auto name = std::make_unique<SettingOption>(nameOption, profileId, kSettingsSection);
+    auto name = std::make_unique<SettingOption>(nameOption, profileId, kSettingsSection, values);
     m_profileName = name->currentValue();
 
     Message channelOption = profileSetting("channel", "Channel", "Configures the network channel used for this profile.",
                                            "select");
     std::map<std::string, bool> remoteOpts;
-    {
-        QMutexLocker lock(g_ipcClient.mutex());
-        if (const Message* channels = g_ipcClient.getResponse("channelList")) {
-            for (unsigned int i = 0; i < channels->num_children("channel"); ++i) {
-                const Params& channel = channels->get_child("channel", i).params();
-                const std::string id = channel.get_string("id", "");
-                remoteOpts[id] = channel.get_bool("remote_opts", true);
-                if (isHidden(channel, showAdvanced))
-                    continue;
-                Params& choice = channelOption.add_child("select").params();
-                choice.set_string("name", channel.get_string("descr", ""));
-                choice.set_string("value", id);
-                if (i == 0)
-                    channelOption.params().set_string("default", id);
-            }
+    if (const Message* channels = values.response("channelList")) {
+        for (unsigned int i = 0; i < channels->num_children("channel"); ++i) {
+            const Params& channel = channels->get_child("channel", i).params();
+            const std::string id = channel.get_string("id", "");
+            remoteOpts[id] = channel.get_bool("remote_opts", true);
+            if (isHidden(channel, showAdvanced))
+                continue;
+            Params& choice = channelOption.add_child("select").params();
+            choice.set_string("name", channel.get_string("descr", ""));
+            choice.set_string("value", id);
+            if (i == 0)
+                channelOption.params().set_string("default", id);
         }
     }
-    auto channel = std::make_unique<SettingOption>(channelOption, profileId, kSettingsSection);
+    auto channel = std::make_unique<SettingOption>(channelOption, profileId, kSettingsSection, values);
 
     Message visibleOption = profileSetting("visible", "Visible",
                                            "Sets whether this profile is visible when changing peer settings.", "bool");
@@ -97,7 +94,7 @@ SettingOption* SettingGroupList::buildProfileGroups(const std::string& profileId
     visibleOption.params().set_string("label_true", "Visible");
     visibleOption.params().set_string("units", "Visible");
     visibleOption.params().set_bool("default", true);
-    auto visible = std::make_unique<SettingOption>(visibleOption, profileId, kSettingsSection);
+    auto visible = std::make_unique<SettingOption>(visibleOption, profileId, kSettingsSection, values);
 
     SettingOption* channelResult = channel.get();
     const std::string channelId = channel->currentValue();
@@ -107,84 +104,65 @@ SettingOption* SettingGroupList::buildProfileGroups(const std::string& profileId
     global.push_back(std::move(visible));
     m_groups.emplace_back("Global Settings", std::move(global));
 
-    appendProfileSection("Local Settings", profileId, channelId, "local", showAdvanced);
+    appendProfileSection(values, "Local Settings", profileId, channelId, "local", showAdvanced);
     const auto remote = remoteOpts.find(channelId);
     if (remote != remoteOpts.end() && remote->second)
-        appendProfileSection("Remote Settings", profileId, channelId, "remote", showAdvanced);
+        appendProfileSection(values, "Remote Settings", profileId, channelId, "remote", showAdvanced);
     return channelResult;
 }
 
-void SettingGroupList::appendProfileSection(const std::string& title, const std::string& profileId,
-                                            const std::string& channel, const std::string& section, bool showAdvanced)
+void SettingGroupList::appendProfileSection(const StoredValues& values, const std::string& title,
+                                            const std::string& profileId, const std::string& channel,
+                                            const std::string& section, bool showAdvanced)
 {
     Options options;
-    {
-        QMutexLocker lock(g_ipcClient.mutex());
-        if (const Message* descriptions = g_ipcClient.getResponse("channelOpts")) {
-            for (unsigned int i = 0; i < descriptions->num_children("option"); ++i) {
-                const Message& description = descriptions->get_child("option", i);
-                const Params& p = description.params();
-                if (p.get_bool("profile_opt", false) && p.get_string("channel", "") == channel
-                    && !isHidden(p, showAdvanced))
-                    options.push_back(std::make_unique<SettingOption>(description, profileId, section));
-            }
+    if (const Message* descriptions = values.response("channelOpts")) {
+        for (unsigned int i = 0; i < descriptions->num_children("option"); ++i) {
+            const Message& description = descriptions->get_child("option", i);
+            const Params& p = description.params();
+            if (p.get_bool("profile_opt", false) && p.get_string("channel", "") == channel && !isHidden(p, showAdvanced))
+                options.push_back(std::make_unique<SettingOption>(description, profileId, section, values));
         }
     }
     if (!options.empty())
         m_groups.emplace_back(title, std::move(options));
 }
 
+// Works on copies of the answers, so the IPC lock is held only while copying.
 void SettingGroupList::buildSystemGroups(bool showAdvanced)
 {
     clear();
-    QMutexLocker lock(g_ipcClient.mutex());
+    const StoredValues values;
 
-    std::vector<Group> systemGroups;
-    if (const Message* descriptions = g_ipcClient.getResponse("systemOpts")) {
+    GroupsByTitle systemGroups;
+    if (const Message* descriptions = values.response("systemOpts")) {
         for (unsigned int i = 0; i < descriptions->num_children("option"); ++i) {
             const Message& description = descriptions->get_child("option", i);
             if (!isHidden(description.params(), showAdvanced))
-                group(systemGroups, description.params().get_string("group_name", ""))
-                    .push_back(std::make_unique<SettingOption>(description));
+                systemGroups[description.params().get_string("group_name", "")].push_back(
+                    std::make_unique<SettingOption>(description, values));
         }
     }
-    appendSorted(std::move(systemGroups));
+    append(std::move(systemGroups));
 
-    std::vector<Group> channelGroups;
-    const Message* channels = g_ipcClient.getResponse("channelList");
-    if (const Message* descriptions = g_ipcClient.getResponse("channelOpts")) {
+    GroupsByTitle channelGroups;
+    if (const Message* descriptions = values.response("channelOpts")) {
         for (unsigned int i = 0; i < descriptions->num_children("option"); ++i) {
             const Message& description = descriptions->get_child("option", i);
             const Params& p = description.params();
             if (isHidden(p, showAdvanced) || p.get_bool("profile_opt", false))
                 continue;
             std::string channelName = p.get_string("channel", "");
-            for (unsigned int c = 0; channels && c < channels->num_children("channel"); ++c) {
-                const Params& channel = channels->get_child("channel", c).params();
-                if (channel.get_string("id", "") == channelName) {
-                    channelName = channel.get_string("descr", "");
-                    break;
-                }
-            }
-            group(channelGroups, channelName + " Settings").push_back(std::make_unique<SettingOption>(description));
+            if (const Message* channel = values.channel(channelName))
+                channelName = channel->params().get_string("descr", "");
+            channelGroups[channelName + " Settings"].push_back(std::make_unique<SettingOption>(description, values));
         }
     }
-    appendSorted(std::move(channelGroups));
+    append(std::move(channelGroups));
 }
 
-SettingGroupList::Options& SettingGroupList::group(std::vector<Group>& groups, const std::string& title)
+void SettingGroupList::append(GroupsByTitle groups)
 {
-    auto found = std::find_if(groups.begin(), groups.end(), [&title](const Group& g) { return g.first == title; });
-    if (found != groups.end())
-        return found->second;
-    groups.emplace_back(title, Options());
-    return groups.back().second;
-}
-
-// Titles in byte order; options keep the order the backend listed them in.
-void SettingGroupList::appendSorted(std::vector<Group> groups)
-{
-    std::stable_sort(groups.begin(), groups.end(), [](const Group& a, const Group& b) { return a.first < b.first; });
-    for (Group& g : groups)
-        m_groups.push_back(std::move(g));
+    for (auto& [title, options] : groups)
+        m_groups.emplace_back(title, std::move(options));
 }

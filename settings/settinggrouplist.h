@@ -4,12 +4,15 @@
 #include "settingoption.h"
 
 #include <memory>
+#include <map>
 #include <string>
 #include <utility>
 #include <vector>
 
 // The titled groups of options a settings tree is built from. Built for one filling of a tree and
 // then discarded; the tree rows keep copies of the options.
+class StoredValues;
+
 class SettingGroupList {
 public:
     SettingGroupList() = default;
@@ -34,9 +37,10 @@ private:
     using Options = std::vector<std::unique_ptr<SettingOption>>;
     using Group = std::pair<std::string, Options>;
 
-    static Options& group(std::vector<Group>& groups, const std::string& title);
-    void appendSorted(std::vector<Group> groups);
-    void appendProfileSection(const std::string& title, const std::string& profileId,
+    // Groups by title, in byte order of title; options in the order they were added.
+    using GroupsByTitle = std::map<std::string, Options>;
+    void append(GroupsByTitle groups);
+    void appendProfileSection(const StoredValues& values, const std::string& title, const std::string& profileId,
                               const std::string& channel, const std::string& section, bool showAdvanced);
 
     std::vector<Group> m_groups;

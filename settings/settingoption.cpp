@@ -1,6 +1,7 @@
 #include "settingoption.h"
 
 #include "ipcinstances.h"
+#include "storedvalues.h"
 
 #include <QMutexLocker>
 
@@ -48,12 +49,23 @@ SettingOption::SettingOption(const Message& description)
 
 SettingOption::SettingOption(const Message& description, const std::string& profileId,
                              const std::string& section)
+    : SettingOption(description, profileId, section, StoredValues())
+{
+}
+
+SettingOption::SettingOption(const Message& description, const StoredValues& values)
+    : SettingOption(description, std::string(), std::string(), values)
+{
+}
+
+SettingOption::SettingOption(const Message& description, const std::string& profileId,
+                             const std::string& section, const StoredValues& values)
     : optionMsg(description),
       type(optionTypeFromText(description.params().get_string("type", ""))),
       profileId(profileId),
       section(section)
 {
-    refresh();
+    refresh(values);
 }
 
 std::string SettingOption::param(const char* key, const std::string& def) const
@@ -76,20 +88,19 @@ std::string SettingOption::defaultValue() const
     return param("default");
 }
 
-SettingOption::StoredValue SettingOption::readStored() const
+SettingOption::StoredValue SettingOption::readStored(const StoredValues& values) const
 {
     if (isSystemOption())
-        return readSystemValue();
+        return readSystemValue(values);
     if (isProfileOption())
-        return readProfileValue();
-    return readChannelValue();
+        return readProfileValue(values);
+    return readChannelValue(values);
 }
 
-SettingOption::StoredValue SettingOption::readSystemValue() const
+SettingOption::StoredValue SettingOption::readSystemValue(const StoredValues& values) const
 {
     StoredValue stored;
-    QMutexLocker lock(g_ipcClient.mutex());
-    const Message* holder = g_ipcClient.getResponse(param("group"));
+    const Message* holder = values.response(param("group"));
     if (holder && optionMsg.params().has_param("subgroup"))
         holder = holder->find_child(param("subgroup"));
     const std::string name = param("name");
@@ -102,11 +113,10 @@ SettingOption::StoredValue SettingOption::readSystemValue() const
 }
 
 // A value stored in the channel itself counts as set, even when it equals the default.
-SettingOption::StoredValue SettingOption::readChannelValue() const
+SettingOption::StoredValue SettingOption::readChannelValue(const StoredValues& values) const
 {
     StoredValue stored;
-    QMutexLocker lock(g_ipcClient.mutex());
-    const Message* channel = findChildWith(g_ipcClient.getResponse("channelList"), "channel", "id", param("channel"));
+    const Message* channel = values.channel(param("channel"));
     const std::string name = param("name");
     if (!channel || !channel->params().has_param(name))
         return stored;
@@ -118,17 +128,10 @@ SettingOption::StoredValue SettingOption::readChannelValue() const
 
 // Only a profile's own settings compare with the default; a local or remote value stored in the
 // profile overrides the channel's default even when equal to it.
-SettingOption::StoredValue SettingOption::readProfileValue() const
+SettingOption::StoredValue SettingOption::readProfileValue(const StoredValues& values) const
 {
     StoredValue stored;
-    QMutexLocker lock(g_ipcClient.mutex());
-    const Message* profiles = g_ipcClient.getResponse("profileList");
-    const Message* holder = nullptr;
-    for (unsigned int i = 0; profiles && !holder && i < profiles->num_children("profile"); ++i) {
-        const Message& profile = profiles->get_child("profile", i);
-        if (profile.params().get_string("id", "") == profileId)
-            holder = profile.find_child(section);
-    }
+    const Message* holder = values.profileSection(profileId, section);
     const std::string name = param("name");
     if (!holder || !holder->params().has_param(name))
         return stored;
@@ -140,7 +143,12 @@ SettingOption::StoredValue SettingOption::readProfileValue() const
 
 void SettingOption::refresh()
 {
-    const StoredValue stored = readStored();
+    refresh(StoredValues());
+}
+
+void SettingOption::refresh(const StoredValues& values)
+{
+    const StoredValue stored = readStored(values);
     if (stored.found)
         value = stored.text;
     useDefault = stored.isDefault;
@@ -238,7 +246,7 @@ bool SettingOption::isDefault() const
 
 bool SettingOption::isChanged() const
 {
-    const StoredValue stored = readStored();
+    const StoredValue stored = readStored(StoredValues());
     if (stored.isDefault != useDefault)
         return true;
     // The read lands on a copy of the text: where nothing is stored, the copy keeps it as refresh() would.

@@ -9,6 +9,8 @@
 #include <utility>
 #include <vector>
 
+class StoredValues;
+
 // One option description from the backend paired with the option's value. Three kinds, told apart
 // by the description: system options (no `channel`; value in the cached response named by `group`),
 // channel options (value in "channelList") and profile options (`profile_opt`; value in one
@@ -23,9 +25,14 @@ public:
     SettingOption() = default;
     explicit SettingOption(const Message& description);
     SettingOption(const Message& description, const std::string& profileId, const std::string& section);
+    // The same, reading the value from answers already copied for a whole rebuild.
+    SettingOption(const Message& description, const StoredValues& values);
+    SettingOption(const Message& description, const std::string& profileId, const std::string& section,
+                  const StoredValues& values);
 
     // Re-reads the stored value and whether the option is at its default.
     void refresh();
+    void refresh(const StoredValues& values);
 
     std::string currentValue() const;
     std::string displayText(const std::string& v) const;
@@ -61,10 +68,10 @@ private:
         bool isDefault = true;
     };
 
-    StoredValue readStored() const;
-    StoredValue readSystemValue() const;
-    StoredValue readChannelValue() const;
-    StoredValue readProfileValue() const;
+    StoredValue readStored(const StoredValues& values) const;
+    StoredValue readSystemValue(const StoredValues& values) const;
+    StoredValue readChannelValue(const StoredValues& values) const;
+    StoredValue readProfileValue(const StoredValues& values) const;
     void commitSystemOption() const;
     void commitToChild(Message& request, const std::string& childName) const;
 

@@ -1,5 +1,7 @@
 #include "settingstree.h"
 
+#include "storedvalues.h"
+
 #include "qtreewidgetitemsetting.h"
 #include "settinggrouplist.h"
 
@@ -35,11 +37,12 @@ void fill(QTreeWidget* tree, const SettingGroupList& groups)
 
 void refresh(QTreeWidget* tree)
 {
+    const StoredValues values;
     for (int g = 0; g < tree->topLevelItemCount(); ++g) {
         QTreeWidgetItem* groupRow = tree->topLevelItem(g);
         for (int o = 0; o < groupRow->childCount(); ++o) {
             if (auto* row = dynamic_cast<QTreeWidgetItemSetting*>(groupRow->child(o)))
-                row->refresh();
+                row->refresh(values);
         }
     }
 }

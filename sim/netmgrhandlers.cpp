@@ -1,6 +1,7 @@
 #include "netmgrhandlers.h"
 
 #include "logger.h"
+#include "records.h"
 #include "reply.h"
 #include "requestrouter.h"
 #include "unit.h"
@@ -12,11 +13,6 @@ namespace {
 const char* const kRoot = "netmgr";
 const char* const kDevices = "netmgr.devices";
 const char* const kTunnel = "netmgr.tunnel";
-
-Message& statusOf(Message& node)
-{
-    return node.num_children("status") ? node.get_child("status", 0) : node.add_child("status");
-}
 
 const Message* statusOf(const Message& node)
 {
@@ -52,13 +48,9 @@ bool anySessionActive(const Message* tunnel)
     return false;
 }
 
-Message failure(const std::string& path)
+Message noSuchPath(const Message& request, const std::string& path)
 {
-    g_log.log(LOG_WARNING, "no configuration object at %s", path.c_str());
-    Message answer("resp");
-    answer.params().set_bool("fail", true);
-    answer.params().set_string("error", "no such path: " + path);
-    return answer;
+    return failure(request.name, "no such path: " + path);
 }
 
 void describe(const Unit& unit, const Message& request, Reply& reply)
@@ -66,7 +58,7 @@ void describe(const Unit& unit, const Message& request, Reply& reply)
     const std::string path = request.params().get_string("path", "");
     Message answer("resp");
     if (!unit.config().describe(path, request.params().get_uint("depth", 0), answer))
-        answer = failure(path);
+        answer = noSuchPath(request, path);
     reply.send(answer);
 }
 
@@ -76,7 +68,7 @@ void getStatus(const Unit& unit, const Message& request, Reply& reply)
     const std::string path = request.params().get_string("path", "");
     const Message* node = unit.config().findNode(path);
     if (!node) {
-        reply.send(failure(path));
+        reply.send(noSuchPath(request, path));
         return;
     }
     Message answer("resp");
@@ -96,7 +88,7 @@ void refreshOverallStatus(Unit& unit)
     Message* devices = unit.config().findNode(kDevices);
     if (!devices)
         return;
-    Params& status = statusOf(*devices).params();
+    Params& status = firstChild(*devices, "status").params();
     status.set_uint("num_alive", countAliveDevices(*devices));
     status.set_bool("tunnel_alive", anySessionActive(unit.config().findNode(kTunnel)));
 }

@@ -180,36 +180,21 @@ void BraidStats::sendMaxDelay(const Direction& direction)
     g_ipcClient.sendRequest(request);
 }
 
-bool BraidStats::stepSlider(Direction& direction, int keycode, bool pressed)
-{
-    if (!direction.slider->hasFocus())
-        return false;
-    if (pressed)
-        direction.slider->triggerAction(keycode == Qt::Key_Left ? QAbstractSlider::SliderSingleStepSub
-                                                                : QAbstractSlider::SliderSingleStepAdd);
-    else
-        sendMaxDelay(direction);
-    return true;
-}
-
 void BraidStats::handleKey(int keycode, bool pressed, bool repeat)
 {
     switch (keycode) {
     case Qt::Key_Enter:
         injectKey(Qt::Key_Space, pressed, repeat);
         break;
+    // The sliders and check boxes are for the touch screen; the keypad only picks the direction.
     case Qt::Key_Left:
     case Qt::Key_Right:
-        if (stepSlider(m_tx, keycode, pressed) || stepSlider(m_rx, keycode, pressed) || !pressed)
+        if (!pressed)
             break;
         if (radioTx->hasFocus())
             radioRx->setFocus();
         else if (radioRx->hasFocus())
             radioTx->setFocus();
-        break;
-    case Qt::Key_Up:
-    case Qt::Key_Down:
-        moveThroughForm(keycode, pressed, repeat);
         break;
     default:
         break;

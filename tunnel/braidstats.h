@@ -64,7 +64,6 @@ private:
     // "setMaxDelay" for the direction, with the slider's delay unless the backend chooses it.
     void sendMaxDelay(const Direction& direction);
     // Left and Right step the focused slider; the delay goes out when the key is let go.
-    bool stepSlider(Direction& direction, int keycode, bool pressed);
 
     TunnelInfo m_tunnel;
     Direction m_tx;

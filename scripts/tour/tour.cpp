@@ -386,8 +386,8 @@ void braid(Tour& tour, MainWindow& window)
     tour.settle(3000);
     tour.shot("braid-stats-boundary");
 
-    Tour::require(tour.pressUntil(Qt::Key_Down, [&] { return stats.rxAuto()->hasFocus(); }, 8), "Automatic Delay Mode");
-    tour.key(Qt::Key_Enter);
+    // The delay controls are worked on the touch screen.
+    stats.rxAuto()->click();
     Tour::require(tour.waitFor([&] { return stats.rxSlider()->isAuto(); }), "automatic delay");
     tour.settle(1000);
     tour.shot("braid-stats-automatic-delay");

@@ -4,6 +4,8 @@
 #include <QMutexLocker>
 #include <QSignalSpy>
 #include <QTextBlock>
+#include <QTextFrame>
+#include <QThread>
 #include <QtTest>
 
 #include <algorithm>
@@ -19,6 +21,10 @@ private slots:
 
     void recordsBecomeColouredLines_data();
     void recordsBecomeColouredLines();
+    void farEndMarkupIsTamed_data();
+    void farEndMarkupIsTamed();
+    void burstKeepsEveryLineOnceInOrder();
+    void transcriptKeepsTheLatestLines();
     void presenceLineAtEveryReady();
     void sendFollowsTheEntry();
     void sentLineClearsTheEntryAndComesBackAsOurOwn();
@@ -91,6 +97,69 @@ void TestChat::recordsBecomeColouredLines()
     QCOMPARE(block.text(), line);
     QCOMPARE(block.begin().fragment().charFormat().foreground().color(), QColor(colour));
     QCOMPARE(block.begin().fragment().charFormat().fontWeight() >= QFont::Bold, boldStart);
+}
+
+void TestChat::farEndMarkupIsTamed_data()
+{
+    QTest::addColumn<QString>("text");
+    QTest::addColumn<QString>("shown");
+
+    QString tables;
+    for (int i = 0; i < 20; ++i)
+        tables = "<table><tr><td>" + tables + "x</td></tr></table>";
+    const QString endless(1000000, QLatin1Char('w'));
+    QTest::newRow("inline formatting kept") << "<B>b</B> <i>i</i><u>u</u><font color=\"#ff0000\">red</font> a<br>b"
+                                            << QStringLiteral("[Van] b iured a\u2028b");
+    QTest::newRow("image and link as text") << "<img src=':/icons/x.png'><a href='http://h/'>go</a>"
+                                            << "[Van] <img src=':/icons/x.png'><a href='http://h/'>go</a>";
+    QTest::newRow("nested tables as text") << tables << "[Van] " + tables;
+    QTest::newRow("font with more than a colour") << "<font color=red size=7 face=x>big</font>"
+                                                  << "[Van] <font color=red size=7 face=x>big";
+    QTest::newRow("entities") << "a &amp; b &lt;c&gt; & d &#65;" << "[Van] a & b <c> & d A";
+    QTest::newRow("endless word cut") << endless << "[Van] " + endless.left(1000) + QStringLiteral(" [\u2026]");
+}
+
+void TestChat::farEndMarkupIsTamed()
+{
+    QFETCH(QString, text);
+    QFETCH(QString, shown);
+    Message record("chat", Params("type=message from=Van"));
+    record.params().set_string("text", text.toStdString());
+    answerChat(record);
+    QTextDocument* transcript = m_chat->textChat->document();
+    QCOMPARE(transcript->lastBlock().text(), shown);
+    QVERIFY(transcript->rootFrame()->childFrames().isEmpty());
+    QVERIFY(!transcript->toHtml().contains(QLatin1String("<img")));
+    QVERIFY(!transcript->toHtml().contains(QLatin1String("<a ")));
+}
+
+// Records relayed faster than the screen runs: each arrives once, in order.
+void TestChat::burstKeepsEveryLineOnceInOrder()
+{
+    std::unique_ptr<QThread> backend(QThread::create([] {
+        for (int i = 1; i <= 12; ++i)
+            answerChat(Message("chat", Params(QStringLiteral("type=message from=Van text=line%1").arg(i).toUtf8())));
+    }));
+    backend->start();
+    QVERIFY(backend->wait(5000));
+    QCoreApplication::processEvents();
+    QStringList lines;
+    for (QTextBlock block = m_chat->textChat->document()->begin(); block.isValid(); block = block.next())
+        lines << block.text();
+    QStringList expected;
+    for (int i = 1; i <= 12; ++i)
+        expected << QStringLiteral("[Van] line%1").arg(i);
+    QCOMPARE(lines, expected);
+}
+
+void TestChat::transcriptKeepsTheLatestLines()
+{
+    for (int i = 0; i < 600; ++i)
+        answerChat(Message("chat", Params(QStringLiteral("type=message from=Van text=n%1").arg(i).toUtf8())));
+    QTextDocument* transcript = m_chat->textChat->document();
+    QCOMPARE(transcript->blockCount(), 500);
+    QCOMPARE(transcript->firstBlock().text(), QStringLiteral("[Van] n100"));
+    QCOMPARE(transcript->lastBlock().text(), QStringLiteral("[Van] n599"));
 }
 
 void TestChat::presenceLineAtEveryReady()

@@ -1,4 +1,4 @@
-// A Braid call watched and steered from the keypad against the simulated unit over the real
+// A Braid call made and watched from the keypad, its delay steered by touch, against the simulated unit over the real
 // socket: the statistics screen fills, the delay set on the slider comes back from the unit, the
 // status bar follows the tunnel's health, and a tunnel setting is edited and returned to.
 #include "braidsettings.h"
@@ -95,15 +95,14 @@ void TestBraid::statisticsFillDuringACall()
     QVERIFY(m_stats->radioTx->isChecked());
 }
 
-// Each Left on the slider takes 10 ms off; the unit echoes the delay in its next statistics.
+// The slider dragged on the touch screen and let go; the unit echoes the delay in its next statistics.
 void TestBraid::delayFromTheSliderComesBack()
 {
     DelaySlider* slider = m_stats->txSlider();
     QTRY_COMPARE_WITH_TIMEOUT(slider->value(), 400, kCallMs);
-    QVERIFY(m_shell.pressUntil(Qt::Key_Down, [&] { return focused(slider); }, 6));
-    m_shell.key(Qt::Key_Left);
-    QVERIFY(!m_shell.simEvent("event setMaxDelay tx 390").isEmpty());
-    m_shell.key(Qt::Key_Left);
+    slider->setSliderDown(true);
+    slider->setValue(380);
+    slider->setSliderDown(false);
     QVERIFY(!m_shell.simEvent("event setMaxDelay tx 380").isEmpty());
     QTRY_COMPARE_WITH_TIMEOUT(session()->tx().max_allowed_delay, 380, kCallMs);
     QCOMPARE(slider->value(), 380);
@@ -114,14 +113,13 @@ void TestBraid::delayFromTheSliderComesBack()
 void TestBraid::automaticDelay()
 {
     QCheckBox* automatic = m_stats->txAuto();
-    QVERIFY(m_shell.pressUntil(Qt::Key_Down, [&] { return focused(automatic); }, 6));
-    m_shell.key(Qt::Key_Enter);
+    automatic->click();
     QVERIFY(!m_shell.simEvent("event setMaxDelay tx auto").isEmpty());
     QTRY_VERIFY_WITH_TIMEOUT(session()->tx().delay_mode_auto, kCallMs);
     QVERIFY(m_stats->txSlider()->isAuto());
     QVERIFY(!m_stats->txSlider()->isEnabled());
 
-    m_shell.key(Qt::Key_Enter);
+    automatic->click();
     QVERIFY(!m_shell.simEvent("event setMaxDelay tx").isEmpty());
     QTRY_VERIFY_WITH_TIMEOUT(!session()->tx().delay_mode_auto, kCallMs);
     QVERIFY(m_stats->txSlider()->isEnabled());

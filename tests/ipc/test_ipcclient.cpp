@@ -60,6 +60,7 @@ private slots:
     void stateMachine();
     void answers_data();
     void answers();
+    void unhandledNamesAreBounded();
     void notifications_data();
     void notifications();
 
@@ -170,7 +171,7 @@ void TestIPCClient::answers_data()
         "networkDeviceLocation=recvNetworkDeviceLocation", "configSetting=recvConfigSetting",
         "braidSettings=recvBraidSettings", "saveOption=recvSaveOption", "codecList=recvCodecList",
         "currentEncoder=recvCurrentEncoder", "channelOpts=recvChannelOpts", "channelList=recvChannelList",
-        "sysOptions=recvSysOptions", "addPeer=recvAddPeer", "chat=recvChat", "version=recvVersion",
+        "sysOptions=recvSysOptions", "addPeer=recvAddPeer", "chat=recvChat+recvChatRecord", "version=recvVersion",
         "setMetering=recvSetMetering", "powerInfo=recvPowerInfo", "loadSettings=recvSettings",
         "directoryServer=recvDirectoryServer", "sipProxy=recvDirectoryServer", "statusTunnel=recvTunnelStatus",
         "codeUpdateStatus=recvCodeUpdateStatus+changedState", "pwd=changedState", "metering=", "peerStats="};
@@ -199,6 +200,22 @@ void TestIPCClient::answers()
         verifyCarried(emitted, msg, QString());
         QVERIFY(cached(client, name.toStdString()) == msg);
     }
+}
+
+// A broken backend sending ever new names: the cache stops growing, and known names still work.
+void TestIPCClient::unhandledNamesAreBounded()
+{
+    IPCClient client(m_manager);
+    for (int i = 0; i < 1000; ++i)
+        feedAnswer(client, answer("unknown" + std::to_string(i), "n:i=1"));
+    QVERIFY(cached(client, "unknown0") == answer("unknown0", "n:i=1"));
+    QVERIFY(cached(client, "unknown255") == answer("unknown255", "n:i=1"));
+    QVERIFY(cached(client, "unknown256") == Message("<none>"));
+    QVERIFY(cached(client, "unknown999") == Message("<none>"));
+    feedAnswer(client, answer("unknown3", "n:i=2"));
+    QVERIFY(cached(client, "unknown3") == answer("unknown3", "n:i=2"));
+    feedAnswer(client, answer("peerList", "n:i=3"));
+    QVERIFY(cached(client, "peerList") == answer("peerList", "n:i=3"));
 }
 
 void TestIPCClient::notifications_data()

@@ -86,6 +86,13 @@ void expect_round_trip(Encoding encoding, const Message& message)
     EXPECT_EQ(back, message) << back.dump_text();
 }
 
+// A tree at each limit, given its size, with the limit and the reason a tree one beyond is refused.
+const std::tuple<std::function<Message(std::size_t)>, std::size_t, const char*> kLimitCases[] = {
+    {chain, Limits::kMaxDepth, "nested deeper than 64"},
+    {flat, Limits::kMaxNodes, "more than 200000 messages"},
+    {with_params, Limits::kMaxParamsPerNode, "more than 4096 parameters"},
+    {with_key, Limits::kMaxKeyBytes, "key longer than 256 bytes"}};
+
 class Codec : public ::testing::TestWithParam<Encoding> {};
 
 TEST_P(Codec, RoundTripsEveryParamType)
@@ -96,18 +103,29 @@ TEST_P(Codec, RoundTripsEveryParamType)
 
 TEST_P(Codec, RoundTripsUpToEachLimitAndRefusesOneBeyondWithAReason)
 {
-    const std::tuple<std::function<Message(std::size_t)>, std::size_t, const char*> cases[] = {
-        {chain, Limits::kMaxDepth, "nested deeper than 64"},
-        {flat, Limits::kMaxNodes, "more than 200000 messages"},
-        {with_params, Limits::kMaxParamsPerNode, "more than 4096 parameters"},
-        {with_key, Limits::kMaxKeyBytes, "key longer than 256 bytes"}};
-    for (const auto& [build, limit, reason] : cases) {
+    for (const auto& [build, limit, reason] : kLimitCases) {
         expect_round_trip(GetParam(), build(limit));
         expect_refused(GetParam(), encode(GetParam(), build(limit + 1)), reason);
     }
     Message big("big");
     big.params().set_string("blob", std::string(Limits::kMaxFrameBytes, 'x'));
     expect_refused(GetParam(), encode(GetParam(), big), "exceeds the frame limit");
+}
+
+// The sending side refuses exactly what the decoder at the other end would.
+TEST(WithinLimits, AgreesWithTheDecoderAlsoInsideAnEnvelope)
+{
+    std::string error;
+    for (const auto& [build, limit, reason] : kLimitCases) {
+        EXPECT_TRUE(within_limits(build(limit), nullptr, error)) << error;
+        EXPECT_FALSE(within_limits(build(limit + 1), nullptr, error));
+        EXPECT_NE(error.find(reason), std::string::npos) << "error was: " << error;
+    }
+    const Message envelope(envelope::kCommand);
+    const Message deepest = chain(Limits::kMaxDepth - 1);
+    const Message tooDeep = chain(Limits::kMaxDepth);
+    EXPECT_TRUE(within_limits(envelope, &deepest, error)) << error;
+    EXPECT_FALSE(within_limits(envelope, &tooDeep, error));
 }
 
 TEST_P(Codec, RefusesEveryTruncationAndTrailingBytes)

@@ -129,6 +129,36 @@ TEST(Message, ChildrenAreAddressedByNameAndIndexAmongThatName)
     EXPECT_EQ(parent, make_family().get_child("c", 0)) << "assignment from its own descendant";
 }
 
+// Lookups go through an index; every way of renaming a child after a lookup must still be seen.
+TEST(Message, LookupsSeeChildrenRenamedOrReplacedAfterAnEarlierLookup)
+{
+    const std::function<void(Message&)> renames[] = {
+        [](Message& m) { m.get_child("a", 1).name = "c"; },
+        [](Message& m) { m.child(2).name = "c"; },
+        [](Message& m) { m.get_child("a", 1) = Message("c", Params("pos:i=2")); },
+        [](Message& m) { m.add_child("").name = "c"; },
+        [](Message& m) {
+            m.remove_children("b");
+            m.add_child("c");
+        },
+        [](Message& m) {
+            Message moved(std::move(m));
+            moved.get_child("a", 0).name = "c";
+            m = std::move(moved);
+        }};
+    for (const auto& rename : renames) {
+        Message family = make_family();
+        ASSERT_EQ(family.num_children("c"), 1u);
+        rename(family);
+        EXPECT_EQ(family.num_children("c"), 2u) << family.dump_text();
+        EXPECT_EQ(family.num_children("a") + family.num_children("b") + family.num_children("c"), family.child_count())
+            << family.dump_text();
+        for (unsigned int i = 0; i < family.num_children("c"); ++i)
+            EXPECT_EQ(family.get_child("c", i).name, "c");
+        EXPECT_EQ(family.find_child("c", 2), nullptr);
+    }
+}
+
 TEST(Message, CopiesAreDeepAndAnyChangeAnywhereMakesThemUnequal)
 {
     const Message original = make_family();
