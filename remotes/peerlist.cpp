@@ -278,17 +278,31 @@ void PeerList::updatePeerItem(QTreeWidgetItemIPC* row, const Message& peer)
         setForegrounds(row, directory->params().get_bool("online", false) ? QColor(0, 0, 0) : QColor(128, 128, 128));
 }
 
+// The comparisons a walk over the sessions would make, up to the first match; only when debugging,
+// since the walk costs a pass over the sessions for every row.
+void PeerList::logSessionComparisons(const std::string& peerSid) const
+{
+    if (!g_log.enabled(LOG_DEBUG))
+        return;
+    for (unsigned int i = 0; i < m_tunnelStatus.num_children("sess"); ++i) {
+        const std::string sessionSid = m_tunnelStatus.get_child("sess", i).params().get_string("sid", "");
+        g_log.log(LOG_DEBUG, "updatePeerItem.. braid sess sid=%s peer sid=%s", sessionSid.c_str(), peerSid.c_str());
+        if (!peerSid.empty() && sessionSid == peerSid)
+            return;
+    }
+}
+
 PeerList::BraidSession PeerList::braidSessionOf(const Params& peer) const
 {
     BraidSession found;
     const std::string sid = peer.get_string("sid", "");
+    logSessionComparisons(sid);
     if (sid.empty())
         return found;
     const auto sessionOfSid = m_sessionsBySid.find(sid);
     if (sessionOfSid == m_sessionsBySid.end())
         return found;
     const Message& session = *sessionOfSid->second;
-    g_log.log(LOG_DEBUG, "updatePeerItem.. braid sess sid=%s peer sid=%s", sid.c_str(), sid.c_str());
     found.known = true;
     found.state = text(session.params(), "state");
     const QString upper = found.state.toUpper();

@@ -81,6 +81,7 @@ private:
     void insertNewRows(const std::vector<std::pair<int, QTreeWidgetItemIPC*>>& anchoredRows);
     void setTunnelStatus(Message status);
     void updatePeerItem(QTreeWidgetItemIPC* row, const Message& peer);
+    void logSessionComparisons(const std::string& peerSid) const;
     BraidSession braidSessionOf(const Params& peer) const;
     static QString statusLine(const Params& peer, const BraidSession& session);
     QStringList detailRows(const Message& peer, const QString& channel, const QString& profileName,

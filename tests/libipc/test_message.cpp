@@ -1,3 +1,4 @@
+#include "logcapture.h"
 #include "message.h"
 
 #include <gtest/gtest.h>
@@ -10,16 +11,6 @@
 using namespace std::string_literals;
 
 namespace {
-
-// Collects g_log's lines for the life of the object.
-struct LogCapture {
-    LogCapture()
-    {
-        g_log.set_sink([this](unsigned int, LOG_LEVEL, const std::string&) { ++lines; });
-    }
-    ~LogCapture() { g_log.set_sink(nullptr); }
-    std::size_t lines = 0;
-};
 
 // Expected reads of one stored value; nullopt means "the caller's default".
 struct ReadCase {
@@ -75,7 +66,7 @@ TEST_P(ParamsText, ParsesItemsAndSkipsMalformedOnesWithALogLine)
     for (const auto& [key, value] : c.expected)
         expected.set(key, value);
     EXPECT_EQ(Params(c.text), expected) << "text: " << (c.text ? c.text : "(null)");
-    EXPECT_EQ(log.lines, c.skipped);
+    EXPECT_EQ(log.lineCount(), c.skipped);
 }
 
 INSTANTIATE_TEST_SUITE_P(

@@ -1,6 +1,7 @@
 #include "codec.h"
 #include "ipcendpoint.h"
 #include "ipcserverlink.h"
+#include "logcapture.h"
 #include "login.h"
 #include "tcprelay.h"
 #include "temporarydirectory.h"
@@ -101,50 +102,6 @@ const std::string kKnownNonce = "000102030405060708090a0b0c0d0e0f101112131415161
 const std::string kKnownMac = "7c67271782987d40832ce93515139924e34cb076058fcaef2804654855f6be06";
 // The unit's MAC for the same nonce: over "unit:" and the nonce bytes.
 const std::string kKnownUnitMac = "2d0588f46c7928a1f9bdce9d378e103511b64e50b60de7bdc523dbebc6b5bbab";
-
-// Every g_log error line while it exists, and every line when asked to log at `threshold`.
-class LogCapture {
-public:
-    explicit LogCapture(LOG_LEVEL threshold = g_log.log_level())
-        : m_previousThreshold(g_log.log_level())
-    {
-        g_log.set_log_level(threshold);
-        m_previous = g_log.set_sink([this](unsigned int, LOG_LEVEL level, const std::string& line) {
-            std::lock_guard<std::mutex> lock(m_mutex);
-            m_all += line + '\n';
-            if (level == LOG_ERROR)
-                m_errors += line + '\n';
-        });
-    }
-    ~LogCapture()
-    {
-        g_log.set_sink(m_previous);
-        g_log.set_log_level(m_previousThreshold);
-    }
-    std::string all()
-    {
-        std::lock_guard<std::mutex> lock(m_mutex);
-        return m_all;
-    }
-
-    // Polls for up to five seconds for an error line containing `text`.
-    bool wait_for_error(const std::string& text)
-    {
-        for (int i = 0; i < 2500; ++i, std::this_thread::sleep_for(2ms)) {
-            std::lock_guard<std::mutex> lock(m_mutex);
-            if (m_errors.find(text) != std::string::npos)
-                return true;
-        }
-        return false;
-    }
-
-private:
-    const LOG_LEVEL m_previousThreshold;
-    Logger::Sink m_previous;
-    std::mutex m_mutex;
-    std::string m_all;
-    std::string m_errors;
-};
 
 // A client endpoint on its own manager thread that records what the library tells it.
 class TestClient : public IPCEndpointClient {

@@ -1,6 +1,7 @@
 #include "codec.h"
 #include "ipcinstances.h"
 #include "labellockprobe.h"
+#include "logcapture.h"
 #include "peerlist.h"
 
 #include <QMutexLocker>
@@ -67,6 +68,7 @@ private slots:
     void newProfileNamesRefreshEveryRow();
     void newEncoderRefreshesActiveRowsOnly();
     void startupTunnelStatusComesFromTheFirstNode();
+    void debugLogNamesEachSessionComparedUpToTheMatch();
 };
 
 // Profile 2 is the default; 3 is on the telephone line.
@@ -375,6 +377,21 @@ void TestPeerList::startupTunnelStatusComesFromTheFirstNode()
       <m n="node"><m n="sess"><i k="sid">7</i><s k="state">ACTIVE</s></m></m>
       <m n="node"><m n="sess"><i k="sid">7</i><s k="state">SEARCHING</s></m></m></m>)"));
     QCOMPARE(list.peerTree->topLevelItem(0)->text(0), QString("Van\nConnected (Braid)"));
+}
+
+void TestPeerList::debugLogNamesEachSessionComparedUpToTheMatch()
+{
+    PeerList list;
+    feedPeers({"id:i=3 name=Van addr=a plait:b=true use_plait:b=true unit=m sid=7 active:b=true state_ui=Connected"});
+    LogCapture log(LOG_DEBUG);
+    answer("statusTunnel", fromXmls(R"(<m n="resp"><b k="fail">false</b><m n="node">
+      <m n="sess"><i k="sid">5</i><s k="state">ACTIVE</s></m>
+      <m n="sess"><i k="sid">7</i><s k="state">ACTIVE</s></m>
+      <m n="sess"><i k="sid">9</i><s k="state">ACTIVE</s></m></m></m>)"));
+    const QString lines = QString::fromStdString(log.all());
+    QVERIFY(lines.contains("braid sess sid=5 peer sid=7"));
+    QVERIFY(lines.contains("braid sess sid=7 peer sid=7"));
+    QVERIFY(!lines.contains("braid sess sid=9"));
 }
 
 QTEST_MAIN(TestPeerList)
