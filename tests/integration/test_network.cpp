@@ -173,7 +173,7 @@ void TestNetwork::linkIndicatorIsHealthyDuringACall()
     QVERIFY(m_shell.simCommand("ring 1").startsWith("ok"));
     QTRY_VERIFY_WITH_TIMEOUT(m_shell.window().pane().anyCallActive(), ShellSession::kCommandMs);
     const QImage healthy = QPixmap(":/icons/link_go.png").toImage();
-    QCOMPARE(m_shell.window().statusBarWidget().labelLink->pixmap()->toImage(), healthy);
+    QCOMPARE(m_shell.window().statusBarWidget().labelLink->pixmap(Qt::ReturnByValue).toImage(), healthy);
 }
 
 QTEST_MAIN(TestNetwork)

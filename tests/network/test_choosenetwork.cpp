@@ -164,7 +164,7 @@ void TestChooseNetwork::statusShown()
     QCOMPARE(m_screen->labelSignalIcon->isVisibleTo(m_screen), signalIcon >= 0);
     if (signalIcon >= 0) {
         const QImage expected = QPixmap(QStringLiteral(":/icons/signal_strength_%1.png").arg(signalIcon)).toImage();
-        QCOMPARE(m_screen->labelSignalIcon->pixmap()->toImage(), expected);
+        QCOMPARE(m_screen->labelSignalIcon->pixmap(Qt::ReturnByValue).toImage(), expected);
         QCOMPARE(m_screen->labelSignal->text(), status.section("signal:u=", 1) + "%");
     }
     QTEST(current()->foreground().color() == QColor(Qt::black), "black");

@@ -109,7 +109,7 @@ void TestConfigureNetwork::describesTheDevice()
     QCOMPARE(m_screen->labelStatus->text(), QString("Current address '10.0.0.5'."));
     QCOMPARE(m_screen->labelStatus2->text(), QString("Associated"));
     QVERIFY(m_screen->labelSignalIcon->isVisibleTo(m_screen));
-    QCOMPARE(m_screen->labelSignalIcon->pixmap()->toImage(), QPixmap(":/icons/signal_strength_3.png").toImage());
+    QCOMPARE(m_screen->labelSignalIcon->pixmap(Qt::ReturnByValue).toImage(), QPixmap(":/icons/signal_strength_3.png").toImage());
     QVERIFY(m_screen->buttonApply->isEnabled());
     QVERIFY(m_screen->buttonAddLocation->isEnabled());
     QCOMPARE(m_screen->treeSettings->topLevelItemCount(), 2);
@@ -124,7 +124,7 @@ void TestConfigureNetwork::describesTheDevice()
     QVERIFY(!m_screen->buttonApply->isEnabled());
     QCOMPARE(m_screen->labelStatus->text(), QString("Installed but disabled."));
     QVERIFY(!m_screen->labelSignalIcon->isVisibleTo(m_screen));
-    QCOMPARE(m_screen->labelDeviceIcon->pixmap()->toImage(),
+    QCOMPARE(m_screen->labelDeviceIcon->pixmap(Qt::ReturnByValue).toImage(),
              deviceclassicons::lookup("wired", false, true).pixmap(32, 32).toImage());
 }
 
