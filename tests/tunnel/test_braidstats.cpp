@@ -3,6 +3,7 @@
 #include "braidstats.h"
 #include "delayslider.h"
 #include "ifcbutton.h"
+#include "offline.h"
 #include "platformkey.h"
 #include "shellfixture.h"
 #include "statusbar.h"
@@ -72,6 +73,9 @@ private:
 void TestBraidStats::init()
 {
     m_shell = std::make_unique<ShellFixture>();
+    // Ready only after the offline screen came up by itself, as at start: it would otherwise
+    // come up later and take the window's activation away.
+    QTRY_VERIFY(m_shell->window->offlineScreen().isVisible());
     m_shell->setState(IPCClient::IPC_READY);
     m_shell->window->pane().showScreen(Pane::ScreenBraidStats);
     m_stats = &m_shell->window->pane().braidStats();
