@@ -1,6 +1,5 @@
 #include "choosenetwork.h"
 
-#include "childwalk.h"
 #include "debuglog.h"
 #include "deviceclassicons.h"
 #include "devicestatus.h"
@@ -154,9 +153,10 @@ void ChooseNetwork::handleRecvNetworkList(Message msg)
     const Message* group = root && root->params().get_string("name", "") == "devices" ? root->find_child("group")
                                                                                       : nullptr;
     if (group) {
-        forEachChild(*group, "node", [&devices](const Message& node) {
+        for (unsigned int i = 0; i < group->num_children("node"); ++i) {
+            const Message& node = group->get_child("node", i);
             devices.emplace(node.params().get_string("name", ""), &node);
-        });
+        }
     }
 
     std::map<std::string, NetworkListItem*> items;

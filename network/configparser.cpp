@@ -1,6 +1,5 @@
 #include "configparser.h"
 
-#include "childwalk.h"
 #include "settingstree.h"
 
 #include <QColor>
@@ -27,7 +26,8 @@ int ConfigParser::addOptionItems(const Message& group, QTreeWidget* tree, QTreeW
     if (!tree && !parent)
         return 0;
     int count = 0;
-    forEachChild(group, "option", [&](const Message& option) {
+    for (unsigned int i = 0; i < group.num_children("option"); ++i) {
+        const Message& option = group.get_child("option", i);
         ++count;
         const Params& params = option.params();
         auto* row = tree ? new QTreeWidgetItem(tree, QTreeWidgetItem::Type)
@@ -42,7 +42,7 @@ int ConfigParser::addOptionItems(const Message& group, QTreeWidget* tree, QTreeW
         }
         settingstree::setRowWeight(row, params.get_bool("defaulted", false));
         applyAdvancedFilter(row);
-    });
+    }
     return count;
 }
 
@@ -72,9 +72,10 @@ bool ConfigParser::removeNodeItem(const std::string& name, QTreeWidget* tree)
 std::vector<std::string> ConfigParser::nodeCommands(const Message& nodeOrGroup)
 {
     std::vector<std::string> commands;
-    forEachChild(nodeOrGroup, "command", [&commands](const Message& command) {
+    for (unsigned int i = 0; i < nodeOrGroup.num_children("command"); ++i) {
+        const Message& command = nodeOrGroup.get_child("command", i);
         commands.push_back(command.params().get_string("name", ""));
-    });
+    }
     return commands;
 }
 

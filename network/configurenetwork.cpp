@@ -1,6 +1,5 @@
 #include "configurenetwork.h"
 
-#include "childwalk.h"
 #include "debuglog.h"
 #include "deviceclassicons.h"
 #include "devicestatus.h"
@@ -132,7 +131,8 @@ void ConfigureNetwork::handleRecvNetworkDevice(Message msg)
         tabNetwork->addTab(tabScan, QStringLiteral("Scan"));
     if (const Message* status = device->find_child("status"))
         showStatus(*status);
-    forEachChild(*device, "group", [this](const Message& group) {
+    for (unsigned int i = 0; i < device->num_children("group"); ++i) {
+        const Message& group = device->get_child("group", i);
         const std::string name = group.params().get_string("name", "");
         if (name.empty())
             fillSettings(group);
@@ -141,7 +141,7 @@ void ConfigureNetwork::handleRecvNetworkDevice(Message msg)
         // Further answers come from the option editor's return or a location change, each of
         // which asks again; until the screen is shown again this one is the last.
         disconnect(&g_ipcClient, &IPCClient::recvNetworkDevice, this, &ConfigureNetwork::handleRecvNetworkDevice);
-    });
+    }
 }
 
 void ConfigureNetwork::fillSettings(const Message& group)
@@ -160,7 +160,8 @@ void ConfigureNetwork::fillLocations(const Message& group)
     const QString selected = selectedPath(treeLocations);
     g_log.log(LOG_DEBUG, "^^^ clearing tree locations: selected=%s", selected.toUtf8().constData());
     treeLocations->clear();
-    forEachChild(group, "node", [this](const Message& location) { addLocation(location); });
+    for (unsigned int i = 0; i < group.num_children("node"); ++i)
+        addLocation(group.get_child("node", i));
     selectPath(treeLocations, selected);
 }
 
@@ -270,7 +271,8 @@ void ConfigureNetwork::handleUnsoNetmgrWifi(QString id, Message msg)
     treeScan->clear();
     static const QIcon locked(QStringLiteral(":/icons/locked.png"));
     static const QIcon unlocked(QStringLiteral(":/icons/unlocked.png"));
-    forEachChild(msg, "net", [this](const Message& found) {
+    for (unsigned int i = 0; i < msg.num_children("net"); ++i) {
+        const Message& found = msg.get_child("net", i);
         const Params& net = found.params();
         const unsigned int signal = net.get_uint("signal", 0);
         auto* row = new QTreeWidgetItem(treeScan, QTreeWidgetItem::Type);
@@ -282,7 +284,7 @@ void ConfigureNetwork::handleUnsoNetmgrWifi(QString id, Message msg)
         row->setText(2, QStringLiteral(" "));
         row->setData(0, NameRole, row->text(1));
         row->setData(0, BssidRole, qs(net.get_string("bssid", "")));
-    });
+    }
     treeScan->header()->resizeSections(QHeaderView::ResizeToContents);
     buttonScan->setEnabled(true);
     treeScan->setSelectionMode(QAbstractItemView::SingleSelection);
