@@ -11,11 +11,6 @@
 namespace {
 const char* const kDevicesPrefix = "netmgr.devices.";
 
-QString qs(const std::string& text)
-{
-    return QString::fromStdString(text);
-}
-
 std::string devicePath(const std::string& id)
 {
     return kDevicesPrefix + id;
@@ -53,7 +48,7 @@ void NetworkListItem::setDesc(const Message& node)
     m_desc = node;
     if (!kept.name.empty())
         m_desc.add_child(kept);
-    setText(qs(node.params().get_string("display_name", "")));
+    setText(QString::fromStdString(node.params().get_string("display_name", "")));
 }
 
 void NetworkListItem::setStatus(const Message& status)
@@ -222,11 +217,11 @@ void ChooseNetwork::applyStatus(NetworkListItem* item, const Message& status)
     item->setStatus(status);
     const Params& fields = status.params();
     const bool installed = fields.get_bool("installed", false);
-    item->setIcon(deviceclassicons::lookup(qs(fields.get_string("class", "")),
+    item->setIcon(deviceclassicons::lookup(QString::fromStdString(fields.get_string("class", "")),
                                            fields.get_bool("enabled", false) || item->viewOnly(), installed));
     item->setForeground(installed ? Qt::black : Qt::gray);
 
-    const QString id = qs(item->id());
+    const QString id = QString::fromStdString(item->id());
     if (!installed && m_signal_strengths.contains(id))
         m_signal_strengths.remove(id);
     else if (fields.has_param("signal"))
@@ -255,7 +250,7 @@ void ChooseNetwork::removeDevice(const std::string& id)
     // Taking out the current row moves the current row on, which the list announces itself.
     if (NetworkListItem* item = findItem(id))
         delete networkList->takeItem(networkList->row(item));
-    if (m_signal_strengths.remove(qs(id)))
+    if (m_signal_strengths.remove(QString::fromStdString(id)))
         announceSignals();
 }
 
@@ -273,7 +268,7 @@ void ChooseNetwork::handleSelectionChanged()
     updateButtons(item);
     const Params& status = item->status();
     labelStatus->setText(devicestatus::primaryText(status, item->viewOnly()));
-    labelStatus2->setText(item->viewOnly() ? QString() : qs(status.get_string("status", "")));
+    labelStatus2->setText(item->viewOnly() ? QString() : QString::fromStdString(status.get_string("status", "")));
     const bool hasSignal = status.has_param("signal");
     labelSignalIcon->setVisible(hasSignal);
     labelSignal->setVisible(hasSignal);
@@ -322,7 +317,7 @@ void ChooseNetwork::handleUnsoNetmgrData(QString, Message msg)
         const Message* descr = msg.find_child("descr");
         NetworkListItem* item = findItem(id);
         if (descr && item)
-            item->setText(qs(descr->params().get_string("display_value", "")));
+            item->setText(QString::fromStdString(descr->params().get_string("display_value", "")));
     }
 }
 

@@ -17,11 +17,6 @@ constexpr int kSettingsColumnWidth = 200;
 constexpr int kLocationsNameWidth = 230;
 constexpr int kIconSize = 32;
 
-QString qs(const std::string& text)
-{
-    return QString::fromStdString(text);
-}
-
 std::string rowName(const QTreeWidgetItem* row, int role = ConfigParser::NameRole)
 {
     return row->data(0, role).toString().toStdString();
@@ -122,8 +117,8 @@ void ConfigureNetwork::handleRecvNetworkDevice(Message msg)
     if (!device)
         return;
     const Params& params = device->params();
-    labelDeviceName->setText(qs(params.get_string("display_name", "")));
-    labelID->setText(qs(params.get_string("name", "")));
+    labelDeviceName->setText(QString::fromStdString(params.get_string("display_name", "")));
+    labelID->setText(QString::fromStdString(params.get_string("name", "")));
     buttonApply->setEnabled(hasCommand(nodeCommands(*device), "apply"));
     const bool wireless = params.get_string("type", "") == "wifi";
     buttonScan->setVisible(wireless);
@@ -176,13 +171,13 @@ void ConfigureNetwork::showStatus(const Message& status)
 {
     const Params& fields = status.params();
     if (fields.has_param("class")) {
-        const QIcon icon = deviceclassicons::lookup(qs(fields.get_string("class", "")),
+        const QIcon icon = deviceclassicons::lookup(QString::fromStdString(fields.get_string("class", "")),
                                                     fields.get_bool("enabled", false),
                                                     fields.get_bool("installed", false));
         labelDeviceIcon->setPixmap(icon.pixmap(kIconSize, kIconSize));
     }
     labelStatus->setText(devicestatus::primaryText(fields));
-    labelStatus2->setText(qs(fields.get_string("status", "")));
+    labelStatus2->setText(QString::fromStdString(fields.get_string("status", "")));
     const bool hasSignal = fields.has_param("signal");
     labelSignalIcon->setVisible(hasSignal);
     if (hasSignal)
@@ -208,7 +203,7 @@ void ConfigureNetwork::handleRecvNetworkDeviceLocation(Message msg)
 
 void ConfigureNetwork::handleUnsoNetmgrData(QString id, Message msg)
 {
-    if (!id.contains(qs(m_device_id)))
+    if (!id.contains(QString::fromStdString(m_device_id)))
         return;
     g_log.log(LOG_DEBUG, "handleUnsoNetmgrData id=%s", id.toUtf8().constData());
     const std::string name = msg.params().get_string("name", "");
@@ -232,7 +227,7 @@ void ConfigureNetwork::handleUnsoNetmgrData(QString id, Message msg)
 
 void ConfigureNetwork::handleUnsoNetmgrStatus(QString id, Message msg)
 {
-    if (id.contains(qs(m_device_id)))
+    if (id.contains(QString::fromStdString(m_device_id)))
         showStatus(msg);
 }
 
@@ -264,7 +259,7 @@ void ConfigureNetwork::handleScan()
 
 void ConfigureNetwork::handleUnsoNetmgrWifi(QString id, Message msg)
 {
-    if (!id.contains(qs(m_device_id)))
+    if (!id.contains(QString::fromStdString(m_device_id)))
         return;
     disconnect(&g_ipcClient, &IPCClient::unsoNetmgrWifi, this, &ConfigureNetwork::handleUnsoNetmgrWifi);
     g_log.log(LOG_DEBUG, "netmgr wifi unso id=%s:", id.toUtf8().constData());
@@ -277,13 +272,13 @@ void ConfigureNetwork::handleUnsoNetmgrWifi(QString id, Message msg)
         const unsigned int signal = net.get_uint("signal", 0);
         auto* row = new QTreeWidgetItem(treeScan, QTreeWidgetItem::Type);
         row->setIcon(0, QIcon(devicestatus::signalIcon(m_signal_icons, signal)));
-        row->setText(0, qs(net.get_string("signal", "")) + QStringLiteral("%"));
+        row->setText(0, QString::fromStdString(net.get_string("signal", "")) + QStringLiteral("%"));
         row->setForeground(0, QColor(96, 96, 96));
         row->setText(1, QString::fromUtf8(net.get_string("essid", "").c_str()));
         row->setIcon(2, net.get_string("sec", "") == "none" ? unlocked : locked);
         row->setText(2, QStringLiteral(" "));
         row->setData(0, NameRole, row->text(1));
-        row->setData(0, BssidRole, qs(net.get_string("bssid", "")));
+        row->setData(0, BssidRole, QString::fromStdString(net.get_string("bssid", "")));
     }
     treeScan->header()->resizeSections(QHeaderView::ResizeToContents);
     buttonScan->setEnabled(true);

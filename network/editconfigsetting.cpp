@@ -3,13 +3,6 @@
 #include "debuglog.h"
 #include "ipcinstances.h"
 
-namespace {
-QString qs(const std::string& text)
-{
-    return QString::fromStdString(text);
-}
-} // namespace
-
 EditConfigSetting::EditConfigSetting(QWidget* parent)
     : QWidget(parent),
       m_pages(*this)
@@ -77,13 +70,13 @@ void EditConfigSetting::populate()
 {
     OptionEditorPages::PageContent content;
     content.page = page();
-    content.title = qs(m_option.displayName());
-    content.description = qs(m_option.descr());
-    content.units = qs(m_option.units());
-    content.currentLabel = qs(m_option.displayText(m_option.currentValue()));
+    content.title = QString::fromStdString(m_option.displayName());
+    content.description = QString::fromStdString(m_option.descr());
+    content.units = QString::fromStdString(m_option.units());
+    content.currentLabel = QString::fromStdString(m_option.displayText(m_option.currentValue()));
     if (content.page == OptionEditorPages::Page::Int)
         content.currentLabel += QStringLiteral(" ") + content.units;
-    content.defaultLabel = qs(m_option.displayDefault());
+    content.defaultLabel = QString::fromStdString(m_option.displayDefault());
     content.minimum = m_option.minimum();
     content.maximum = m_option.maximum();
     content.value = m_option.currentValue();

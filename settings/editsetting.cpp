@@ -8,10 +8,6 @@ namespace {
 const char* const kFollowValue = "!follow";
 const char* const kRemoteSection = "remote";
 
-QString qs(const std::string& text)
-{
-    return QString::fromStdString(text);
-}
 } // namespace
 
 EditSetting::EditSetting(QWidget* parent)
@@ -78,12 +74,12 @@ OptionEditorPages::PageContent EditSetting::pageContent() const
     using Page = OptionEditorPages::Page;
     OptionEditorPages::PageContent content;
     content.page = page();
-    content.title = qs(m_option.displayName());
-    content.description = qs(m_option.descr());
-    content.units = qs(m_option.units());
+    content.title = QString::fromStdString(m_option.displayName());
+    content.description = QString::fromStdString(m_option.descr());
+    content.units = QString::fromStdString(m_option.units());
     const QString suffix = content.page == Page::Int ? QStringLiteral(" ") + content.units : QString();
-    content.currentLabel = qs(m_option.currentText()) + suffix;
-    content.defaultLabel = qs(m_option.defaultText()) + suffix;
+    content.currentLabel = QString::fromStdString(m_option.currentText()) + suffix;
+    content.defaultLabel = QString::fromStdString(m_option.defaultText()) + suffix;
     content.minimum = m_option.minimum();
     content.maximum = m_option.maximum();
     content.value = m_option.currentValue();
@@ -106,13 +102,13 @@ void EditSetting::fillCodecPage()
         if (const Message* codecs = g_ipcClient.getResponse("codecList")) {
             for (unsigned int i = 0; i < codecs->num_children("codec"); ++i) {
                 const Params& codec = codecs->get_child("codec", i).params();
-                comboCodec->addItem(qs(codec.get_string("code", "") + ": " + codec.get_string("mode", "") + " "
+                comboCodec->addItem(QString::fromStdString(codec.get_string("code", "") + ": " + codec.get_string("mode", "") + " "
                                        + codec.get_string("name", "")),
-                                    qs(codec.get_string("id", "")));
+                                    QString::fromStdString(codec.get_string("id", "")));
             }
         }
     }
-    const int match = comboCodec->findData(qs(m_option.currentValue()));
+    const int match = comboCodec->findData(QString::fromStdString(m_option.currentValue()));
     if (match >= 0) {
         comboCodec->setCurrentIndex(match);
         showCodecDetails(m_option.currentValue());
@@ -133,9 +129,9 @@ void EditSetting::showCodecDetails(const std::string& codecId)
         const Params& codec = codecs->get_child("codec", i).params();
         if (codec.get_string("id", "") != codecId)
             continue;
-        labelCodecDescription->setText(qs(codec.get_string("descr", "")));
-        labelCodecQuality->setText(qs(codec.get_string("quality", "")) + QStringLiteral("%"));
-        labelCodecDelay->setText(qs(codec.get_string("delay", "")) + QStringLiteral("ms"));
+        labelCodecDescription->setText(QString::fromStdString(codec.get_string("descr", "")));
+        labelCodecQuality->setText(QString::fromStdString(codec.get_string("quality", "")) + QStringLiteral("%"));
+        labelCodecDelay->setText(QString::fromStdString(codec.get_string("delay", "")) + QStringLiteral("ms"));
         return;
     }
 }

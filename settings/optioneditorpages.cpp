@@ -9,11 +9,6 @@
 #include <iterator>
 
 namespace {
-QString qs(const std::string& text)
-{
-    return QString::fromStdString(text);
-}
-
 // Keys go through KeypadHandler's injection so that the focused widget acts on them.
 struct Keys : KeypadHandler {
     using KeypadHandler::listOpen;
@@ -44,7 +39,7 @@ void OptionEditorPages::fill(const PageContent& content)
         m_form.spinValue->setSuffix(units);
         m_form.spinValue->setMaximum(content.maximum);
         m_form.spinValue->setMinimum(content.minimum);
-        m_form.spinValue->setValue(qs(content.value).toInt());
+        m_form.spinValue->setValue(QString::fromStdString(content.value).toInt());
         m_form.spinValue->setFocus();
         break;
     }
@@ -56,7 +51,7 @@ void OptionEditorPages::fill(const PageContent& content)
         break;
     case Page::String:
         m_form.stackEdit->setCurrentWidget(m_form.pageString);
-        m_form.lineValue->setText(qs(content.value));
+        m_form.lineValue->setText(QString::fromStdString(content.value));
         m_form.lineValue->setFocus();
         break;
     case Page::Select:
@@ -81,7 +76,7 @@ void OptionEditorPages::fillSelectPage(const PageContent& content)
     m_form.comboValue->clear();
     int match = -1;
     for (const OptionDescription::Choice& choice : content.choices) {
-        m_form.comboValue->addItem(qs(choice.first), qs(choice.second));
+        m_form.comboValue->addItem(QString::fromStdString(choice.first), QString::fromStdString(choice.second));
         if (choice.second == content.value)
             match = m_form.comboValue->count() - 1;
     }
