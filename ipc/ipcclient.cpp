@@ -39,12 +39,6 @@ QString toQString(const std::string& text)
     return QString::fromLatin1(text.data(), static_cast<int>(text.size()));
 }
 
-void debugDump(const Message& msg)
-{
-    if (g_log.enabled(LOG_DEBUG))
-        msg._dump(LOG_DEBUG, 0, 0);
-}
-
 // The backend answers "getPeerList" as "peerList" and "setMetering" as "metering"; any other
 // name is answered under itself.
 std::string answerName(const std::string& request)
@@ -347,7 +341,7 @@ void IPCClient::process_unso_id(const std::string& id, const Message& msg)
         emit unsoNetmgrWifi(toQString(id), msg);
     } else {
         g_log.log(LOG_DEBUG, "unknown unso received, id=%s", id.c_str());
-        debugDump(msg);
+        msg._dump(LOG_DEBUG, 0, 0);
     }
 }
 
@@ -409,7 +403,7 @@ void IPCClient::sendNamedRequest(const std::string& name)
 void IPCClient::sendLogged(const Message& msg)
 {
     sendRaw(msg);
-    debugDump(msg);
+    msg._dump(LOG_DEBUG, 0, 0);
 }
 
 void IPCClient::setState(IPC_STATE s)

@@ -209,8 +209,7 @@ void PeerEdit::savePeer()
     params.set_int("backup_id", comboBackup->currentData().toInt());
     params.set_bool("retry_primary", checkFallForward->isChecked());
     g_ipcClient.sendRequest(request);
-    if (g_log.enabled(LOG_DEBUG))
-        request._dump(LOG_DEBUG, 0, 0);
+    request._dump(LOG_DEBUG, 0, 0);
     emit editPeerDone();
 }
 

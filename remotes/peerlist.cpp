@@ -259,8 +259,7 @@ void PeerList::updatePeerItem(QTreeWidgetItemIPC* row, const Message& peer)
 {
     const Params& params = peer.params();
     row->setParams(params);
-    if (g_log.enabled(LOG_DEBUG))
-        peer._dump(LOG_DEBUG, 0, 1);
+    peer._dump(LOG_DEBUG, 0, 1);
 
     const BraidSession session = braidSessionOf(params);
     row->setText(0, text(params, "name") + statusLine(params, session));

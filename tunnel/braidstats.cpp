@@ -176,7 +176,7 @@ void BraidStats::sendMaxDelay(const Direction& direction)
     if (!automatic)
         request.params().set_int("delay", direction.slider->value());
     request.params().set_bool("auto", automatic);
-    tunnellog::dump(request);
+    request._dump(LOG_DEBUG, 0, 1);
     g_ipcClient.sendRequest(request);
 }
 

@@ -38,7 +38,7 @@ void TunnelDirectionStats::readRates(const Params& sess, const std::string& pref
 
 void TunnelDirectionStats::readCodec(const Message& codec)
 {
-    tunnellog::dump(codec);
+    codec._dump(LOG_DEBUG, 0, 1);
     const Message* enc = codec.find_child("enc");
     if (!enc)
         return;

@@ -23,7 +23,7 @@ void TunnelInfo::handleRecvTunnelStatus(Message msg)
     if (!node) {
         if (msg.params().get_bool("fail", false)) {
             g_log.log(LOG_ERROR, "TunnelInfo::handleRecvTunnelStatus response failure");
-            tunnellog::dump(msg);
+            msg._dump(LOG_DEBUG, 0, 1);
         }
         return;
     }
@@ -71,7 +71,7 @@ void TunnelInfo::handleUnsoTunConns(Message msg)
 void TunnelInfo::handleUnsoTunStats(Message msg)
 {
     g_log.log(LOG_DEBUG, "handleUnsoTunStats");
-    tunnellog::dump(msg);
+    msg._dump(LOG_DEBUG, 0, 1);
     if (m_session) {
         if (const Message* codec = msg.find_child("codec"))
             m_session->updateTxCodec(*codec);

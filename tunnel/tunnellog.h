@@ -11,13 +11,6 @@ inline const char* text(bool value)
     return value ? "true" : "false";
 }
 
-// The whole message at debug level, formatted only when that level is on.
-inline void dump(const Message& msg)
-{
-    if (g_log.enabled(LOG_DEBUG))
-        msg._dump(LOG_DEBUG, 0, 1);
-}
-
 } // namespace tunnellog
 
 #endif

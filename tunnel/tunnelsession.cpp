@@ -105,7 +105,7 @@ bool TunnelSession::updateStats(const Message& sess)
         TunnelConnection* connection = findOrCreateConnection(sess.get_child("conn", i));
         if (!connection) {
             g_log.log(LOG_ERROR, "error updating connections: sess dump below");
-            tunnellog::dump(sess);
+            sess._dump(LOG_DEBUG, 0, 1);
             continue;
         }
         const int position = int(i);
@@ -149,7 +149,7 @@ TunnelConnection* TunnelSession::findOrCreateConnection(const Message& conn)
     if (uid.empty())
         return nullptr;
     g_log.log(LOG_DEBUG, "updateConnection uid=%s", uid.c_str());
-    tunnellog::dump(conn);
+    conn._dump(LOG_DEBUG, 0, 1);
     std::unique_ptr<TunnelConnection>& slot = m_connections[uid];
     if (slot) {
         slot->setNew(false);
