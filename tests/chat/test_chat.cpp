@@ -2,6 +2,7 @@
 #include "ipcinstances.h"
 
 #include <QMutexLocker>
+#include <QScrollBar>
 #include <QSignalSpy>
 #include <QTextBlock>
 #include <QTextFrame>
@@ -116,6 +117,7 @@ void TestChat::farEndMarkupIsTamed_data()
     QTest::newRow("font with more than a colour") << "<font color=red size=7 face=x>big</font>"
                                                   << "[Van] <font color=red size=7 face=x>big";
     QTest::newRow("entities") << "a &amp; b &lt;c&gt; & d &#65;" << "[Van] a & b <c> & d A";
+    QTest::newRow("a line at the cap kept whole") << endless.left(1000) << "[Van] " + endless.left(1000);
     QTest::newRow("endless word cut") << endless << "[Van] " + endless.left(1000) + QStringLiteral(" [\u2026]");
 }
 
@@ -198,6 +200,12 @@ void TestChat::sentLineClearsTheEntryAndComesBackAsOurOwn()
     // From the keypad: Down scrolls the transcript, which takes the focus; Enter sends.
     m_chat->handleKey(Qt::Key_Down, true, false);
     QVERIFY(m_chat->textChat->hasFocus());
+    for (int line = 0; line < 40; ++line)
+        answerChat(Message("chat", Params("type=message from=Van text=filler")));
+    QScrollBar* scroll = m_chat->textChat->verticalScrollBar();
+    scroll->setValue(0);
+    m_chat->handleKey(Qt::Key_Down, true, false);
+    QVERIFY(scroll->value() > 0);
     m_chat->handleKey(Qt::Key_Enter, true, false);
 
     QCOMPARE(chatRequests(), 1);
