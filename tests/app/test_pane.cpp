@@ -13,6 +13,7 @@ private slots:
         m_shell->setState(IPCClient::IPC_READY);
     }
     void cleanup() { m_shell.reset(); }
+    void everyScreenShowsItsOwnPage();
     void togglesReturnToTheScreenUnderneath();
     void cycleContinuesWhereItStood();
     void f2Modes_data();
@@ -26,6 +27,17 @@ private:
     Pane& pane() { return m_shell->window->pane(); }
     std::unique_ptr<ShellFixture> m_shell;
 };
+
+void TestPane::everyScreenShowsItsOwnPage()
+{
+    QTRY_VERIFY(m_shell->window->isVisible());
+    for (int index = 0; index < Pane::ScreenCount; ++index) {
+        pane().showScreen(index);
+        QVERIFY2(pane().page(index)->isVisible(), qPrintable(QString::number(index)));
+        if (index != Pane::ScreenPeerList)
+            QVERIFY(!pane().page(Pane::ScreenPeerList)->isVisible());
+    }
+}
 
 void TestPane::togglesReturnToTheScreenUnderneath()
 {
