@@ -226,6 +226,49 @@ private slots:
         window.menu().closeMenu();
         window.setKeypadHandler(nullptr);
     }
+    // The navigation the screens share: a list screen, a form, and the default of typing the key.
+    void screenNavigation_data()
+    {
+        QTest::addColumn<int>("screen");
+        QTest::addColumn<bool>("comboOpen");
+        QTest::addColumn<int>("key");
+        QTest::addColumn<QStringList>("injected");
+        enum { Default, List, Form };
+        const QStringList backtab{"Shift+", "S-Tab+", "S-Shift+"};
+        QTest::newRow("default types the key") << int(Default) << false << int(Qt::Key_Up) << QStringList{"Up+"};
+        QTest::newRow("list: Enter presses") << int(List) << false << int(Qt::Key_Enter) << QStringList{"Space+"};
+        QTest::newRow("list: Left goes back") << int(List) << false << int(Qt::Key_Left) << backtab;
+        QTest::newRow("list: Right goes on") << int(List) << false << int(Qt::Key_Right) << QStringList{"Tab+"};
+        QTest::newRow("list: Down moves in it") << int(List) << false << int(Qt::Key_Down) << QStringList{"Down+"};
+        QTest::newRow("list: F1 ignored") << int(List) << false << int(Qt::Key_F1) << QStringList();
+        QTest::newRow("form: Up goes back") << int(Form) << false << int(Qt::Key_Up) << backtab;
+        QTest::newRow("form: Down goes on") << int(Form) << false << int(Qt::Key_Down) << QStringList{"Tab+"};
+        QTest::newRow("form: open combo list") << int(Form) << true << int(Qt::Key_Up) << QStringList{"Up+"};
+    }
+    void screenNavigation()
+    {
+        QFETCH(int, screen);
+        QFETCH(bool, comboOpen);
+        QFETCH(int, key);
+        QFETCH(QStringList, injected);
+        struct Screen : KeypadHandler {
+            using KeypadHandler::handleListScreenKey;
+            using KeypadHandler::moveThroughForm;
+        } handler;
+        QWidget list;
+        QWidget comboList(nullptr, Qt::Popup);
+        if (comboOpen)
+            comboList.show();
+        InjectedKeys typed;
+        if (screen == 0)
+            handler.handleKey(key, true, false);
+        else if (screen == 1)
+            Screen::handleListScreenKey(&list, key, true, false);
+        else
+            Screen::moveThroughForm(key, true, false);
+        QCoreApplication::processEvents();
+        QCOMPARE(typed.keys, injected);
+    }
     // The far unit's contact closes while F2 is held and opens when it is released.
     void contactClosureFollowsF2BothWays()
     {

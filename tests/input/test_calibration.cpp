@@ -36,6 +36,15 @@ void touch(QWindow* window, const QPoint& point)
     QTest::mouseRelease(window, Qt::LeftButton, Qt::NoModifier, point);
 }
 
+bool shows(const QImage& image, const QRect& area, const QColor& colour)
+{
+    for (int y = area.top(); y <= area.bottom(); ++y)
+        for (int x = area.left(); x <= area.right(); ++x)
+            if (image.pixelColor(x, y) == colour)
+                return true;
+    return false;
+}
+
 QByteArray contents(const QString& path)
 {
     QFile file(path);
@@ -83,24 +92,38 @@ private slots:
         const QVector<QPoint> targets = screenTargets();
         Calibration calibration;
         QString crosses; // which targets show the yellow cross before the abort
+        QString texts;   // which of the three texts show in their colours
+        bool holdsThePointer = false;
         QTimer::singleShot(0, &calibration, [&] {
+            holdsThePointer = QWidget::mouseGrabber() == &calibration;
             for (int i = 0; i < touches; ++i)
                 touch(calibration.windowHandle(), reported(targets[i]));
             if (!abort)
                 return;
+            // What the screen shows once repainted, not a fresh rendering.
+            const auto screen = [&] { return QGuiApplication::primaryScreen()->grabWindow(calibration.winId()).toImage(); };
+            const auto cross = [](const QImage& shown, const QPoint& at) {
+                return shown.pixelColor(at + QPoint(5, 0)) == Qt::yellow && shown.pixelColor(at + QPoint(0, 5)) == Qt::yellow;
+            };
+            QTest::qWaitFor([&] { return cross(screen(), targets[touches]); }, 1000);
+            const QImage shown = screen();
             // Only the cross is yellow; the other targets may lie under the texts.
-            const QImage shown = calibration.grab().toImage();
             for (const QPoint& target : targets)
-                crosses += shown.pixelColor(target + QPoint(5, 0)) == Qt::yellow ? 'x' : '.';
+                crosses += cross(shown, target) ? 'x' : '.';
+            for (const auto& [top, colour] : {std::pair(50, Qt::white), std::pair(270, Qt::cyan), std::pair(300, Qt::red)})
+                texts += shows(shown, QRect(10, top, 220, 16), colour) ? 'x' : '.';
             calibration.reject();
         });
         const QByteArray before = contents(pointercal());
 
         const int result = calibration.exec();
+        QVERIFY(holdsThePointer);
+        QVERIFY(!QWidget::mouseGrabber());
 
         if (abort) {
             QCOMPARE(result, int(QDialog::Rejected));
             QCOMPARE(crosses, QString(kTargets, '.').replace(touches, 1, 'x'));
+            QCOMPARE(texts, QStringLiteral("xxx"));
             QCOMPARE(m_handler->transform(QPoint(123, 45)), QPoint(123, 45));
             QCOMPARE(contents(pointercal()), before);
             return;
@@ -124,10 +147,7 @@ private slots:
         // Painted and touched once more before the dialog is gone: no target, no change.
         const QImage done = calibration.grab().toImage();
         QVERIFY(!done.isNull());
-        for (int y = 0; y < done.height(); ++y) {
-            for (int x = 0; x < done.width(); ++x)
-                QVERIFY2(done.pixelColor(x, y) != Qt::yellow, qPrintable(QStringLiteral("cross at %1,%2").arg(x).arg(y)));
-        }
+        QVERIFY(!shows(done, done.rect(), Qt::yellow));
         QMouseEvent late(QEvent::MouseButtonRelease, QPointF(targets[0]), QPointF(targets[0]), Qt::LeftButton, Qt::NoButton,
                          Qt::NoModifier);
         QApplication::sendEvent(&calibration, &late);
