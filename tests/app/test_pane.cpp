@@ -3,6 +3,9 @@
 #include "statusbar.h"
 #include "transientpopup.h"
 
+#include <functional>
+#include <tuple>
+
 class TestPane : public QObject {
     Q_OBJECT
 
@@ -169,6 +172,52 @@ private slots:
         // The bars fill the meter from its top row to its bottom row, a pixel in from each.
         QCOMPARE(int(request.get_child("meter", 0).params().get_uint("y", 0)), onScreen.top() + 1);
         QCOMPARE(below, onScreen.bottom() - 1);
+    }
+
+    // Where each screen's own signals lead: screens run one after another, each from where the
+    // one before left the stack, unless a starting screen is given.
+    void screensLeadOnWhenTheySignal()
+    {
+        Pane& p = pane();
+        auto* profiles = dynamic_cast<ProfileList*>(p.page(Pane::ScreenProfileList));
+        auto* items = dynamic_cast<ProfileItems*>(p.page(Pane::ScreenProfileItems));
+        auto* setting = dynamic_cast<EditSetting*>(p.page(Pane::ScreenEditSetting));
+        auto* system = dynamic_cast<SystemSettings*>(p.page(Pane::ScreenSystemSettings));
+        const std::tuple<int, std::function<void()>, int> steps[] = {
+            {Pane::ScreenPeerEdit, [&] { emit p.peerEdit().editPeerDone(); }, Pane::ScreenPeerList},
+            {Pane::ScreenConfigureNetwork, [&] { emit p.configureNetwork().configureDone(); }, Pane::ScreenNetworkList},
+            {-1, [&] { emit p.chooseNetwork().configureRequested(); }, Pane::ScreenConfigureNetwork},
+            {-1, [&] { emit p.configureNetwork().editNetworkSetting("netmgr.tunnel"); }, Pane::ScreenEditConfigSetting},
+            {-1, [&] { emit p.editConfigSetting().editConfigSettingDone(true); }, Pane::ScreenConfigureNetwork},
+            {Pane::ScreenBraidSettings, [&] { emit p.braidSettings().editBraidSetting("netmgr.tunnel"); },
+             Pane::ScreenEditConfigSetting},
+            {-1, [&] { emit p.editConfigSetting().editConfigSettingDone(false); }, Pane::ScreenBraidSettings},
+            {Pane::ScreenProfileList, [&] { emit profiles->editProfile(1, false); }, Pane::ScreenProfileItems},
+            {-1, [&] { emit items->editProfileSetting(); }, Pane::ScreenEditSetting},
+            {-1, [&] { emit setting->profileEditDone(); }, Pane::ScreenProfileItems},
+            {-1, [&] { emit items->doneClicked(); }, Pane::ScreenProfileList},
+            {Pane::ScreenSystemSettings, [&] { emit system->editOption(); }, Pane::ScreenEditSetting},
+            {-1, [&] { emit setting->channelEditDone(); }, Pane::ScreenSystemSettings},
+            {Pane::ScreenAbout, [&] { emit p.metering().smallMeterClicked(); }, Pane::ScreenMeters},
+        };
+        for (const auto& [from, signal, to] : steps) {
+            if (from >= 0)
+                p.showScreen(from);
+            signal();
+            QCOMPARE(p.currentScreen(), to);
+        }
+        // Screens that ask a question make the keypad answer it.
+        for (const std::function<void(bool)>& modal : std::initializer_list<std::function<void(bool)>>{
+                 [&](bool on) { emit profiles->changeModal(on); }, [&](bool on) { emit p.configureNetwork().changeModal(on); }}) {
+            modal(true);
+            QVERIFY(m_shell->window->isModal());
+            modal(false);
+            QVERIFY(!m_shell->window->isModal());
+        }
+        emit p.keypadSetup().restrictedModeChanged(true);
+        QVERIFY(!m_shell->window->menu().actionSystem_Settings->isVisible());
+        emit dynamic_cast<Chat*>(p.page(Pane::ScreenChat))->chatAlert();
+        QVERIFY(m_shell->window->statusBarWidget().chatAlerting());
     }
 
 private:

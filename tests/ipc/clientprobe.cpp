@@ -56,7 +56,7 @@ Message answer(const std::string& seq, const char* params)
 
 Message cached(IPCClient& client, const std::string& name)
 {
-    QMutexLocker lock(client.mutex());
-    const Message* entry = client.getResponse(name);
-    return entry ? *entry : Message("<none>");
+    Message copy("<none>");
+    client.copyResponse(name, copy);
+    return copy;
 }
