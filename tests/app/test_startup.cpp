@@ -6,6 +6,7 @@
 #include "modalwatch.h"
 #include "qwscalibratedmousehandler.h"
 #include "qwsserver.h"
+#include "scribblewidget.h"
 #include "transientpopup.h"
 
 #include <QLabel>
@@ -24,7 +25,6 @@ private slots:
         QTest::addColumn<QByteArray>("value");
         QTest::addColumn<bool>("debug");
         QTest::newRow("unset") << QByteArray() << false;
-        QTest::newRow("upper case") << QByteArray("TRUE") << true;
         QTest::newRow("mixed case") << QByteArray("tRuE") << true;
         QTest::newRow("other word") << QByteArray("yes") << false;
     }
@@ -61,12 +61,15 @@ private slots:
     void missingCalibrationStartsOneAtReady_data()
     {
         QTest::addColumn<bool>("fileExists");
-        QTest::newRow("calibrated") << true;
-        QTest::newRow("never calibrated") << false;
+        QTest::addColumn<bool>("touched"); // all five targets, then F2 on the drawing test
+        QTest::newRow("calibrated") << true << false;
+        QTest::newRow("never calibrated, aborted") << false << false;
+        QTest::newRow("never calibrated, touched") << false << true;
     }
     void missingCalibrationStartsOneAtReady()
     {
         QFETCH(bool, fileExists);
+        QFETCH(bool, touched);
         QTemporaryDir dir;
         QWSServer::setMouseHandler(new QWSCalibratedMouseHandler(dir.filePath("handler"), qApp));
         ShellFixture shell;
@@ -75,21 +78,37 @@ private slots:
         if (!fileExists)
             window.setPointerCalibrationFile(dir.filePath("missing"));
 
-        // The operator aborts with F2 at once.
         int calibrations = 0;
+        int drawingTests = 0;
         bool calibratingWhileAsked = false;
-        QTimer poll;
-        answerEveryModal<Calibration>(poll, [&](Calibration&) {
-            ++calibrations;
-            calibratingWhileAsked = window.isCalibrating();
+        // The operator touches every target or aborts with F2; F2 also ends the drawing test.
+        const auto pressF2 = [&] {
             window.setCalibrating(false);
             emit window.abortCalibration();
+        };
+        QTimer poll;
+        answerEveryModal<Calibration>(poll, [&](Calibration& calibration) {
+            ++calibrations;
+            calibratingWhileAsked = window.isCalibrating();
+            touched ? calibration.accept() : pressF2();
         });
+        // The drawing test is a frameless child of the window, not a window of its own.
+        QTimer drawingPoll;
+        connect(&drawingPoll, &QTimer::timeout, [&] {
+            if (auto* drawing = window.findChild<ScribbleWidget*>(); drawing && drawing->isVisible() && !drawingTests++)
+                pressF2();
+        });
+        drawingPoll.start(20);
         shell.setState(IPCClient::IPC_READY);
 
         QCOMPARE(calibrations, fileExists ? 0 : 1);
         QCOMPARE(calibratingWhileAsked, !fileExists);
-        QCOMPARE(window.popup().isVisible(), !fileExists);
+        QCOMPARE(drawingTests, touched ? 1 : 0);
+        const bool aborted = !fileExists && !touched;
+        QCOMPARE(window.popup().isVisible(), aborted);
+        if (aborted)
+            QCOMPARE(window.popup().findChild<QLabel*>()->text(),
+                     QStringLiteral("Warning: Touchscreen disabled due to aborted calibration."));
         QVERIFY(!window.isCalibrating());
     }
 };
