@@ -87,6 +87,7 @@ private slots:
         shell.setState(IPCClient::IPC_READY);
         QVERIFY(!window.offlineScreen().isVisible());
         QVERIFY(window.isVisible());
+        QVERIFY(!window.popup().isVisible());
 
         emit g_ipcClient.recvCodeUpdateStatus(QStringLiteral("Writing flash"));
         shell.setState(IPCClient::IPC_UPDATING);
@@ -94,14 +95,11 @@ private slots:
         QVERIFY(!window.isVisible());
         QCOMPARE(window.offlineScreen().labelState->text(), QStringLiteral("Firmware Updating."));
         QCOMPARE(window.offlineScreen().labelStatus->text(), QStringLiteral("Writing flash"));
-    }
-    void defaultPasswordWarning()
-    {
-        ShellFixture shell;
-        shell.setState(IPCClient::IPC_LOGGED_IN);
+
+        // Back on the factory password: a warning that stays until tapped.
         shell.setState(IPCClient::IPC_READY, true);
-        TransientPopup& popup = shell.window->popup();
-        QVERIFY(popup.isVisible());
+        QVERIFY(window.isVisible());
+        TransientPopup& popup = window.popup();
         QCOMPARE(popup.geometry(), QRect(220, 150, 200, 180));
         QCOMPARE(popup.findChild<QLabel*>()->text(),
                  QStringLiteral("WARNING! It is strongly recommended that you change the remote control password for "
