@@ -1,5 +1,6 @@
 #include "statusbar.h"
 
+#include <QTimer>
 #include <QtTest>
 
 namespace {
@@ -71,30 +72,67 @@ private slots:
         m_bar->updateLinkIndicator();
         QCOMPARE(m_bar->labelLink->pixmap(Qt::ReturnByValue).toImage(), imageOf(icon));
     }
+    // The next blink starts lit, also after an alert cleared half-way.
     void chatAlertBlinksUntilCleared()
     {
         const auto imageOf = [](const QIcon& icon) { return icon.pixmap(16, 16).toImage(); };
         const QImage plain = imageOf(QIcon(QStringLiteral(":/icons/comment.png")));
         const QImage alert = imageOf(QIcon(QStringLiteral(":/icons/comment_add.png")));
-
-        m_bar->handleChatAlert();
-        QVERIFY(m_bar->chatAlerting());
-
-        QList<bool> phases;
-        for (int phase = 0; phase < 4; ++phase) {
+        const QTimer* blink = m_bar->findChild<QTimer*>();
+        for (int round = 0; round < 2; ++round) {
+            m_bar->handleChatAlert();
+            QVERIFY(m_bar->chatAlerting());
+            QVERIFY(blink->isActive());
+            QCOMPARE(blink->interval(), 500);
+            QList<bool> phases;
+            for (int phase = 0; phase < 3; ++phase) {
+                tick();
+                phases << (imageOf(m_bar->chatButton->icon()) == alert);
+            }
+            QCOMPARE(phases, (QList<bool>{true, false, true}));
+            m_bar->clearChatAlert();
             tick();
-            phases << (imageOf(m_bar->chatButton->icon()) == alert);
+            QCOMPARE(imageOf(m_bar->chatButton->icon()), plain);
+            QVERIFY(!blink->isActive());
         }
-        QCOMPARE(phases, (QList<bool>{true, false, true, false}));
-
-        m_bar->clearChatAlert();
-        tick();
-        QCOMPARE(imageOf(m_bar->chatButton->icon()), plain);
-
         // No alert while chat is on show.
         m_source.chatShown = true;
         m_bar->handleChatAlert();
         QVERIFY(!m_bar->chatAlerting());
+    }
+    void indicatorsComeAndGo_data()
+    {
+        QTest::addColumn<QString>("steps");
+        QTest::addColumn<QString>("signalIcon"); // empty: hidden
+        QTest::addColumn<QString>("braidIcon");
+        QTest::newRow("none at first") << "" << "" << "";
+        QTest::newRow("several signals") << "multi" << ":/icons/signal_strength_multiple.png" << "";
+        QTest::newRow("signal off") << "multi signaloff" << "" << "";
+        QTest::newRow("braid yellow") << "braid:yellow" << "" << ":/icons/braid_yellow.png";
+        QTest::newRow("unknown colour keeps the last") << "braid:red braid:blue" << "" << ":/icons/braid_red.png";
+        QTest::newRow("braid gray, then off") << "braid:gray braidoff" << "" << "";
+        QTest::newRow("braid green") << "braid:green" << "" << ":/icons/braid_green.png";
+    }
+    void indicatorsComeAndGo()
+    {
+        QFETCH(QString, steps);
+        QFETCH(QString, signalIcon);
+        QFETCH(QString, braidIcon);
+        for (const QString& step : steps.split(' ', Qt::SkipEmptyParts)) {
+            if (step == "multi")
+                m_bar->signalStrengthMulti();
+            else if (step == "signaloff")
+                m_bar->signalStrengthOff();
+            else if (step == "braidoff")
+                m_bar->braidStatusOff();
+            else
+                m_bar->updateBraidStatus(step.section(':', 1));
+        }
+        for (const auto& [label, icon] : {std::pair(m_bar->labelSignalMeter, signalIcon), std::pair(m_bar->labelBraidStatus, braidIcon)}) {
+            QCOMPARE(label->isVisibleTo(m_bar), !icon.isEmpty());
+            if (!icon.isEmpty())
+                QCOMPARE(label->pixmap(Qt::ReturnByValue).toImage(), imageOf(icon));
+        }
     }
 
 private:
