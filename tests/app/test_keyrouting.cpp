@@ -1,6 +1,7 @@
 #include "shellfixture.h"
 
 #include "offline.h"
+#include "pickboardkeys.h"
 #include "platformkey.h"
 #include "statusbar.h"
 #include "transientpopup.h"
@@ -268,6 +269,15 @@ private slots:
             Screen::moveThroughForm(key, true, false);
         QCoreApplication::processEvents();
         QCOMPARE(typed.keys, injected);
+    }
+    void onScreenKeyboardTypes()
+    {
+        MainWindow& window = *m_shell->window;
+        m_shell->setState(IPCClient::IPC_READY);
+        window.handlePopupKeyboard();
+        InjectedKeys typed;
+        QVERIFY(clickPickBoard(*window.findChild<PickBoard*>(), {"a"}));
+        QCOMPARE(typed.keys, (QStringList{"A+", "A-"}));
     }
     // The far unit's contact closes while F2 is held and opens when it is released.
     void contactClosureFollowsF2BothWays()
