@@ -275,6 +275,7 @@ private slots:
         MainWindow& window = *m_shell->window;
         m_shell->setState(IPCClient::IPC_READY);
         window.handlePopupKeyboard();
+        QVERIFY(window.keyboardVisible());
         InjectedKeys typed;
         QVERIFY(clickPickBoard(*window.findChild<PickBoard*>(), {"a"}));
         QCOMPARE(typed.keys, (QStringList{"A+", "A-"}));

@@ -3,6 +3,8 @@
 #include "statusbar.h"
 #include "transientpopup.h"
 
+#include <QScrollArea>
+
 #include <functional>
 #include <tuple>
 
@@ -107,10 +109,15 @@ private slots:
     void chatForcesTheKeyboardAndLeavingHidesIt()
     {
         StatusBar& bar = m_shell->window->statusBarWidget();
+        const QScrollArea* pageArea = m_shell->window->findChild<QScrollArea*>();
         pane().showScreen(Pane::ScreenPeerStats);
+        bar.handleChatAlert();
         pane().handleChat();
+        QVERIFY(!bar.chatAlerting());
         QVERIFY(m_shell->window->keyboardVisible());
         QVERIFY(!bar.keyboardButtonEnabled());
+        // Chat fits above the keyboard; the other screens scroll behind it.
+        QCOMPARE(pageArea->verticalScrollBarPolicy(), Qt::ScrollBarAlwaysOff);
 
         pane().showScreen(Pane::ScreenPeerList);
         QVERIFY(!m_shell->window->keyboardVisible());
@@ -120,6 +127,12 @@ private slots:
         m_shell->window->handlePopupKeyboard();
         pane().showScreen(Pane::ScreenPeerStats);
         QVERIFY(m_shell->window->keyboardVisible());
+        QCOMPARE(pageArea->horizontalScrollBarPolicy(), Qt::ScrollBarAsNeeded);
+        QCOMPARE(pageArea->verticalScrollBarPolicy(), Qt::ScrollBarAsNeeded);
+        // Closing chat gives the keyboard button back.
+        pane().handleChat();
+        pane().handleChat();
+        QVERIFY(bar.keyboardButtonEnabled());
     }
     void metersHideTheKeyboardAndShiftThePopup()
     {
@@ -140,7 +153,13 @@ private slots:
             pane().showScreen(index);
             QCOMPARE(window.currentKeypadHandler(), dynamic_cast<KeypadHandler*>(pane().page(index)));
         }
+        // One screen serves both, titled by the menu entry that led there.
         QCOMPARE(pane().page(Pane::ScreenPeerAdd), pane().page(Pane::ScreenPeerEdit));
+        for (const auto& [index, title] : {std::pair(Pane::ScreenPeerEdit, "Edit Remote Settings"),
+                                           std::pair(Pane::ScreenPeerAdd, "Add New Remote")}) {
+            pane().showScreen(index);
+            QCOMPARE(pane().peerEdit().labelTitle->text(), QString(title));
+        }
     }
     // The backend draws the bars where they are asked to, whatever the status bar's layout.
     void smallMeterBarsLieOnTheMeter()
