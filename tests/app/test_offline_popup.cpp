@@ -10,21 +10,31 @@ private slots:
     void offlineTexts_data()
     {
         QTest::addColumn<QList<int>>("states");
+        QTest::addColumn<QString>("icon");
         QTest::addColumn<QString>("state");
         QTest::addColumn<QString>("status");
 
         const int down = IPCClient::IPC_DISCONNECTED;
         const int in = IPCClient::IPC_LOGGED_IN;
         const int ready = IPCClient::IPC_READY;
-        QTest::newRow("boot") << QList<int>{down} << "System Booted." << "Loading Application...";
-        QTest::newRow("first login") << QList<int>{down, in} << "Application Loaded." << "Starting application...";
-        QTest::newRow("ready") << QList<int>{down, in, ready} << "Ready." << "";
-        QTest::newRow("later disconnection") << QList<int>{down, in, ready, down} << "Please Wait..." << "Operation Failed.";
-        QTest::newRow("later login") << QList<int>{down, in, ready, down, in} << "Please Wait..." << "Operation Failed.";
+        const QString creating = ":/icons/connect_creating.png";
+        const QString established = ":/icons/connect_established.png";
+        QTest::newRow("boot") << QList<int>{down} << creating << "System Booted." << "Loading Application...";
+        QTest::newRow("first login") << QList<int>{down, in} << established << "Application Loaded."
+                                     << "Starting application...";
+        QTest::newRow("ready") << QList<int>{down, in, ready} << ":/icons/alert_info.png" << "Ready." << "";
+        QTest::newRow("later disconnection") << QList<int>{down, in, ready, down} << creating << "Please Wait..."
+                                             << "Operation Failed.";
+        QTest::newRow("later login") << QList<int>{down, in, ready, down, in} << established << "Please Wait..."
+                                     << "Operation Failed.";
+        // The update's own progress text comes separately.
+        QTest::newRow("updating") << QList<int>{down, in, int(IPCClient::IPC_UPDATING)} << ":/icons/package.png"
+                                  << "Firmware Updating." << "Starting application...";
     }
     void offlineTexts()
     {
         QFETCH(QList<int>, states);
+        QFETCH(QString, icon);
         QFETCH(QString, state);
         QFETCH(QString, status);
 
@@ -32,6 +42,7 @@ private slots:
         Offline offline(&parent);
         for (int s : states)
             offline.setState(IPCClient::IPC_STATE(s), false);
+        QCOMPARE(offline.labelIcon->pixmap(Qt::ReturnByValue).toImage(), QPixmap(icon).toImage());
         QCOMPARE(offline.labelState->text(), state);
         QCOMPARE(offline.labelStatus->text(), status);
     }
