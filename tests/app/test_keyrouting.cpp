@@ -92,58 +92,36 @@ private slots:
         QTest::addColumn<QStringList>("injected");  // what was typed into the focused widget
         QTest::addColumn<int>("after");
 
+        const auto row = [](const char* name, int state, int flags, int key, int modifiers, bool press,
+                            const QStringList& handled, const QStringList& injected, int after) {
+            QTest::newRow(name) << state << flags << key << modifiers << press << handled << injected << after;
+        };
         const int ready = IPCClient::IPC_READY;
         const int offline = IPCClient::IPC_DISCONNECTED;
         const int ctrl = Qt::ControlModifier;
-        const QStringList none;
-
-        QTest::newRow("popup closed, key goes on") << ready << int(Popup) << int(Qt::Key_Down) << 0 << true
-                                                    << QStringList{"Down+"} << none << int(None);
-        QTest::newRow("popup stays while calibrating") << ready << (Popup | Calibrating) << int(Qt::Key_Down) << 0 << true
-                                                        << none << none << int(Popup);
-        QTest::newRow("ctrl+F1 captures offline") << offline << int(None) << int(Qt::Key_F1) << ctrl << true << none << none
-                                                  << int(Captured);
-        QTest::newRow("ctrl+F25 captures when ready") << ready << int(None) << int(Qt::Key_F25) << ctrl << true << none
-                                                      << none << int(Captured);
-        QTest::newRow("ctrl+F1 release captures nothing") << ready << int(None) << int(Qt::Key_F1) << ctrl << false << none
-                                                          << none << int(None);
-        QTest::newRow("F1 dropped while logging in") << int(IPCClient::IPC_LOGGED_IN) << int(None) << int(Qt::Key_F1) << 0
-                                                     << true << none << none << int(None);
-        QTest::newRow("F2 dropped while offline") << offline << int(None) << int(Qt::Key_F2) << 0 << true << none << none
-                                                  << int(None);
-        QTest::newRow("arrow dropped while updating") << int(IPCClient::IPC_UPDATING) << int(None) << int(Qt::Key_Up) << 0
-                                                      << true << none << none << int(None);
-        QTest::newRow("calibrating: F2 press ignored") << ready << int(Calibrating) << int(Qt::Key_F2) << 0 << true << none
-                                                       << none << int(None);
-        QTest::newRow("calibrating: F2 release aborts") << ready << int(Calibrating) << int(Qt::Key_F2) << 0 << false
-                                                        << none << none << int(Aborted);
-        QTest::newRow("calibrating: other keys ignored") << ready << int(Calibrating) << int(Qt::Key_Enter) << 0 << true
-                                                         << none << none << int(None);
+        row("popup closed, key goes on", ready, Popup, Qt::Key_Down, 0, true, {"Down+"}, {}, None);
+        row("popup stays while calibrating", ready, Popup | Calibrating, Qt::Key_Down, 0, true, {}, {}, Popup);
+        row("ctrl+F1 captures offline", offline, None, Qt::Key_F1, ctrl, true, {}, {}, Captured);
+        row("ctrl+F25 captures when ready", ready, None, Qt::Key_F25, ctrl, true, {}, {}, Captured);
+        row("ctrl+F1 release captures nothing", ready, None, Qt::Key_F1, ctrl, false, {}, {}, None);
+        row("F1 dropped while logging in", IPCClient::IPC_LOGGED_IN, None, Qt::Key_F1, 0, true, {}, {}, None);
+        row("F2 dropped while offline", offline, None, Qt::Key_F2, 0, true, {}, {}, None);
+        row("arrow dropped while updating", IPCClient::IPC_UPDATING, None, Qt::Key_Up, 0, true, {}, {}, None);
+        row("calibrating: F2 press ignored", ready, Calibrating, Qt::Key_F2, 0, true, {}, {}, None);
+        row("calibrating: F2 release aborts", ready, Calibrating, Qt::Key_F2, 0, false, {}, {}, Aborted);
+        row("calibrating: other keys ignored", ready, Calibrating, Qt::Key_Enter, 0, true, {}, {}, None);
         // Qt reports a Shift key's own bit flipped: Shift down, then up.
-        QTest::newRow("modal: Left is back-tab") << ready << int(Modal) << int(Qt::Key_Left) << 0 << true << none
-                                                 << QStringList{"Shift+", "S-Tab+", "S-Shift+"} << int(None);
-        QTest::newRow("modal: Right is tab") << ready << int(Modal) << int(Qt::Key_Right) << 0 << false << none
-                                             << QStringList{"Tab-"} << int(None);
-        QTest::newRow("modal: Enter passes") << ready << int(Modal) << int(Qt::Key_Enter) << 0 << true << none
-                                             << QStringList{"Enter+"} << int(None);
-        QTest::newRow("modal: F1 ignored") << ready << int(Modal) << int(Qt::Key_F1) << 0 << true << none << none
-                                           << int(None);
-        QTest::newRow("F1 opens the menu") << ready << int(None) << int(Qt::Key_F1) << 0 << true << none << none
-                                           << int(MenuOpen);
-        QTest::newRow("F1 release does nothing") << ready << int(None) << int(Qt::Key_F1) << 0 << false << none << none
-                                                 << int(None);
-        QTest::newRow("F1 closes an open menu") << ready << int(MenuOpen) << int(Qt::Key_F1) << 0 << true << none << none
-                                                << int(None);
-        QTest::newRow("F2 press goes to the stack") << ready << int(None) << int(Qt::Key_F2) << 0 << true << none << none
-                                                    << int(Meters);
-        QTest::newRow("F2 release goes to the stack") << ready << int(None) << int(Qt::Key_F2) << 0 << false << none
-                                                      << none << int(None);
-        QTest::newRow("menu: Enter becomes Return") << ready << int(MenuOpen) << int(Qt::Key_Enter) << 0 << false << none
-                                                    << QStringList{"Return-"} << int(MenuOpen);
-        QTest::newRow("menu: arrows go to the menu") << ready << int(MenuOpen) << int(Qt::Key_Down) << 0 << true << none
-                                                     << QStringList{"Down+"} << int(MenuOpen);
-        QTest::newRow("screen gets the rest") << ready << int(None) << int(Qt::Key_Asterisk) << 0 << false
-                                              << QStringList{"Asterisk-"} << none << int(None);
+        row("modal: Left is back-tab", ready, Modal, Qt::Key_Left, 0, true, {}, {"Shift+", "S-Tab+", "S-Shift+"}, None);
+        row("modal: Right is tab", ready, Modal, Qt::Key_Right, 0, false, {}, {"Tab-"}, None);
+        row("modal: Enter passes", ready, Modal, Qt::Key_Enter, 0, true, {}, {"Enter+"}, None);
+        row("modal: F1 ignored", ready, Modal, Qt::Key_F1, 0, true, {}, {}, None);
+        row("F1 opens the menu", ready, None, Qt::Key_F1, 0, true, {}, {}, MenuOpen);
+        row("F1 release does nothing", ready, None, Qt::Key_F1, 0, false, {}, {}, None);
+        row("F1 closes an open menu", ready, MenuOpen, Qt::Key_F1, 0, true, {}, {}, None);
+        row("F2 press goes to the stack", ready, None, Qt::Key_F2, 0, true, {}, {}, Meters);
+        row("menu: Enter becomes Return", ready, MenuOpen, Qt::Key_Enter, 0, false, {}, {"Return-"}, MenuOpen);
+        row("menu: arrows go to the menu", ready, MenuOpen, Qt::Key_Down, 0, true, {}, {"Down+"}, MenuOpen);
+        row("screen gets the rest", ready, None, Qt::Key_Asterisk, 0, false, {"Asterisk-"}, {}, None);
     }
     void routesEachKey()
     {
