@@ -81,6 +81,8 @@ private slots:
         QTRY_VERIFY(!popup.isVisible());
 
         popup.showMessage(QStringLiteral("until tapped"), 0, 0);
+        // It takes the taps meant for the screen under it.
+        QCOMPARE(QApplication::activeModalWidget(), &popup);
         QTest::qWait(50);
         QVERIFY(popup.isVisible());
         QTest::mouseClick(&popup, Qt::LeftButton);
