@@ -21,6 +21,7 @@
 #include <atomic>
 #include <condition_variable>
 #include <cstring>
+#include <filesystem>
 #include <fstream>
 #include <functional>
 #include <memory>
@@ -28,6 +29,7 @@
 #include <regex>
 #include <sstream>
 #include <string>
+#include <thread>
 #include <tuple>
 #include <vector>
 
@@ -228,13 +230,12 @@ private:
     bool m_closed = false;
 };
 
-// Logs a raw connection in as "user" the way a client would.
-bool raw_login(RawConnection& raw, ipc::Encoding encoding)
+// Logs a raw connection in as "user" the way a client would, reading the challenge unless given.
+bool raw_login(RawConnection& raw, ipc::Encoding encoding, Message challenge = Message())
 {
-    Message challenge;
     Message result;
     std::string mac;
-    if (!raw.receive(encoding, challenge) || challenge.name != ipc::envelope::kChallenge
+    if ((challenge.name.empty() && !raw.receive(encoding, challenge)) || challenge.name != ipc::envelope::kChallenge
         || !ipc::login::compute_mac(ipc::login::Role::Client, challenge.params().get_string("nonce", ""), "",
                                     kPassword, mac))
         return false;
@@ -250,11 +251,34 @@ void echo_answer(TestServer& server, const IPCSessionInfo& session, const Messag
     server.send_response(session.id, answer);
 }
 
+// Every test ends with the descriptors it started with: sockets, listeners, timers, lookups and
+// TLS sessions are all closed.
+class NoLeaks : public ::testing::Test {
+protected:
+    static long open_descriptors()
+    {
+        return std::distance(std::filesystem::directory_iterator("/proc/self/fd"), std::filesystem::directory_iterator());
+    }
+    void TearDown() override
+    {
+        // A finished lookup's thread lets go of its descriptor a moment after it answers.
+        for (int i = 0; i < 500 && open_descriptors() != m_before; ++i)
+            std::this_thread::sleep_for(2ms);
+        EXPECT_EQ(open_descriptors(), m_before);
+    }
+
+private:
+    const long m_before = open_descriptors();
+};
+using Server = NoLeaks;
+using Client = NoLeaks;
+using RemoteMode = NoLeaks;
+
 } // namespace
 
 // Subscriptions are sent at every login; a refused client closes and tries again after
 // retry_interval() while the other session is untouched.
-TEST(Server, LoginAndSubscriptionsAgainAfterAReconnectionWrongPasswordRefused)
+TEST_F(Server, LoginAndSubscriptionsAgainAfterAReconnectionWrongPasswordRefused)
 {
     const SocketAddr address(TestServer::unique_local_address(), 0);
     TestServer server(kPassword);
@@ -271,11 +295,16 @@ TEST(Server, LoginAndSubscriptionsAgainAfterAReconnectionWrongPasswordRefused)
 
     for (const auto& [id, reached] : {std::pair{"wifi:wlan0", 1u}, {"wifi", 0u}, {"netmgr", 1u}, {"netmgr.devices", 0u}})
         EXPECT_EQ(server.push_unso(id, Message("status", Params((std::string("for=") + id).c_str()))), reached) << id;
-    ASSERT_TRUE(client.wait_until([](const TestClient::Events& e) { return e.notifications.size() >= 2; }));
+    const unsigned int session = server.sessions()[0].id;
+    EXPECT_TRUE(server.push_unso_to(session, "netmgr", Message("status", Params("for=session"))));
+    EXPECT_FALSE(server.push_unso_to(session, "wifi", Message("status")));
+    EXPECT_FALSE(server.push_unso_to(session + 1, "netmgr", Message("status")));
+    ASSERT_TRUE(client.wait_until([](const TestClient::Events& e) { return e.notifications.size() >= 3; }));
     const TestClient::Events events = client.events();
-    ASSERT_EQ(events.notifications.size(), 2u);
+    ASSERT_EQ(events.notifications.size(), 3u);
     EXPECT_EQ(events.notifications[0].first, "wifi:wlan0");
     EXPECT_EQ(events.notifications[1].second.params().get_string("for", ""), "netmgr");
+    EXPECT_EQ(events.notifications[2].second.params().get_string("for", ""), "session");
 
     LogCapture log;
     TestClient intruder("velkor");
@@ -292,7 +321,7 @@ TEST(Server, LoginAndSubscriptionsAgainAfterAReconnectionWrongPasswordRefused)
     EXPECT_EQ(server.logins(), 2u);
 }
 
-class ServerSide : public ::testing::TestWithParam<ipc::Encoding> {};
+class ServerSide : public NoLeaks, public ::testing::WithParamInterface<ipc::Encoding> {};
 
 // A raw peer that skips the login or misbehaves after it; its connection alone is closed, with a reason.
 TEST_P(ServerSide, CommandBeforeLoginOrMalformedInputClosesOnlyThatConnectionWithALoggedError)
@@ -336,7 +365,7 @@ TEST_P(ServerSide, CommandBeforeLoginOrMalformedInputClosesOnlyThatConnectionWit
     EXPECT_EQ(client.events().connectionChanges, std::vector<bool>{true});
 }
 
-TEST(Server, ReaderThatFallsTooFarBehindIsCutOff)
+TEST_F(Server, ReaderThatFallsTooFarBehindIsCutOff)
 {
     LogCapture log;
     const std::string name = TestServer::unique_local_address();
@@ -363,7 +392,7 @@ INSTANTIATE_TEST_SUITE_P(Encodings, ServerSide, ::testing::Values(ipc::Encoding:
 // The client against a server played by hand: the password never crosses the link, only its MAC over
 // the nonce; a server that says yes without its own MAC, garbage or silence drop the link with a
 // logged error, and the client tries again.
-TEST(Client, LogsInWithAMacAndRecoversFromAnImpostorGarbageOrSilence)
+TEST_F(Client, LogsInWithAMacAndRecoversFromAnImpostorGarbageOrSilence)
 {
     const ipc::Encoding encoding = ipc::Encoding::Xmls;
     const std::string name = TestServer::unique_local_address();
@@ -411,7 +440,7 @@ TEST(Client, LogsInWithAMacAndRecoversFromAnImpostorGarbageOrSilence)
 
 // The host name of a remote unit is looked up off the loop: while the name server is silent the
 // loop keeps running and its lock stays free for the user interface.
-TEST(ClientLookup, ASilentNameServerHoldsNeitherTheLoopNorItsLock)
+TEST_F(Client, ASilentNameServerHoldsNeitherTheLoopNorItsLock)
 {
     const int port = TestServer::free_tcp_port();
     TestServer server(kPassword);
@@ -488,7 +517,7 @@ SocketAddr loopback(int port)
 // A remote session as an eavesdropper on the wire records it: TLS records only, application
 // data after the hellos, and none of the password, the names, the answers or the login's nonce and
 // MACs, so the capture gives nothing to test a password guess against.
-TEST(RemoteMode, ACaptureHoldsOnlyEncryptedRecords)
+TEST_F(RemoteMode, ACaptureHoldsOnlyEncryptedRecords)
 {
     const int port = TestServer::free_tcp_port();
     TestServer server(kPassword);
@@ -533,7 +562,7 @@ TEST(RemoteMode, ACaptureHoldsOnlyEncryptedRecords)
 
 // The first unit is pinned at the first login; another certificate on that address is refused,
 // unless the expected fingerprint given (as REMOTE_UI_FINGERPRINT would) is the new one's.
-TEST(RemoteMode, PinsTheFirstUnitRefusesAChangedOneHonoursAnExpectedFingerprint)
+TEST_F(RemoteMode, PinsTheFirstUnitRefusesAChangedOneHonoursAnExpectedFingerprint)
 {
     const int port = TestServer::free_tcp_port();
     const std::string unit = loopback(port).to_string();
@@ -579,7 +608,7 @@ TEST(RemoteMode, PinsTheFirstUnitRefusesAChangedOneHonoursAnExpectedFingerprint)
 
 // A relay that ends the client's TLS session and opens its own to the unit forwards every byte of
 // the login, yet the login is bound to the client's session and fails at the unit; nothing is pinned.
-TEST(RemoteMode, ALoginRelayedThroughASecondTlsSessionFails)
+TEST_F(RemoteMode, ALoginRelayedThroughASecondTlsSessionFails)
 {
     const int port = TestServer::free_tcp_port();
     TestServer server(kPassword);
@@ -603,7 +632,7 @@ TEST(RemoteMode, ALoginRelayedThroughASecondTlsSessionFails)
 
 // The limit of connections waiting for their login, exactly: the seventeenth closes the first, and
 // the second can still log in.
-TEST(ServerFlood, TheConnectionBeyondTheWaitingLimitClosesTheOldest)
+TEST_F(Server, TheConnectionBeyondTheWaitingLimitClosesTheOldest)
 {
     const std::string name = TestServer::unique_local_address();
     TestServer server(kPassword);
@@ -616,11 +645,29 @@ TEST(ServerFlood, TheConnectionBeyondTheWaitingLimitClosesTheOldest)
         ASSERT_TRUE(waiting.back()->receive(ipc::Encoding::Compact, challenges.back())) << i;
     }
     EXPECT_TRUE(waiting[0]->wait_closed());
-    std::string mac;
-    ASSERT_TRUE(ipc::login::compute_mac(ipc::login::Role::Client, challenges[1].params().get_string("nonce", ""), "",
-                                        kPassword, mac));
-    waiting[1]->send(ipc::Encoding::Compact, Message(ipc::envelope::kLogin, Params(("user=user mac=" + mac).c_str())));
-    Message result;
-    ASSERT_TRUE(waiting[1]->receive(ipc::Encoding::Compact, result));
-    EXPECT_TRUE(result.params().get_bool("ok", false));
+    EXPECT_TRUE(raw_login(*waiting[1], ipc::Encoding::Compact, challenges[1]));
+}
+
+// A server endpoint outside a loop has nobody to serve and refuses every user; one that leaves its
+// loop closes its listener with it.
+TEST_F(Server, WithoutALoopServesNothingAndLeavingTheLoopClosesItsListener)
+{
+    struct Bare : IPCEndpointServer {
+        void process_command(const IPCSessionInfo&, const Message&) override {}
+    };
+    const std::string name = TestServer::unique_local_address();
+    ThreadedManager loop;
+    {
+        Bare bare;
+        std::string password;
+        EXPECT_FALSE(bare.password_for("user", password));
+        EXPECT_EQ(bare.push_unso(IPCEndpointServer::kGenericUnso, Message("status")), 0u);
+        ASSERT_TRUE(loop.add_server("bare", &bare));
+        ASSERT_TRUE(loop.listen_server("compact", "stream", SocketAddr(name, 0), "bare"));
+        loop.start_thread();
+        const int connected = local_socket(name, false);
+        EXPECT_GE(connected, 0);
+        close(connected);
+    }
+    EXPECT_EQ(local_socket(name, false), -1);
 }
