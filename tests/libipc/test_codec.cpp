@@ -1,4 +1,5 @@
 #include "codec.h"
+#include "utf8.h"
 
 #include <gtest/gtest.h>
 
@@ -227,6 +228,18 @@ TEST(PatternMatches, StarSuffixMatchesPrefixElseExact)
         {"*", "", true}, {"a*b", "axb", false}};
     for (const auto& [pattern, identifier, matches] : cases)
         EXPECT_EQ(pattern_matches(pattern, identifier), matches) << pattern << " vs " << identifier;
+}
+
+TEST(Utf8, AcceptsWellFormedTextOnlyAndAsksAboutEveryCodePoint)
+{
+    const std::pair<std::string, bool> cases[] = {
+        {""s, true}, {"\0a"s, true}, {"\xc3\xa9\xe2\x82\xac\xf0\x9f\x8e\x99"s, true}, {"\xf4\x8f\xbf\xbf"s, true},
+        {"\xf4\x90\x80\x80"s, false}, {"\xc0\x80"s, false}, {"\xe0\x9f\xbf"s, false}, {"\xf0\x8f\xbf\xbf"s, false},
+        {"\xed\xa0\x80"s, false}, {"\xe2\x82"s, false}, {"\xe2\x28\xa1"s, false}, {"\xf8\x88\x80\x80\x80"s, false},
+        {"\x80"s, false}};
+    for (const auto& [text, valid] : cases)
+        EXPECT_EQ(utf8_all_of(text, [](char32_t) { return true; }), valid) << testing::PrintToString(text);
+    EXPECT_FALSE(utf8_all_of("ab", [](char32_t c) { return c != 'b'; }));
 }
 
 } // namespace

@@ -27,7 +27,7 @@
 #include <memory>
 #include <mutex>
 #include <regex>
-#include <sstream>
+#include <iterator>
 #include <string>
 #include <thread>
 #include <tuple>
@@ -38,47 +38,21 @@ using namespace std::chrono_literals;
 namespace {
 
 // The name server as these tests see it: kSlowHost is answered, as the loopback address, only
-// once the test releases it; every other name goes to the real resolver.
+// once the test stops holding it; every other name goes to the real resolver.
 const char* const kSlowHost = "slow.unit.test";
+struct {
+    std::mutex mutex;
+    std::condition_variable changed;
+    bool held = false;
+    bool asked = false;
+} g_nameServer;
 
-class SlowNameServer {
-public:
-    static SlowNameServer& instance()
-    {
-        static SlowNameServer server;
-        return server;
-    }
-    void hold()
-    {
-        std::lock_guard<std::mutex> lock(m_mutex);
-        m_held = true;
-        m_asked = false;
-    }
-    void release()
-    {
-        std::lock_guard<std::mutex> lock(m_mutex);
-        m_held = false;
-        m_changed.notify_all();
-    }
-    bool wait_asked()
-    {
-        std::unique_lock<std::mutex> lock(m_mutex);
-        return m_changed.wait_for(lock, 10s, [this] { return m_asked; });
-    }
-    void answer_when_released()
-    {
-        std::unique_lock<std::mutex> lock(m_mutex);
-        m_asked = true;
-        m_changed.notify_all();
-        m_changed.wait(lock, [this] { return !m_held; });
-    }
-
-private:
-    std::mutex m_mutex;
-    std::condition_variable m_changed;
-    bool m_held = false;
-    bool m_asked = false;
-};
+void hold_name_server(bool held)
+{
+    std::lock_guard<std::mutex> lock(g_nameServer.mutex);
+    g_nameServer.held = held;
+    g_nameServer.changed.notify_all();
+}
 
 } // namespace
 
@@ -87,7 +61,10 @@ extern "C" int getaddrinfo(const char* node, const char* service, const addrinfo
     using Resolver = int (*)(const char*, const char*, const addrinfo*, addrinfo**);
     static const auto next = reinterpret_cast<Resolver>(dlsym(RTLD_NEXT, "getaddrinfo"));
     if (node && std::strcmp(node, kSlowHost) == 0) {
-        SlowNameServer::instance().answer_when_released();
+        std::unique_lock<std::mutex> lock(g_nameServer.mutex);
+        g_nameServer.asked = true;
+        g_nameServer.changed.notify_all();
+        g_nameServer.changed.wait(lock, [] { return !g_nameServer.held; });
         node = "127.0.0.1";
     }
     return next(node, service, hints, res);
@@ -445,13 +422,15 @@ TEST_F(Client, ASilentNameServerHoldsNeitherTheLoopNorItsLock)
     const int port = TestServer::free_tcp_port();
     TestServer server(kPassword);
     ASSERT_TRUE(server.listen("xmls", SocketAddr("127.0.0.1", port)));
-    SlowNameServer::instance().hold();
+    hold_name_server(true);
+    // Released whatever happens, so that the lookup's thread ends.
+    const std::shared_ptr<void> releaseAtEnd(nullptr, [](void*) { hold_name_server(false); });
     TestClient client(kPassword);
-    struct ReleaseAtEnd {
-        ~ReleaseAtEnd() { SlowNameServer::instance().release(); }
-    } releaseAtEnd;
     ASSERT_TRUE(client.start(ipc::Encoding::Xmls, SocketAddr(kSlowHost, port)));
-    ASSERT_TRUE(SlowNameServer::instance().wait_asked());
+    {
+        std::unique_lock<std::mutex> lock(g_nameServer.mutex);
+        ASSERT_TRUE(g_nameServer.changed.wait_for(lock, 10s, [] { return g_nameServer.asked; }));
+    }
 
     ASSERT_TRUE(client.loop().lock_free_within(2s));
     std::atomic<bool> timerRan{false};
@@ -459,7 +438,7 @@ TEST_F(Client, ASilentNameServerHoldsNeitherTheLoopNorItsLock)
     EXPECT_TRUE(client.loop().wait_until([&timerRan] { return timerRan.load(); }, 2s));
     EXPECT_FALSE(client.send_command(Message("getVersion")));
 
-    SlowNameServer::instance().release();
+    hold_name_server(false);
     EXPECT_TRUE(client.wait_until([](const TestClient::Events& e) { return e.logins == 1; }));
 }
 
@@ -480,9 +459,7 @@ bool tls_record_types(const std::string& stream, std::vector<unsigned char>& typ
 std::string file_text(const std::string& path)
 {
     std::ifstream in(path);
-    std::ostringstream text;
-    text << in.rdbuf();
-    return text.str();
+    return std::string(std::istreambuf_iterator<char>(in), {});
 }
 
 // The fingerprint of the identity a server keeps in `directory`.
@@ -498,18 +475,14 @@ std::string identity_fingerprint(const std::string& directory)
 std::string with_colons_upper_case(const std::string& hex)
 {
     std::string text;
-    for (std::size_t i = 0; i < hex.size(); i += 2)
-        text += (i ? ":" : "") + hex.substr(i, 2);
-    for (char& c : text)
-        c = static_cast<char>(std::toupper(static_cast<unsigned char>(c)));
+    for (std::size_t i = 0; i < hex.size(); ++i)
+        text += (i && i % 2 == 0 ? ":" : "") + std::string(1, static_cast<char>(std::toupper(hex[i])));
     return text;
 }
 
-const SocketAddr kLoopback("127.0.0.1", 0);
-
 SocketAddr loopback(int port)
 {
-    return SocketAddr(kLoopback.host(), port);
+    return SocketAddr("127.0.0.1", port);
 }
 
 } // namespace
@@ -539,13 +512,10 @@ TEST_F(RemoteMode, ACaptureHoldsOnlyEncryptedRecords)
 
     // The nonce and both MACs, as the client's debug trace of what it received and sent shows them.
     std::vector<std::string> secrets = {kPassword, "getPeerList", "peerList", "remote-s3cret", "challenge", "login"};
-    std::istringstream trace(log.all());
+    const std::string trace = log.all();
     const std::regex loginValue("(nonce|mac):s=\"([0-9a-f]{64})");
-    std::smatch found;
-    for (std::string line; std::getline(trace, line);) {
-        if (std::regex_search(line, found, loginValue))
-            secrets.push_back(found[2]);
-    }
+    for (std::sregex_iterator found(trace.begin(), trace.end(), loginValue), end; found != end; ++found)
+        secrets.push_back((*found)[2]);
     ASSERT_EQ(secrets.size(), 9u);
 
     for (const std::string& stream : {tap.toServer(), tap.toClient()}) {
