@@ -1,6 +1,7 @@
 #include "codec.h"
 #include "ipcendpoint.h"
 #include "ipcserverlink.h"
+#include "knownunits.h"
 #include "logcapture.h"
 #include "login.h"
 #include "tcprelay.h"
@@ -15,6 +16,7 @@
 #include <netdb.h>
 #include <poll.h>
 #include <sys/socket.h>
+#include <sys/stat.h>
 #include <sys/un.h>
 #include <unistd.h>
 
@@ -574,6 +576,52 @@ TEST_F(RemoteMode, PinsTheFirstUnitRefusesAChangedOneHonoursAnExpectedFingerprin
     EXPECT_EQ(second.logins(), 0u);
     EXPECT_TRUE(log_in(with_colons_upper_case(secondFingerprint)));
     EXPECT_EQ(second.logins(), 1u);
+}
+
+// The pin file keeps comments, blank lines and other units' lines; only the unit's own line is
+// replaced, and only a malformed line of the unit asked about is an error.
+TEST(KnownUnits, PinsOneLinePerUnitAndReadsItBack)
+{
+    TemporaryDirectory home;
+    const std::string one(64, 'a');
+    const std::string two(64, 'b');
+    const ipc::tls::KnownUnits units(home.file("a/b/known_units"));
+    std::string fingerprint = "stale";
+    std::string error;
+    EXPECT_TRUE(units.pinned("unit:1", fingerprint, error));
+    EXPECT_EQ(fingerprint, "");
+    ASSERT_TRUE(units.pin("unit:9", two, error)) << error;
+    struct stat directory {};
+    ASSERT_EQ(stat(home.file("a/b").c_str(), &directory), 0);
+    EXPECT_EQ(directory.st_mode & 0777, 0700u);
+    std::ofstream(units.file()) << "# unit:1 " << two << "\nunit:2 nonsense\n\nunit:1 " << with_colons_upper_case(one) << "\n";
+
+    const std::tuple<const char*, bool, std::string, const char*> reads[] = {
+        {"unit:1", true, one, ""}, {"unit:3", true, "", ""}, {"unit:2", false, "", "known_units:2: not a SHA-256 fingerprint: nonsense"}};
+    for (const auto& [unit, ok, pinned, reason] : reads) {
+        error.clear();
+        EXPECT_EQ(units.pinned(unit, fingerprint, error), ok) << unit;
+        EXPECT_EQ(fingerprint, pinned) << unit;
+        EXPECT_NE(error.find(reason), std::string::npos) << error;
+    }
+    ASSERT_TRUE(units.pin("unit:1", two, error)) << error;
+    EXPECT_EQ(file_text(units.file()), "# unit:1 " + two + "\nunit:2 nonsense\n\nunit:1 " + two + "\n");
+    EXPECT_FALSE(ipc::tls::KnownUnits(home.path()).pin("unit:1", one, error));
+    EXPECT_NE(error.find("cannot write " + home.path()), std::string::npos) << error;
+    EXPECT_FALSE(ipc::tls::KnownUnits("").pin("unit:1", one, error));
+    EXPECT_NE(error.find("no file to keep it in"), std::string::npos) << error;
+}
+
+TEST(KnownUnits, LiveUnderXdgConfigHomeElseUnderHome)
+{
+    const char* const cases[][3] = {
+        {"/xdg", "/home/op", "/xdg/orvane/known_units"}, {"relative", "/home/op", "/home/op/.config/orvane/known_units"},
+        {"", "relative", ""}};
+    for (const auto& [xdg, home, file] : cases) {
+        setenv("XDG_CONFIG_HOME", xdg, 1);
+        setenv("HOME", home, 1);
+        EXPECT_EQ(ipc::tls::KnownUnits::default_file(), file) << xdg << " " << home;
+    }
 }
 
 // A relay that ends the client's TLS session and opens its own to the unit forwards every byte of
