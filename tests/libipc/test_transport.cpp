@@ -3,6 +3,7 @@
 #include "ipcserverlink.h"
 #include "knownunits.h"
 #include "logcapture.h"
+#include "netutil.h"
 #include "login.h"
 #include "tcprelay.h"
 #include "temporarydirectory.h"
@@ -664,6 +665,51 @@ TEST_F(Server, TheConnectionBeyondTheWaitingLimitClosesTheOldest)
     }
     EXPECT_TRUE(waiting[0]->wait_closed());
     EXPECT_TRUE(raw_login(*waiting[1], ipc::Encoding::Compact, challenges[1]));
+}
+
+// Every failure to listen or connect says why and leaves no socket open; peers are named by
+// process or by address and port.
+TEST_F(Server, SocketsListenConnectAndAcceptOrSayWhyNot)
+{
+    const std::string name = TestServer::unique_local_address();
+    const int port = TestServer::free_tcp_port();
+    std::string error;
+    std::string peer;
+    const int local = ipc::net::listen_stream(SocketAddr(name, 0), error);
+    const int tcp = ipc::net::listen_stream(loopback(port), error);
+    ASSERT_TRUE(local >= 0 && tcp >= 0) << error;
+    EXPECT_EQ(ipc::net::accept_stream(local, peer, error), -1);
+    EXPECT_EQ(error, "");
+    const std::pair<SocketAddr, const char*> refused[] = {
+        {SocketAddr(name, 0), "bind/listen: Address already in use"}, {loopback(port), "bind/listen: Address already in use"},
+        {SocketAddr("/" + std::string(108, 'x'), 0), "local address too long"}};
+    for (const auto& [address, reason] : refused) {
+        EXPECT_EQ(ipc::net::listen_stream(address, error), -1) << address.to_string();
+        EXPECT_NE(error.find(reason), std::string::npos) << error;
+    }
+    EXPECT_EQ(ipc::net::connect_local(SocketAddr(name + "-none", 0), error), -1);
+    EXPECT_EQ(error, "connect: Connection refused");
+
+    const int client = ipc::net::connect_local(SocketAddr(name, 0), error);
+    const int served = ipc::net::accept_stream(local, peer, error);
+    EXPECT_EQ(peer, "local pid " + std::to_string(getpid()));
+    addrinfo* addresses = nullptr;
+    ASSERT_EQ(getaddrinfo("127.0.0.1", std::to_string(port).c_str(), nullptr, &addresses), 0);
+    bool pending = true;
+    const int tcpClient = ipc::net::connect_tcp(addresses, pending, error);
+    freeaddrinfo(addresses);
+    pollfd writable{tcpClient, POLLOUT, 0};
+    ASSERT_EQ(poll(&writable, 1, 5000), 1);
+    EXPECT_EQ(ipc::net::connect_result(tcpClient), "");
+    const int tcpServed = ipc::net::accept_stream(tcp, peer, error);
+    EXPECT_EQ(peer.rfind("127.0.0.1:", 0), 0u) << peer;
+    for (const int fd : {local, tcp, client, served, tcpClient, tcpServed})
+        close(fd);
+
+    setenv("LIBIPC_LOCAL_ADDR", "/elsewhere", 1);
+    EXPECT_EQ(ipc::net::effective_address(SocketAddr("/orvane", 0)).host(), "/elsewhere");
+    EXPECT_EQ(ipc::net::effective_address(loopback(port)).host(), "127.0.0.1");
+    unsetenv("LIBIPC_LOCAL_ADDR");
 }
 
 // A server endpoint outside a loop has nobody to serve and refuses every user; one that leaves its
