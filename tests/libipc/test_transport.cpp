@@ -713,21 +713,44 @@ TEST_F(Server, SocketsListenConnectAndAcceptOrSayWhyNot)
 }
 
 // A server endpoint outside a loop has nobody to serve and refuses every user; one that leaves its
-// loop closes its listener with it.
-TEST_F(Server, WithoutALoopServesNothingAndLeavingTheLoopClosesItsListener)
+// loop closes its listener with it. Misuse of the loop is refused with a logged reason.
+TEST_F(Server, EndpointsOutsideTheLoopOrMisusingItServeNothing)
 {
     struct Bare : IPCEndpointServer {
         void process_command(const IPCSessionInfo&, const Message&) override {}
     };
     const std::string name = TestServer::unique_local_address();
+    const SocketAddr address(name, 0);
     ThreadedManager loop;
+    IPCEndpointClient client;
+    IPCEndpointClient other;
+    LogCapture log;
     {
         Bare bare;
         std::string password;
         EXPECT_FALSE(bare.password_for("user", password));
         EXPECT_EQ(bare.push_unso(IPCEndpointServer::kGenericUnso, Message("status")), 0u);
-        ASSERT_TRUE(loop.add_server("bare", &bare));
-        ASSERT_TRUE(loop.listen_server("compact", "stream", SocketAddr(name, 0), "bare"));
+        ASSERT_TRUE(loop.add_server("bare", &bare) && loop.add_client("client", &client));
+        ASSERT_TRUE(loop.connect_client("xmls", "stream", address, "client", 0, ""));
+        const std::pair<bool, const char*> misuses[] = {
+            {loop.add_server("bare", nullptr), "cannot register server bare"},
+            {loop.add_server("again", &bare), "cannot register server again"},
+            {loop.listen_server("json", "stream", address, "bare"), "server bare: unsupported encoding json or transport stream"},
+            {loop.listen_server("xmls", "dgram", address, "bare"), "server bare: unsupported encoding xmls or transport dgram"},
+            {loop.listen_server("xmls", "stream", address, "nobody"), "server nobody: no such server"},
+            {loop.add_client("client", &other), "cannot register client client"},
+            {loop.add_client("again", &client), "cannot register client again"},
+            {loop.connect_client("json", "stream", address, "client", 0, ""), "client client: unsupported encoding json"},
+            {loop.connect_client("xmls", "dgram", address, "client", 0, ""), "client client: unsupported encoding xmls or transport dgram"},
+            {loop.connect_client("xmls", "stream", address, "nobody", 0, ""), "client nobody: no such client"},
+            {loop.connect_client("xmls", "stream", address, "client", 0, ""), "client client: already connecting"}};
+        for (const auto& [accepted, reason] : misuses) {
+            EXPECT_FALSE(accepted) << reason;
+            EXPECT_TRUE(log.wait_for_error(reason)) << reason;
+        }
+        loop.remove_client("client");
+        EXPECT_TRUE(loop.add_client("other", &client));
+        ASSERT_TRUE(loop.listen_server("compact", "stream", address, "bare"));
         loop.start_thread();
         const int connected = local_socket(name, false);
         EXPECT_GE(connected, 0);
