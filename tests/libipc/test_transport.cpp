@@ -609,6 +609,8 @@ TEST(KnownUnits, PinsOneLinePerUnitAndReadsItBack)
     EXPECT_EQ(file_text(units.file()), "# unit:1 " + two + "\nunit:2 nonsense\n\nunit:1 " + two + "\n");
     EXPECT_FALSE(ipc::tls::KnownUnits(home.path()).pin("unit:1", one, error));
     EXPECT_NE(error.find("cannot write " + home.path()), std::string::npos) << error;
+    EXPECT_FALSE(ipc::tls::KnownUnits(units.file() + "/c/known_units").pin("unit:1", one, error));
+    EXPECT_NE(error.find("cannot create " + units.file() + "/c"), std::string::npos) << error;
     EXPECT_FALSE(ipc::tls::KnownUnits("").pin("unit:1", one, error));
     EXPECT_NE(error.find("no file to keep it in"), std::string::npos) << error;
 }
@@ -693,11 +695,18 @@ TEST_F(Server, SocketsListenConnectAndAcceptOrSayWhyNot)
     const int client = ipc::net::connect_local(SocketAddr(name, 0), error);
     const int served = ipc::net::accept_stream(local, peer, error);
     EXPECT_EQ(peer, "local pid " + std::to_string(getpid()));
-    addrinfo* addresses = nullptr;
-    ASSERT_EQ(getaddrinfo("127.0.0.1", std::to_string(port).c_str(), nullptr, &addresses), 0);
-    bool pending = true;
-    const int tcpClient = ipc::net::connect_tcp(addresses, pending, error);
-    freeaddrinfo(addresses);
+    const auto connect_tcp = [&](const char* host) {
+        const addrinfo hints{0, AF_INET, SOCK_STREAM, 0, 0, nullptr, nullptr, nullptr};
+        addrinfo* addresses = nullptr;
+        bool pending = true;
+        getaddrinfo(host, std::to_string(port).c_str(), &hints, &addresses);
+        const int fd = ipc::net::connect_tcp(addresses, pending, error);
+        freeaddrinfo(addresses);
+        return fd;
+    };
+    EXPECT_EQ(connect_tcp("255.255.255.255"), -1);
+    EXPECT_EQ(error, "connect: Network is unreachable");
+    const int tcpClient = connect_tcp("127.0.0.1");
     pollfd writable{tcpClient, POLLOUT, 0};
     ASSERT_EQ(poll(&writable, 1, 5000), 1);
     EXPECT_EQ(ipc::net::connect_result(tcpClient), "");
