@@ -734,6 +734,7 @@ TEST_F(Server, EndpointsOutsideTheLoopOrMisusingItServeNothing)
     IPCEndpointClient client;
     IPCEndpointClient other;
     LogCapture log;
+    std::unique_ptr<RawConnection> raw;
     {
         Bare bare;
         std::string password;
@@ -761,10 +762,12 @@ TEST_F(Server, EndpointsOutsideTheLoopOrMisusingItServeNothing)
         EXPECT_TRUE(loop.add_client("other", &client));
         ASSERT_TRUE(loop.listen_server("compact", "stream", address, "bare"));
         loop.start_thread();
-        const int connected = local_socket(name, false);
-        EXPECT_GE(connected, 0);
-        close(connected);
+        raw = std::make_unique<RawConnection>(local_socket(name, false));
+        Message challenge;
+        EXPECT_TRUE(raw->receive(ipc::Encoding::Compact, challenge));
     }
+    EXPECT_TRUE(raw->wait_closed());
+    raw.reset();
     // The loop closes the listener on its next turn.
     EXPECT_TRUE(loop.wait_until([&] {
         const int late = local_socket(name, false);
