@@ -299,6 +299,7 @@ TEST_F(Server, LoginAndSubscriptionsAgainAfterAReconnectionWrongPasswordRefused)
     EXPECT_FALSE(intruder.send_command(Message("getVersion")));
     EXPECT_TRUE(log.wait_for_error("login refused for user \"user\""));
     EXPECT_EQ(server.logins(), 2u);
+    EXPECT_EQ(server.logouts(), 1u);
 }
 
 class ServerSide : public NoLeaks, public ::testing::WithParamInterface<ipc::Encoding> {};
@@ -318,7 +319,9 @@ TEST_P(ServerSide, CommandBeforeLoginOrMalformedInputClosesOnlyThatConnectionWit
         {ipc::frame("\xff\x01<not a message>\x80\x00"), "undecodable frame", true},
         {std::string("\x7f\xff\xff\xf0", 4) + "tail", "frame larger than", true},
         {command.substr(0, command.size() - 3), "closed by peer inside a frame", true},
-        {ipc::frame(ipc::encode(encoding, deep)), "undecodable frame", true}};
+        {ipc::frame(ipc::encode(encoding, deep)), "undecodable frame", true},
+        {ipc::frame(ipc::encode(encoding, Message(ipc::envelope::kSubscribe))), "malformed \"subscribe\" envelope", true},
+        {command, "malformed \"command\" envelope", true}};
 
     const std::string name = TestServer::unique_local_address();
     TestServer server(kPassword);
@@ -353,8 +356,11 @@ TEST_F(Server, ReaderThatFallsTooFarBehindIsCutOff)
     ASSERT_TRUE(server.listen("compact", SocketAddr(name, 0)));
     RawConnection raw(local_socket(name, false));
     ASSERT_TRUE(raw_login(raw, ipc::Encoding::Compact));
-    raw.send(ipc::Encoding::Compact, Message(ipc::envelope::kSubscribe, Params("pattern=bulk")));
-    ASSERT_TRUE(server.wait_until([&] { return server.sessions().at(0).subscriptions.size() == 1; }));
+    // A pattern given twice is kept once.
+    for (const char* pattern : {"pattern=bulk", "pattern=bulk", "pattern=last"})
+        raw.send(ipc::Encoding::Compact, Message(ipc::envelope::kSubscribe, Params(pattern)));
+    ASSERT_TRUE(server.wait_until([&] { return server.sessions().at(0).subscriptions.back() == "last"; }));
+    EXPECT_EQ(server.sessions().at(0).subscriptions.size(), 2u);
 
     // The raw peer never reads; a megabyte at a time overflows the output queue.
     const Message bulk("bulk", Params(("data=" + std::string(1 << 20, 'x')).c_str()));
