@@ -411,6 +411,7 @@ TEST_F(Client, LogsInWithAMacAndRecoversFromAnImpostorAMalformedAnswerOrSilence)
 
         raw.send(encoding, Message(ipc::envelope::kResponse));
         EXPECT_TRUE(raw.wait_closed());
+        EXPECT_TRUE(client.loop().wait_until([&client] { return !client.is_logged_in(); }));
     }
     EXPECT_TRUE(log.wait_for_error("IPC link to " + name + ": malformed \"response\" envelope"));
     RawConnection silent(accept_one());
