@@ -131,7 +131,13 @@ public:
     std::string get_password() override { return m_password; }
     int retry_interval() const override { return 1; }
     void process_response(const Message& msg) override { m_events.responses.push_back(msg); }
-    void process_unso_id(const std::string& id, const Message& msg) override { m_events.notifications.emplace_back(id, msg); }
+    // The library's own process_unso_id passes the message on to process_unso.
+    void process_unso_id(const std::string& id, const Message& msg) override
+    {
+        m_events.notifications.emplace_back(id, Message());
+        IPCEndpointClient::process_unso_id(id, msg);
+    }
+    void process_unso(const Message& msg) override { m_events.notifications.back().second = msg; }
 
 private:
     TemporaryDirectory m_configuration;
@@ -315,6 +321,8 @@ TEST_P(ServerSide, CommandBeforeLoginOrMalformedInputClosesOnlyThatConnectionWit
     const std::string command = ipc::frame(ipc::encode(encoding, Message(ipc::envelope::kCommand, Params("seq=x"))));
     const std::tuple<std::string, const char*, bool> cases[] = {
         {command, "\"command\" before login; connection closed", false},
+        {ipc::frame(ipc::encode(encoding, Message(ipc::envelope::kLogin, Params("user=user mac=00")))),
+         "login refused for user \"user\"", false},
         {std::string("\x00\x00\x04\x01", 4) + std::string(1025, 'x'), "frame larger than 1024 bytes", false},
         {ipc::frame("\xff\x01<not a message>\x80\x00"), "undecodable frame", true},
         {std::string("\x7f\xff\xff\xf0", 4) + "tail", "frame larger than", true},
@@ -404,6 +412,7 @@ TEST_F(Client, LogsInWithAMacAndRecoversFromAnImpostorAMalformedAnswerOrSilence)
         RawConnection raw(accept_one());
         raw.send(encoding, challenge);
         ASSERT_TRUE(raw.receive(encoding, login));
+        EXPECT_FALSE(client.send_command(Message("getVersion")));
         EXPECT_EQ(login, Message(ipc::envelope::kLogin, Params(("user=user mac=" + kKnownMac).c_str())));
         raw.send(encoding, Message(ipc::envelope::kLoginResult, Params(("ok:b=true mac=" + kKnownUnitMac).c_str())));
         ASSERT_TRUE(client.wait_until([](const TestClient::Events& e) { return e.logins == 1; }));
@@ -527,6 +536,7 @@ TEST_F(RemoteMode, ACaptureHoldsOnlyEncryptedRecords)
     for (std::sregex_iterator found(trace.begin(), trace.end(), loginValue), end; found != end; ++found)
         secrets.push_back((*found)[2]);
     ASSERT_EQ(secrets.size(), 9u);
+    EXPECT_NE(trace.find(": message tracing on"), std::string::npos);
     EXPECT_NE(trace.find("IPC client test sends:"), std::string::npos);
     EXPECT_NE(trace.find("IPC client test received:"), std::string::npos);
 
@@ -539,6 +549,42 @@ TEST_F(RemoteMode, ACaptureHoldsOnlyEncryptedRecords)
         EXPECT_EQ(types[0], 0x16); // the hello
         for (std::size_t i = 1; i < types.size(); ++i)
             EXPECT_TRUE(types[i] == 0x17 || types[i] == 0x14) << "record " << i << " of type " << int(types[i]);
+    }
+}
+
+// The unit's identity is made once and kept; half an identity, a damaged one or a place where none
+// can be written is an error, never a new identity.
+TEST_F(RemoteMode, TheUnitsIdentityIsMadeOnceAndKept)
+{
+    TemporaryDirectory home;
+    const std::string directory = home.file("unit");
+    const std::string first = identity_fingerprint(directory);
+    EXPECT_EQ(ipc::tls::normalise_fingerprint(first), first);
+    EXPECT_EQ(identity_fingerprint(directory), first);
+    struct stat key {};
+    ASSERT_EQ(stat((directory + "/unit.key").c_str(), &key), 0);
+    EXPECT_EQ(key.st_mode & 0777, 0600u);
+    identity_fingerprint(home.file("other"));
+    std::filesystem::create_directories(home.file("unwritable/unit.key.new"));
+    std::ofstream(home.file("file")) << "x";
+    const std::function<void()> damages[] = {
+        [&] { std::filesystem::remove(directory + "/unit.crt"); },
+        [&] { std::ofstream(directory + "/unit.crt") << "-----BEGIN CERTIFICATE-----\n"; },
+        [&] { std::filesystem::copy_file(home.file("other/unit.crt"), directory + "/unit.crt",
+                                         std::filesystem::copy_options::overwrite_existing); }};
+    const std::pair<std::string, std::string> refused[] = {
+        {directory, "only one of " + directory + "/unit.key and " + directory + "/unit.crt exists"},
+        {directory, directory + "/unit.crt"},
+        {directory, "identity in " + directory},
+        {home.file("unwritable"), "cannot write " + home.file("unwritable/unit.key.new")},
+        {home.file("file/unit"), "cannot create " + home.file("file/unit")}};
+    for (std::size_t i = 0; i < std::size(refused); ++i) {
+        if (i < std::size(damages))
+            damages[i]();
+        std::string fingerprint;
+        std::string error;
+        EXPECT_FALSE(ipc::tls::server_context(refused[i].first, fingerprint, error));
+        EXPECT_NE(error.find(refused[i].second), std::string::npos) << error;
     }
 }
 
