@@ -216,9 +216,20 @@ TEST(Frame, PrefixesTheBigEndianLengthAndPeekChecksTheLimit)
                                                          {bytes({0, 0x80, 0, 1}), FrameStatus::TooLarge}};
     for (const auto& [buffer, status] : cases)
         EXPECT_EQ(peek_frame(buffer.data(), buffer.size(), payloadSize), status) << buffer.size();
-    const std::string complete = bytes({0, 0, 0, 1, 'a', 0, 0});
+    const std::string complete = bytes({0, 0, 0, 1, 'a'});
     EXPECT_EQ(peek_frame(complete.data(), complete.size(), payloadSize), FrameStatus::Complete);
     EXPECT_EQ(payloadSize, 1u);
+}
+
+TEST(Encoding, NamesParseBackAndUnknownOnesAreRefused)
+{
+    for (const Encoding encoding : {Encoding::Compact, Encoding::Xmls}) {
+        Encoding parsed = encoding == Encoding::Compact ? Encoding::Xmls : Encoding::Compact;
+        EXPECT_TRUE(parse_encoding(encoding_name(encoding), parsed));
+        EXPECT_EQ(parsed, encoding);
+    }
+    Encoding parsed;
+    EXPECT_FALSE(parse_encoding("json", parsed));
 }
 
 TEST(PatternMatches, StarSuffixMatchesPrefixElseExact)

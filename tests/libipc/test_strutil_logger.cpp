@@ -87,7 +87,8 @@ TEST_F(LoggerTest, WritesALineOnlyAboveZeroAndUpToItsCategorysThreshold)
     const Case cases[] = {
         {0, LOG_ERROR, 0, LOG_ERROR, true},    {0, LOG_ERROR, 0, LOG_WARNING, false},
         {0, LOG_DEBUG, 0, LOG_NONE, false},    {5, LOG_DEBUG, 5, LOG_INFO, true},
-        {5, LOG_DEBUG, 6, LOG_INFO, false},    {31, LOG_INFO, 31, LOG_INFO, true},
+        {5, LOG_DEBUG, 6, LOG_INFO, false},    {0, LOG_ERROR, 5, LOG_INFO, false},
+        {31, LOG_INFO, 31, LOG_INFO, true},
         {0, LOG_DEBUG, 32, LOG_DEBUG, true},   {0, LOG_DEBUG, 4000, LOG_VERBOSE, true},
         {32, LOG_INFO, 0, LOG_INFO, true},     {32, LOG_INFO, 1, LOG_INFO, false}};
     for (const Case& c : cases) {
