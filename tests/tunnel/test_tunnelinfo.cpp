@@ -74,6 +74,7 @@ void TestTunnelInfo::sessionLife_data()
     const QString stats3 = "tun_stats {sess sid:i=3};";
     QTest::newRow("first statistics create") << "tun_stats {sess sid:i=3 d:i=40}" << "create 3,delay 3,green" << 3;
     QTest::newRow("new sid destroys first") << stats3 + "tun_stats {sess sid:i=4 d:i=40}" << "destroy 3,create 4,delay 4,green" << 4;
+    QTest::newRow("sess without sid") << "tun_stats {sess}" << "create 0,green" << 0;
     QTest::newRow("no sess destroys") << stats3 + "tun_stats" << "destroy 3,gray" << 0;
     QTest::newRow("status: the only sess, idle") << "status {sess sid:i=5 active_conns:i=0" + a << "create 5" << 5;
     QTest::newRow("status: two idle") << "status {sess sid:i=5 active_conns:i=0" + a + " {sess sid:i=6" + a << "" << 0;
