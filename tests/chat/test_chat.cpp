@@ -2,6 +2,7 @@
 // tamed, presence lines, sending from the entry and the keypad.
 #include "cachefeeder.h"
 #include "chat.h"
+#include "logcapture.h"
 #include "platformkey.h"
 
 #include <QScrollBar>
@@ -67,8 +68,14 @@ void TestChat::recordsBecomeColouredLines()
 
     answer("chat", Message("chat", Params("type=message from=Earlier text=first portable:b=true")));
     QSignalSpy alerts(m_chat.get(), &Chat::chatAlert);
-    answer("chat", Message("chat", Params(record.toUtf8().constData())));
+    LogCapture log(LOG_DEBUG);
+    const Message msg("chat", Params(record.toUtf8().constData()));
+    answer("chat", msg);
     QCOMPARE(alerts.count(), int(alert));
+    // Each line shown is on the debug log.
+    const std::string logged = "chat: " + msg.params().get_string("type", "") + " line from " +
+                               msg.params().get_string("from", "") + (alert ? ", alert\n" : "\n");
+    QCOMPARE(log.all().find(logged) != std::string::npos, !line.isEmpty());
     QCOMPARE(m_chat->textChat->document()->blockCount(), line.isEmpty() ? 1 : 2);
     if (!line.isEmpty()) {
         QCOMPARE(lastLine().text(), line);

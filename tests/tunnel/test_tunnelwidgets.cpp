@@ -142,61 +142,50 @@ void TestTunnelWidgets::sliderPainting()
 }
 
 // Plots of 360 x 100 pixels: 3-pixel columns, the newest at x = 357..359. Each point is the
-// middle of a column, "sample:y", with the colour expected there.
+// middle of a column, "sample:y=colour".
 void TestTunnelWidgets::graphColumns_data()
 {
     QTest::addColumn<bool>("utilization");
-    QTest::addColumn<QStringList>("points");
-    QTest::addColumn<QList<QColor>>("colours");
-    QTest::addColumn<QStringList>("labels");
+    QTest::addColumn<QString>("points");
+    QTest::addColumn<QString>("labels");
 
-    const QColor background(30, 30, 30);
-    // 40 | 10 20 | boundary 20 | 20, scaled to the largest rate, 40.
-    QTest::newRow("utilization greys the columns before a boundary")
-        << true << QStringList{"0:10", "1:90", "1:50", "1:10", "2:90", "2:20", "3:60", "3:48"}
-        << QList<QColor>{QColor(68, 68, 68), QColor(68, 68, 68), QColor(102, 102, 102), background,
-                         QColor(204, 0, 204), background, QColor(204, 0, 204), background}
-        << QStringList{"40", "Kbps", "0"};
+    // 40 | 10 20 | boundary 20 | 20, scaled to the largest rate, 40; the columns before the boundary grey.
+    QTest::newRow("utilization") << true << "0:10=#444444 1:90=#444444 1:50=#666666 1:10=#1e1e1e 2:90=#cc00cc "
+                                            "2:20=#1e1e1e 3:60=#cc00cc 3:48=#1e1e1e" << "40 Kbps 0";
     // 10% loss, 20% late, 30% recovery stacked from the bottom.
-    QTest::newRow("loss, late and recovery stacked")
-        << false << QStringList{"3:95", "3:80", "3:50", "3:30"}
-        << QList<QColor>{QColor(119, 0, 0), QColor(221, 0, 0), QColor(68, 204, 0), background}
-        << QStringList{"100%", "", "0%"};
+    QTest::newRow("loss, late and recovery") << false << "3:95=#770000 3:80=#dd0000 3:50=#44cc00 3:30=#1e1e1e"
+                                             << "100%  0%";
 }
 
 void TestTunnelWidgets::graphColumns()
 {
     QFETCH(bool, utilization);
-    QFETCH(QStringList, points);
-    QFETCH(QList<QColor>, colours);
-    QFETCH(QStringList, labels);
+    QFETCH(QString, points);
+    QFETCH(QString, labels);
 
     QWidget placeholder;
     placeholder.resize(400, 100);
-    std::unique_ptr<GraphWidget> graph;
-    if (utilization) {
-        auto* rates = new UtilizationGrapher(&placeholder);
-        rates->addSample(7, {40}, false);
-        rates->addSample(7, {10, 20}, false);
-        rates->addSample(7, {20, 0, 0, 99}, true);
-        rates->addSample(7, {20}, false);
-        // Another session's history does not show.
-        rates->addSample(8, {1000, 1000, 1000}, true);
-        graph.reset(rates);
-    } else {
-        auto* loss = new LossLateRecoveryGrapher(&placeholder);
-        for (int sample = 0; sample < 4; ++sample)
-            loss->addSample(7, 100, 200, 300);
-        graph.reset(loss);
-    }
+    auto* rates = new UtilizationGrapher(&placeholder);
+    auto* loss = new LossLateRecoveryGrapher(&placeholder);
+    rates->addSample(7, {40}, false);
+    rates->addSample(7, {10, 20}, false);
+    rates->addSample(7, {20, 0, 0, 99}, true);
+    rates->addSample(7, {20}, false);
+    // Another session's history does not show.
+    rates->addSample(8, {1000, 1000, 1000}, true);
+    for (int sample = 0; sample < 4; ++sample)
+        loss->addSample(7, 100, 200, 300);
+    GraphWidget* graph = utilization ? static_cast<GraphWidget*>(rates) : loss;
     graph->setKey(7);
     const QImage image = paint(*graph, Qt::white);
-    for (int i = 0; i < points.size(); ++i) {
-        const int sample = points[i].section(':', 0, 0).toInt();
-        QCOMPARE(QColor(image.pixel(3 * (116 + sample) + 1, points[i].section(':', 1).toInt())), colours[i]);
+    QStringList shown;
+    for (const QString& point : points.split(' ')) {
+        const int x = 3 * (116 + point.section(':', 0, 0).toInt()) + 1;
+        shown << point.section('=', 0, 0) + "=" + QColor(image.pixel(x, point.section(':', 1).section('=', 0, 0).toInt())).name();
     }
+    QCOMPARE(shown.join(' '), points);
     const GraphWidget::Labels text = graph->labels(0, 40);
-    QCOMPARE((QStringList{text.top, text.middle, text.bottom}), labels);
+    QCOMPARE(text.top + " " + text.middle + " " + text.bottom, labels);
 }
 
 QTEST_MAIN(TestTunnelWidgets)
