@@ -8,7 +8,6 @@
 #include <QScrollBar>
 #include <QSignalSpy>
 #include <QTextBlock>
-#include <QTextFrame>
 #include <QtTest>
 
 using namespace cachefeeder;
@@ -27,10 +26,8 @@ private slots:
         m_chat.reset();
         m_requests.reset();
     }
-    void recordsBecomeColouredLines_data();
-    void recordsBecomeColouredLines();
-    void farEndMarkupIsTamed_data();
-    void farEndMarkupIsTamed();
+    void recordsBecomeLines_data();
+    void recordsBecomeLines();
     void transcriptKeepsTheLatestLines();
     void presenceLineAtEveryReady();
     void sendFromTheKeypadComesBackAsOurOwn();
@@ -42,37 +39,50 @@ private:
     std::unique_ptr<Chat> m_chat;
 };
 
-void TestChat::recordsBecomeColouredLines_data()
+// Far-end markup keeps inline formatting only; everything else shows as text.
+void TestChat::recordsBecomeLines_data()
 {
     QTest::addColumn<QString>("record");
+    QTest::addColumn<QString>("text");
     QTest::addColumn<QString>("line"); // empty: none
     QTest::addColumn<QString>("colour");
-    QTest::addColumn<bool>("alert");
 
-    QTest::newRow("own message") << "type=message from=Portable text=hello portable:b=true" << ">> hello" << "#227722" << false;
-    QTest::newRow("far message") << "type=message from=Van text=\"<i>quiet</i> please\"" << "[Van] quiet please"
-                                 << "#222277" << true;
-    QTest::newRow("far status") << "type=status from=\"Studio A\" text=\"has entered chat.\" portable:b=false"
-                                << "*** Studio A has entered chat." << "#772222" << true;
-    QTest::newRow("own status") << "type=status from=Portable text=left. portable:b=true" << "*** Portable left."
-                                << "#772222" << false;
-    QTest::newRow("other type") << "type=typing from=Van text=x" << "" << "" << false;
+    const QString van = "type=message from=Van";
+    const QString endless(1000000, QLatin1Char('w'));
+    QTest::newRow("own message") << "type=message from=Portable portable:b=true" << "hi" << ">> hi" << "#227722";
+    QTest::newRow("far status") << "type=status from=\"Studio A\" portable:b=false" << "has entered chat."
+                                << "*** Studio A has entered chat." << "#772222";
+    QTest::newRow("own status") << "type=status from=Portable portable:b=true" << "left." << "*** Portable left." << "#772222";
+    QTest::newRow("other type") << "type=typing from=Van" << "x" << "" << "";
+    QTest::newRow("inline formatting kept") << van << "<B>b</B> <i>i</i><u>u</u><font color=\"#ff0000\">red</font> a<br>b"
+                                            << QStringLiteral("[Van] b iured a\u2028b") << "#222277";
+    QTest::newRow("image and link as text") << van << "<img src=':/icons/x.png'><a href='http://h/'>go</a>"
+                                            << "[Van] <img src=':/icons/x.png'><a href='http://h/'>go</a>" << "#222277";
+    QTest::newRow("font with more than a colour") << van << "<font color=red size=7>big</font>"
+                                                  << "[Van] <font color=red size=7>big" << "#222277";
+    QTest::newRow("unclosed tag") << van << "a <b" << "[Van] a <b" << "#222277";
+    QTest::newRow("entities") << van << "a &amp; b &lt;c&gt; & d &#65;" << "[Van] a & b <c> & d A" << "#222277";
+    QTest::newRow("a line at the cap kept whole") << van << endless.left(1000) << "[Van] " + endless.left(1000) << "#222277";
+    QTest::newRow("endless word cut") << van << endless << "[Van] " + endless.left(1000) + QStringLiteral(" [\u2026]")
+                                      << "#222277";
 }
 
-void TestChat::recordsBecomeColouredLines()
+// A line for each record, with an alert for what the far end says, and the line on the debug log.
+void TestChat::recordsBecomeLines()
 {
     QFETCH(QString, record);
+    QFETCH(QString, text);
     QFETCH(QString, line);
     QFETCH(QString, colour);
-    QFETCH(bool, alert);
 
     answer("chat", Message("chat", Params("type=message from=Earlier text=first portable:b=true")));
     QSignalSpy alerts(m_chat.get(), &Chat::chatAlert);
     LogCapture log(LOG_DEBUG);
-    const Message msg("chat", Params(record.toUtf8().constData()));
+    Message msg("chat", Params(record.toUtf8().constData()));
+    msg.params().set_string("text", text.toStdString());
     answer("chat", msg);
+    const bool alert = !line.isEmpty() && !record.contains("Portable");
     QCOMPARE(alerts.count(), int(alert));
-    // Each line shown is on the debug log.
     const std::string logged = "chat: " + msg.params().get_string("type", "") + " line from " +
                                msg.params().get_string("from", "") + (alert ? ", alert\n" : "\n");
     QCOMPARE(log.all().find(logged) != std::string::npos, !line.isEmpty());
@@ -81,34 +91,6 @@ void TestChat::recordsBecomeColouredLines()
         QCOMPARE(lastLine().text(), line);
         QCOMPARE(lastLine().begin().fragment().charFormat().foreground().color(), QColor(colour));
     }
-}
-
-void TestChat::farEndMarkupIsTamed_data()
-{
-    QTest::addColumn<QString>("text");
-    QTest::addColumn<QString>("shown");
-
-    const QString endless(1000000, QLatin1Char('w'));
-    QTest::newRow("inline formatting kept") << "<B>b</B> <i>i</i><u>u</u><font color=\"#ff0000\">red</font> a<br>b"
-                                            << QStringLiteral("[Van] b iured a\u2028b");
-    QTest::newRow("image and link as text") << "<img src=':/icons/x.png'><a href='http://h/'>go</a>"
-                                            << "[Van] <img src=':/icons/x.png'><a href='http://h/'>go</a>";
-    QTest::newRow("font with more than a colour") << "<font color=red size=7>big</font>"
-                                                  << "[Van] <font color=red size=7>big";
-    QTest::newRow("unclosed tag") << "a <b" << "[Van] a <b";
-    QTest::newRow("entities") << "a &amp; b &lt;c&gt; & d &#65;" << "[Van] a & b <c> & d A";
-    QTest::newRow("a line at the cap kept whole") << endless.left(1000) << "[Van] " + endless.left(1000);
-    QTest::newRow("endless word cut") << endless << "[Van] " + endless.left(1000) + QStringLiteral(" [\u2026]");
-}
-
-void TestChat::farEndMarkupIsTamed()
-{
-    QFETCH(QString, text);
-    QFETCH(QString, shown);
-    Message record("chat", Params("type=message from=Van"));
-    record.params().set_string("text", text.toStdString());
-    answer("chat", record);
-    QCOMPARE(lastLine().text(), shown);
 }
 
 void TestChat::transcriptKeepsTheLatestLines()
