@@ -15,6 +15,16 @@
 
 namespace {
 constexpr int kLoadMs = 15000;
+
+// "stop reload back forward go progress", each 1 when enabled (shown for the progress bar).
+QString buttons(WebBrowser* w)
+{
+    QString out;
+    for (QWidget* widget : std::initializer_list<QWidget*>{w->buttonStop, w->buttonReload, w->buttonBack, w->buttonForward,
+                                                          w->buttonGo})
+        out += widget->isEnabled() ? '1' : '0';
+    return out + (w->progressLoad->isVisible() ? '1' : '0');
+}
 } // namespace
 
 class TestWebBrowser : public QObject {
@@ -37,16 +47,174 @@ private slots:
         m_browser.reset();
         m_server.reset();
     }
-    void addressRule_data();
-    void addressRule();
-    void buttonsFollowTheLoads();
-    void keypadWalksThePage();
-    void login_data();
-    void login();
-    void hidingDropsTheLoadAndShowingStartsAfresh();
-    void hidingWhileAskingClosesTheDialog();
-    void textSizeResetsOnShow();
-    void scriptsRunWithoutTheClipboardAndCertificatesPass();
+    void addressRule_data()
+    {
+        QTest::addColumn<QString>("typed");
+        QTest::addColumn<QString>("address");
+
+        QTest::newRow("scheme kept") << "https://portal.example/login?x=1" << "https://portal.example/login?x=1";
+        QTest::newRow("dotted name") << "portal.example/a b" << "http://portal.example/a%20b";
+        QTest::newRow("address with port") << "  10.0.0.1:8080/x  " << "http://10.0.0.1:8080/x";
+        QTest::newRow("ftp in any case") << "FTP.example.org/pub" << "ftp://ftp.example.org/pub";
+        QTest::newRow("ftp only before the first dot") << "ftpmirror.example.org" << "http://ftpmirror.example.org";
+        QTest::newRow("scheme before a dot") << "mailto:desk@press.example" << "mailto:desk@press.example";
+        QTest::newRow("dotted but no address, as typed") << "host1:80.example" << "host1:80.example";
+        QTest::newRow("plain word") << " portal " << "portal";
+    }
+    void addressRule()
+    {
+        QFETCH(QString, typed);
+        QFETCH(QString, address);
+        QCOMPARE(QString::fromLatin1(WebBrowser::addressFromText(typed).toEncoded()), address);
+    }
+    void buttonsFollowTheLoads()
+    {
+        auto* w = m_browser.get();
+        QStringList whileLoading;
+        connect(w->webView, &QWebView::loadStarted, this, [&] { whileLoading << buttons(w).remove(4, 1); });
+        show("/", false);
+        QCOMPARE(w->lineURL->text(), m_server->url("/").toString());
+        QVERIFY(waitForLoad());
+        QCOMPARE(buttons(w), QString("010000"));
+        QCOMPARE(w->progressLoad->value(), 100);
+
+        w->lineURL->setText(QStringLiteral("127.0.0.1:%1/terms").arg(m_server->serverPort()));
+        QCOMPARE(buttons(w), QString("010010"));
+        QTest::mouseClick(w->buttonGo, Qt::LeftButton);
+        QVERIFY(waitForLoad());
+        // The logo comes from the cache on the second page.
+        QCOMPARE(m_server->requests(), QStringList({"/", "/logo.svg", "/terms"}));
+        QCOMPARE(w->lineURL->text(), m_server->url("/terms").toString());
+        QCOMPARE(buttons(w), QString("011000"));
+
+        QTest::mouseClick(w->buttonBack, Qt::LeftButton);
+        QTRY_COMPARE_WITH_TIMEOUT(buttons(w), QString("010100"), kLoadMs);
+        QCOMPARE(w->lineURL->text(), m_server->url("/").toString());
+        QTest::mouseClick(w->buttonForward, Qt::LeftButton);
+        QTRY_COMPARE_WITH_TIMEOUT(w->lineURL->text(), m_server->url("/terms").toString(), kLoadMs);
+        w->lineURL->setText(m_server->url("/").toString());
+        QTest::keyClick(w->lineURL, Qt::Key_Return);
+        QVERIFY(waitForLoad());
+        QTest::mouseClick(w->buttonReload, Qt::LeftButton);
+        QVERIFY(waitForLoad());
+        QCOMPARE(whileLoading.join(" "), QString("10001 ").repeated(6).trimmed());
+    }
+    void keypadWalksThePage()
+    {
+        show("/");
+        QWebFrame* frame = livePage()->mainFrame();
+        QStringList focused;
+        for (auto [keycode, pressed] : std::initializer_list<std::pair<int, bool>>{
+                 {Qt::Key_Down, false}, {Qt::Key_Down, true}, {Qt::Key_Down, true}, {Qt::Key_Up, true}, {Qt::Key_Down, true}}) {
+            key(keycode, pressed);
+            focused << frame->evaluateJavaScript("document.activeElement.id").toString();
+        }
+        QCOMPARE(focused, QStringList({"", "signin", "next", "signin", "next"}));
+        // Enter follows the focused link; Left and Right go back and forward on their press.
+        key(Qt::Key_Enter);
+        key(Qt::Key_Enter, false);
+        QVERIFY(waitForLoad());
+        QCOMPARE(m_server->requests().last(), QStringLiteral("/terms"));
+        key(Qt::Key_Left);
+        QTRY_COMPARE_WITH_TIMEOUT(m_browser->webView->url(), m_server->url("/"), kLoadMs);
+        QTRY_VERIFY_WITH_TIMEOUT(m_browser->buttonForward->isEnabled(), kLoadMs);
+        key(Qt::Key_Right, false);
+        QTest::qWait(100);
+        QCOMPARE(m_browser->webView->url(), m_server->url("/"));
+        key(Qt::Key_Right);
+        QTRY_COMPARE_WITH_TIMEOUT(m_browser->webView->url(), m_server->url("/terms"), kLoadMs);
+        QTest::mouseClick(m_browser->buttonHome, Qt::LeftButton);
+        QTRY_COMPARE_WITH_TIMEOUT(m_browser->webView->url(), m_server->url("/"), kLoadMs);
+    }
+    void login_data()
+    {
+        QTest::addColumn<bool>("ok");
+        QTest::addColumn<QString>("title");
+        QTest::newRow("OK") << true << "Signed in";
+        QTest::newRow("Cancel") << false << "Unauthorized";
+    }
+    void login()
+    {
+        QFETCH(bool, ok);
+        QFETCH(QString, title);
+
+        onDialog([ok](WebAuth& dialog) {
+            QCOMPARE(dialog.pos(), QPoint(0, 0));
+            QVERIFY(dialog.windowFlags() & Qt::FramelessWindowHint);
+            QCOMPARE(dialog.focusWidget(), dialog.lineUsername);
+            QVERIFY(typePortalLogin(dialog));
+            QCOMPARE(dialog.linePassword->text(), QString(LocalWebServer::kPassword));
+            QTest::mousePress(ok ? dialog.buttonOK : dialog.buttonCancel, Qt::LeftButton);
+        });
+        show("/login", false);
+        QTRY_COMPARE_WITH_TIMEOUT(m_browser->webView->title(), title, kLoadMs);
+        QCOMPARE(m_dialogs, 1);
+        QCOMPARE(m_server->authorised(), int(ok));
+        // The login left with the page: a new showing asks again.
+        m_browser->paneAboutToHide();
+        m_browser->paneAboutToShow();
+        QTRY_COMPARE_WITH_TIMEOUT(m_dialogs, 2, kLoadMs);
+    }
+    void hidingDropsTheLoadAndShowingStartsAfresh()
+    {
+        show("/");
+        m_browser->lineURL->setText(m_server->url("/slow").toString());
+        QTest::mouseClick(m_browser->buttonGo, Qt::LeftButton);
+        QTRY_VERIFY_WITH_TIMEOUT(m_server->slowOpen(), kLoadMs);
+        m_browser->paneAboutToHide();
+        QVERIFY(!livePage());
+        QCOMPARE(buttons(m_browser.get()).remove(4, 1), QString("00000"));
+        QTRY_VERIFY_WITH_TIMEOUT(!m_server->slowOpen(), kLoadMs);
+        // A new home while hidden is only remembered; nothing of the first showing serves the second.
+        m_browser->browserHomeChanged(m_server->url("/terms").toString());
+        QCOMPARE(m_server->requests(), QStringList({"/", "/logo.svg", "/slow"}));
+        m_browser->paneAboutToShow();
+        QVERIFY(waitForLoad());
+        QCOMPARE(m_server->requests(), QStringList({"/", "/logo.svg", "/slow", "/terms", "/logo.svg"}));
+        QVERIFY(!m_browser->webView->history()->canGoBack());
+    }
+    // A login dialog still open when the screen goes is closed, and the page goes after it.
+    void hidingWhileAskingClosesTheDialog()
+    {
+        onDialog([this](WebAuth& dialog) {
+            // Up and Down walk the dialog's fields, not the page waiting under it.
+            key(Qt::Key_Down);
+            QCOMPARE(dialog.focusWidget(), dialog.linePassword);
+            key(Qt::Key_Up);
+            QCOMPARE(dialog.focusWidget(), dialog.lineUsername);
+            key(Qt::Key_Left);
+            QCOMPARE(dialog.focusWidget(), dialog.lineUsername);
+            m_browser->paneAboutToHide();
+        });
+        show("/login", false);
+        QTRY_COMPARE_WITH_TIMEOUT(m_dialogs, 1, kLoadMs);
+        QTRY_VERIFY_WITH_TIMEOUT(!livePage(), kLoadMs);
+        QVERIFY(!QApplication::activeModalWidget());
+        QCOMPARE(m_server->authorised(), 0);
+    }
+    void textSizeResetsOnShow()
+    {
+        show("/", false);
+        for (QPushButton* button : {m_browser->buttonFontUp, m_browser->buttonFontUp, m_browser->buttonFontDown})
+            QTest::mouseClick(button, Qt::LeftButton);
+        // The engine keeps the factor in single precision.
+        QVERIFY(qAbs(m_browser->webView->zoomFactor() - 1.1) < 1e-6);
+        m_browser->paneAboutToHide();
+        m_browser->paneAboutToShow();
+        QCOMPARE(m_browser->webView->zoomFactor(), 1.0);
+    }
+    void scriptsRunWithoutTheClipboardAndCertificatesPass()
+    {
+        QApplication::clipboard()->setText(QStringLiteral("kept"));
+        show("/script");
+        QCOMPARE(livePage()->mainFrame()->findFirstElement("#ran").toPlainText(), QStringLiteral("yes"));
+        QCOMPARE(QApplication::clipboard()->text(), QStringLiteral("kept"));
+        // A certificate nobody signed: the operator is trusted to know the portal.
+        m_server = std::make_unique<LocalWebServer>(true);
+        QVERIFY(m_server->start());
+        show("/");
+        QCOMPARE(m_browser->webView->title(), QStringLiteral("/"));
+    }
 
 private:
     void show(const QString& path, bool wait = true)
@@ -74,193 +242,6 @@ private:
     int m_dialogs = 0;
 };
 
-void TestWebBrowser::addressRule_data()
-{
-    QTest::addColumn<QString>("typed");
-    QTest::addColumn<QString>("address");
-
-    QTest::newRow("scheme kept") << "https://portal.example/login?x=1" << "https://portal.example/login?x=1";
-    QTest::newRow("dotted name") << "portal.example/a b" << "http://portal.example/a%20b";
-    QTest::newRow("address with port") << "  10.0.0.1:8080/x  " << "http://10.0.0.1:8080/x";
-    QTest::newRow("ftp in any case") << "FTP.example.org/pub" << "ftp://ftp.example.org/pub";
-    QTest::newRow("ftp only before the first dot") << "ftpmirror.example.org" << "http://ftpmirror.example.org";
-    QTest::newRow("scheme before a dot") << "mailto:desk@press.example" << "mailto:desk@press.example";
-    QTest::newRow("dotted but no address, as typed") << "host1:80.example" << "host1:80.example";
-    QTest::newRow("plain word") << " portal " << "portal";
-}
-
-void TestWebBrowser::addressRule()
-{
-    QFETCH(QString, typed);
-    QFETCH(QString, address);
-    QCOMPARE(QString::fromLatin1(WebBrowser::addressFromText(typed).toEncoded()), address);
-}
-
-// "stop reload back forward go progress", each 1 when enabled (shown for the progress bar).
-static QString buttons(WebBrowser* w)
-{
-    QString out;
-    for (QWidget* widget : std::initializer_list<QWidget*>{w->buttonStop, w->buttonReload, w->buttonBack, w->buttonForward,
-                                                          w->buttonGo})
-        out += widget->isEnabled() ? '1' : '0';
-    return out + (w->progressLoad->isVisible() ? '1' : '0');
-}
-
-void TestWebBrowser::buttonsFollowTheLoads()
-{
-    auto* w = m_browser.get();
-    QStringList whileLoading;
-    connect(w->webView, &QWebView::loadStarted, this, [&] { whileLoading << buttons(w).remove(4, 1); });
-    show("/", false);
-    QCOMPARE(w->lineURL->text(), m_server->url("/").toString());
-    QVERIFY(waitForLoad());
-    QCOMPARE(buttons(w), QString("010000"));
-    QCOMPARE(w->progressLoad->value(), 100);
-
-    w->lineURL->setText(QStringLiteral("127.0.0.1:%1/terms").arg(m_server->serverPort()));
-    QCOMPARE(buttons(w), QString("010010"));
-    QTest::mouseClick(w->buttonGo, Qt::LeftButton);
-    QVERIFY(waitForLoad());
-    // The logo comes from the cache on the second page.
-    QCOMPARE(m_server->requests(), QStringList({"/", "/logo.svg", "/terms"}));
-    QCOMPARE(w->lineURL->text(), m_server->url("/terms").toString());
-    QCOMPARE(buttons(w), QString("011000"));
-
-    QTest::mouseClick(w->buttonBack, Qt::LeftButton);
-    QTRY_COMPARE_WITH_TIMEOUT(buttons(w), QString("010100"), kLoadMs);
-    QCOMPARE(w->lineURL->text(), m_server->url("/").toString());
-    QTest::mouseClick(w->buttonForward, Qt::LeftButton);
-    QTRY_COMPARE_WITH_TIMEOUT(w->lineURL->text(), m_server->url("/terms").toString(), kLoadMs);
-    w->lineURL->setText(m_server->url("/").toString());
-    QTest::keyClick(w->lineURL, Qt::Key_Return);
-    QVERIFY(waitForLoad());
-    QTest::mouseClick(w->buttonReload, Qt::LeftButton);
-    QVERIFY(waitForLoad());
-    QCOMPARE(whileLoading.join(" "), QString("10001 ").repeated(6).trimmed());
-}
-
-void TestWebBrowser::keypadWalksThePage()
-{
-    show("/");
-    QWebFrame* frame = livePage()->mainFrame();
-    QStringList focused;
-    for (auto [keycode, pressed] : std::initializer_list<std::pair<int, bool>>{
-             {Qt::Key_Down, false}, {Qt::Key_Down, true}, {Qt::Key_Down, true}, {Qt::Key_Up, true}, {Qt::Key_Down, true}}) {
-        key(keycode, pressed);
-        focused << frame->evaluateJavaScript("document.activeElement.id").toString();
-    }
-    QCOMPARE(focused, QStringList({"", "signin", "next", "signin", "next"}));
-    // Enter follows the focused link; Left and Right go back and forward on their press.
-    key(Qt::Key_Enter);
-    key(Qt::Key_Enter, false);
-    QVERIFY(waitForLoad());
-    QCOMPARE(m_server->requests().last(), QStringLiteral("/terms"));
-    key(Qt::Key_Left);
-    QTRY_COMPARE_WITH_TIMEOUT(m_browser->webView->url(), m_server->url("/"), kLoadMs);
-    QTRY_VERIFY_WITH_TIMEOUT(m_browser->buttonForward->isEnabled(), kLoadMs);
-    key(Qt::Key_Right, false);
-    QTest::qWait(100);
-    QCOMPARE(m_browser->webView->url(), m_server->url("/"));
-    key(Qt::Key_Right);
-    QTRY_COMPARE_WITH_TIMEOUT(m_browser->webView->url(), m_server->url("/terms"), kLoadMs);
-    QTest::mouseClick(m_browser->buttonHome, Qt::LeftButton);
-    QTRY_COMPARE_WITH_TIMEOUT(m_browser->webView->url(), m_server->url("/"), kLoadMs);
-}
-
-void TestWebBrowser::login_data()
-{
-    QTest::addColumn<bool>("ok");
-    QTest::addColumn<QString>("title");
-    QTest::newRow("OK") << true << "Signed in";
-    QTest::newRow("Cancel") << false << "Unauthorized";
-}
-
-void TestWebBrowser::login()
-{
-    QFETCH(bool, ok);
-    QFETCH(QString, title);
-
-    onDialog([ok](WebAuth& dialog) {
-        QCOMPARE(dialog.pos(), QPoint(0, 0));
-        QVERIFY(dialog.windowFlags() & Qt::FramelessWindowHint);
-        QCOMPARE(dialog.focusWidget(), dialog.lineUsername);
-        QVERIFY(typePortalLogin(dialog));
-        QCOMPARE(dialog.linePassword->text(), QString(LocalWebServer::kPassword));
-        QTest::mousePress(ok ? dialog.buttonOK : dialog.buttonCancel, Qt::LeftButton);
-    });
-    show("/login", false);
-    QTRY_COMPARE_WITH_TIMEOUT(m_browser->webView->title(), title, kLoadMs);
-    QCOMPARE(m_dialogs, 1);
-    QCOMPARE(m_server->authorised(), int(ok));
-    // The login left with the page: a new showing asks again.
-    m_browser->paneAboutToHide();
-    m_browser->paneAboutToShow();
-    QTRY_COMPARE_WITH_TIMEOUT(m_dialogs, 2, kLoadMs);
-}
-
-void TestWebBrowser::hidingDropsTheLoadAndShowingStartsAfresh()
-{
-    show("/");
-    m_browser->lineURL->setText(m_server->url("/slow").toString());
-    QTest::mouseClick(m_browser->buttonGo, Qt::LeftButton);
-    QTRY_VERIFY_WITH_TIMEOUT(m_server->slowOpen(), kLoadMs);
-    m_browser->paneAboutToHide();
-    QVERIFY(!livePage());
-    QCOMPARE(buttons(m_browser.get()).remove(4, 1), QString("00000"));
-    QTRY_VERIFY_WITH_TIMEOUT(!m_server->slowOpen(), kLoadMs);
-    // A new home while hidden is only remembered; nothing of the first showing serves the second.
-    m_browser->browserHomeChanged(m_server->url("/terms").toString());
-    QCOMPARE(m_server->requests(), QStringList({"/", "/logo.svg", "/slow"}));
-    m_browser->paneAboutToShow();
-    QVERIFY(waitForLoad());
-    QCOMPARE(m_server->requests(), QStringList({"/", "/logo.svg", "/slow", "/terms", "/logo.svg"}));
-    QVERIFY(!m_browser->webView->history()->canGoBack());
-}
-
-// A login dialog still open when the screen goes is closed, and the page goes after it.
-void TestWebBrowser::hidingWhileAskingClosesTheDialog()
-{
-    onDialog([this](WebAuth& dialog) {
-        // Up and Down walk the dialog's fields, not the page waiting under it.
-        key(Qt::Key_Down);
-        QCOMPARE(dialog.focusWidget(), dialog.linePassword);
-        key(Qt::Key_Up);
-        QCOMPARE(dialog.focusWidget(), dialog.lineUsername);
-        key(Qt::Key_Left);
-        QCOMPARE(dialog.focusWidget(), dialog.lineUsername);
-        m_browser->paneAboutToHide();
-    });
-    show("/login", false);
-    QTRY_COMPARE_WITH_TIMEOUT(m_dialogs, 1, kLoadMs);
-    QTRY_VERIFY_WITH_TIMEOUT(!livePage(), kLoadMs);
-    QVERIFY(!QApplication::activeModalWidget());
-    QCOMPARE(m_server->authorised(), 0);
-}
-
-void TestWebBrowser::textSizeResetsOnShow()
-{
-    show("/", false);
-    for (QPushButton* button : {m_browser->buttonFontUp, m_browser->buttonFontUp, m_browser->buttonFontDown})
-        QTest::mouseClick(button, Qt::LeftButton);
-    // The engine keeps the factor in single precision.
-    QVERIFY(qAbs(m_browser->webView->zoomFactor() - 1.1) < 1e-6);
-    m_browser->paneAboutToHide();
-    m_browser->paneAboutToShow();
-    QCOMPARE(m_browser->webView->zoomFactor(), 1.0);
-}
-
-void TestWebBrowser::scriptsRunWithoutTheClipboardAndCertificatesPass()
-{
-    QApplication::clipboard()->setText(QStringLiteral("kept"));
-    show("/script");
-    QCOMPARE(livePage()->mainFrame()->findFirstElement("#ran").toPlainText(), QStringLiteral("yes"));
-    QCOMPARE(QApplication::clipboard()->text(), QStringLiteral("kept"));
-    // A certificate nobody signed: the operator is trusted to know the portal.
-    m_server = std::make_unique<LocalWebServer>(true);
-    QVERIFY(m_server->start());
-    show("/");
-    QCOMPARE(m_browser->webView->title(), QStringLiteral("/"));
-}
 
 QTEST_MAIN(TestWebBrowser)
 #include "test_webbrowser.moc"
