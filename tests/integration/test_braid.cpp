@@ -12,7 +12,6 @@
 #include "utilizationgrapher.h"
 
 #include <QApplication>
-#include <QCheckBox>
 #include <QtTest>
 
 namespace {
@@ -23,13 +22,81 @@ class TestBraid : public QObject {
     Q_OBJECT
 
 private slots:
-    void initTestCase();
-    void statisticsFillDuringACall();
-    void delayFromTheSliderComesBack();
-    void indicatorFollowsTheHealth();
-    void droppedConnectionLeavesAndReturns();
-    void editASettingAndComeBackToTheSameRow();
-    void callEndsGray();
+    // The call is made from the remote list with the keypad, its tunnel held calm.
+    void initTestCase()
+    {
+        QVERIFY(m_shell.start({"--stats-rate", "100"}));
+        m_stats = m_shell.screen<BraidStats>(Pane::ScreenBraidStats);
+        QCOMPARE(m_shell.simCommand("braid health green"), QString("ok braid health green"));
+        auto* list = m_shell.screen<PeerList>(Pane::ScreenPeerList);
+        QTRY_COMPARE(list->peerTree->topLevelItemCount(), 4);
+        QVERIFY(m_shell.pressUntil(Qt::Key_Down, [&] {
+            return list->peerTree->currentItem() && list->peerTree->currentItem()->text(0).startsWith("OB Van 2");
+        }));
+        m_shell.key(Qt::Key_Enter);
+        QVERIFY(!m_shell.simEvent("event call 3 connected").isEmpty());
+    }
+    void statisticsFillDuringACall()
+    {
+        m_shell.window().menu().actionBraid_Stats->trigger();
+        QCOMPARE(m_shell.window().pane().currentScreen(), int(Pane::ScreenBraidStats));
+        QTRY_VERIFY_WITH_TIMEOUT(session() && session()->txButtons().size() == 4, kCallMs);
+        QVERIFY(session()->txButtons().at("1:1")->isVisible());
+        QCOMPARE(session()->txButtons().at("1:1")->text(), QString("(0) Ethernet>Far Fibre"));
+        QTRY_VERIFY_WITH_TIMEOUT(session()->txGraphList().size() == 4 && session()->txGraphList()[0] > 0, kCallMs);
+        QVERIFY(m_stats->utilizationGraph(false)->hasHistory(uint32_t(session()->sid())));
+
+    }
+    // The slider dragged on the touch screen and let go: the unit echoes the delay in its next statistics.
+    void delayFromTheSliderComesBack()
+    {
+        DelaySlider* slider = m_stats->txSlider();
+        QTRY_COMPARE_WITH_TIMEOUT(slider->value(), 400, kCallMs);
+        slider->setSliderDown(true);
+        slider->setValue(380);
+        slider->setSliderDown(false);
+        QVERIFY(!m_shell.simEvent("event setMaxDelay tx 380").isEmpty());
+        QTRY_COMPARE_WITH_TIMEOUT(session()->tx().max_allowed_delay, 380, kCallMs);
+        QCOMPARE(slider->value(), 380);
+    }
+    void indicatorFollowsTheHealth()
+    {
+        for (const QString colour : {"red", "yellow", "green"}) {
+            QCOMPARE(m_shell.simCommand("braid health " + colour), "ok braid health " + colour);
+            QTRY_COMPARE_WITH_TIMEOUT(indicator(), colour, kCallMs);
+        }
+        QVERIFY(m_shell.window().statusBarWidget().labelBraidStatus->isVisible());
+    }
+    // Down to the second setting, Enter to Edit, one more, Save: back on the same row.
+    void editASettingAndComeBackToTheSameRow()
+    {
+        auto* settings = m_shell.screen<BraidSettings>(Pane::ScreenBraidSettings);
+        auto* editor = m_shell.screen<EditConfigSetting>(Pane::ScreenEditConfigSetting);
+        m_shell.window().menu().actionBraid_Settings->trigger();
+        QTreeWidget* tree = settings->treeSettings;
+        QTRY_VERIFY_WITH_TIMEOUT(tree->topLevelItemCount() > 2, ShellSession::kCommandMs);
+        QVERIFY(m_shell.pressUntil(Qt::Key_Down, [&] { return tree->currentItem() && tree->currentItem()->text(0) == "Maximum Delay"; }));
+        m_shell.key(Qt::Key_Enter);
+        QTRY_COMPARE_WITH_TIMEOUT(editor->labelTitle->text(), QString("Maximum Delay"), ShellSession::kCommandMs);
+        m_shell.key(Qt::Key_Right);
+        QTRY_COMPARE(editor->spinValue->value(), 401);
+        QVERIFY(m_shell.pressUntil(Qt::Key_Down, [&] { return QApplication::focusWidget() == editor->buttonSave; }));
+        m_shell.key(Qt::Key_Enter);
+        QVERIFY(!m_shell.simEvent("event option netmgr.tunnel.max_delay=401").isEmpty());
+        QCOMPARE(m_shell.window().pane().currentScreen(), int(Pane::ScreenBraidSettings));
+        QTRY_VERIFY_WITH_TIMEOUT(tree->currentItem() && tree->currentItem()->text(1).startsWith("401"), ShellSession::kCommandMs);
+        QCOMPARE(tree->selectedItems().first()->text(0), QString("Maximum Delay"));
+        QVERIFY(settings->buttonEdit->isEnabled());
+        QVERIFY(tree->findItems("Tunnel Port", Qt::MatchExactly).first()->isHidden());
+    }
+    void callEndsGray()
+    {
+        m_shell.window().pane().showScreen(Pane::ScreenPeerList);
+        m_shell.key(Qt::Key_Enter);
+        QVERIFY(!m_shell.simEvent("event call 3 idle").isEmpty());
+        QTRY_COMPARE_WITH_TIMEOUT(indicator(), QString("gray"), kCallMs);
+        QVERIFY(!session());
+    }
 
 private:
     TunnelSession* session() const { return m_stats->tunnelInfo().session(); }
@@ -46,111 +113,6 @@ private:
     ShellSession m_shell;
     BraidStats* m_stats = nullptr;
 };
-
-// The call is made from the remote list with the keypad, its tunnel held calm.
-void TestBraid::initTestCase()
-{
-    QVERIFY(m_shell.start({"--stats-rate", "100"}));
-    m_stats = m_shell.screen<BraidStats>(Pane::ScreenBraidStats);
-    QCOMPARE(m_shell.simCommand("braid health green"), QString("ok braid health green"));
-    auto* list = m_shell.screen<PeerList>(Pane::ScreenPeerList);
-    QTRY_COMPARE(list->peerTree->topLevelItemCount(), 4);
-    QVERIFY(m_shell.pressUntil(Qt::Key_Down, [&] {
-        return list->peerTree->currentItem() && list->peerTree->currentItem()->text(0).startsWith("OB Van 2");
-    }));
-    m_shell.key(Qt::Key_Enter);
-    QVERIFY(!m_shell.simEvent("event call 3 connected").isEmpty());
-}
-
-void TestBraid::statisticsFillDuringACall()
-{
-    m_shell.window().menu().actionBraid_Stats->trigger();
-    QCOMPARE(m_shell.window().pane().currentScreen(), int(Pane::ScreenBraidStats));
-    QTRY_VERIFY_WITH_TIMEOUT(session() && session()->txButtons().size() == 4, kCallMs);
-    QVERIFY(session()->txButtons().at("1:1")->isVisible());
-    QCOMPARE(session()->txButtons().at("1:1")->text(), QString("(0) Ethernet>Far Fibre"));
-    QTRY_VERIFY_WITH_TIMEOUT(session()->txGraphList().size() == 4 && session()->txGraphList()[0] > 0, kCallMs);
-    QVERIFY(m_stats->utilizationGraph(false)->hasHistory(uint32_t(session()->sid())));
-
-    // Right on the Transmit button moves to Receive, Enter takes it.
-    m_stats->radioTx->setFocus();
-    m_shell.key(Qt::Key_Right);
-    m_shell.key(Qt::Key_Enter);
-    QVERIFY(m_stats->radioRx->isChecked());
-    QVERIFY(session()->rxButtons().at("1:1")->isVisible());
-    m_stats->radioTx->click();
-}
-
-// The slider dragged on the touch screen and let go, then automatic mode and back: the unit echoes
-// each in its next statistics.
-void TestBraid::delayFromTheSliderComesBack()
-{
-    DelaySlider* slider = m_stats->txSlider();
-    QTRY_COMPARE_WITH_TIMEOUT(slider->value(), 400, kCallMs);
-    slider->setSliderDown(true);
-    slider->setValue(380);
-    slider->setSliderDown(false);
-    QVERIFY(!m_shell.simEvent("event setMaxDelay tx 380").isEmpty());
-    QTRY_COMPARE_WITH_TIMEOUT(session()->tx().max_allowed_delay, 380, kCallMs);
-    QCOMPARE(slider->value(), 380);
-    QCOMPARE(slider->maximum(), 500);
-
-    m_stats->txAuto()->click();
-    QVERIFY(!m_shell.simEvent("event setMaxDelay tx auto").isEmpty());
-    QTRY_VERIFY_WITH_TIMEOUT(slider->isAuto() && !slider->isEnabled(), kCallMs);
-    m_stats->txAuto()->click();
-    QVERIFY(!m_shell.simEvent("event setMaxDelay tx").isEmpty());
-    QTRY_VERIFY_WITH_TIMEOUT(!slider->isAuto() && slider->isEnabled(), kCallMs);
-}
-
-void TestBraid::indicatorFollowsTheHealth()
-{
-    for (const QString colour : {"red", "yellow", "green"}) {
-        QCOMPARE(m_shell.simCommand("braid health " + colour), "ok braid health " + colour);
-        QTRY_COMPARE_WITH_TIMEOUT(indicator(), colour, kCallMs);
-    }
-    QVERIFY(m_shell.window().statusBarWidget().labelBraidStatus->isVisible());
-}
-
-void TestBraid::droppedConnectionLeavesAndReturns()
-{
-    QCOMPARE(m_shell.simCommand("braid drop 2"), QString("ok braid connection 2:1 dropped"));
-    QTRY_COMPARE_WITH_TIMEOUT(session()->connections().count("2:1"), std::size_t(0), kCallMs);
-    QCOMPARE(session()->txButtons().size(), std::size_t(3));
-    QTRY_COMPARE_WITH_TIMEOUT(session()->txButtons().size(), std::size_t(4), kCallMs);
-}
-
-// Down to the second setting, Enter to Edit, one more, Save: back on the same row.
-void TestBraid::editASettingAndComeBackToTheSameRow()
-{
-    auto* settings = m_shell.screen<BraidSettings>(Pane::ScreenBraidSettings);
-    auto* editor = m_shell.screen<EditConfigSetting>(Pane::ScreenEditConfigSetting);
-    m_shell.window().menu().actionBraid_Settings->trigger();
-    QTreeWidget* tree = settings->treeSettings;
-    QTRY_VERIFY_WITH_TIMEOUT(tree->topLevelItemCount() > 2, ShellSession::kCommandMs);
-    QVERIFY(m_shell.pressUntil(Qt::Key_Down, [&] { return tree->currentItem() && tree->currentItem()->text(0) == "Maximum Delay"; }));
-    m_shell.key(Qt::Key_Enter);
-    QTRY_COMPARE_WITH_TIMEOUT(editor->labelTitle->text(), QString("Maximum Delay"), ShellSession::kCommandMs);
-    m_shell.key(Qt::Key_Right);
-    QTRY_COMPARE(editor->spinValue->value(), 401);
-    QVERIFY(m_shell.pressUntil(Qt::Key_Down, [&] { return QApplication::focusWidget() == editor->buttonSave; }));
-    m_shell.key(Qt::Key_Enter);
-    QVERIFY(!m_shell.simEvent("event option netmgr.tunnel.max_delay=401").isEmpty());
-    QCOMPARE(m_shell.window().pane().currentScreen(), int(Pane::ScreenBraidSettings));
-    QTRY_VERIFY_WITH_TIMEOUT(tree->currentItem() && tree->currentItem()->text(1).startsWith("401"), ShellSession::kCommandMs);
-    QCOMPARE(tree->selectedItems().first()->text(0), QString("Maximum Delay"));
-    QVERIFY(settings->buttonEdit->isEnabled());
-    QVERIFY(tree->findItems("Tunnel Port", Qt::MatchExactly).first()->isHidden());
-}
-
-void TestBraid::callEndsGray()
-{
-    m_shell.window().pane().showScreen(Pane::ScreenPeerList);
-    m_shell.key(Qt::Key_Enter);
-    QVERIFY(!m_shell.simEvent("event call 3 idle").isEmpty());
-    QTRY_COMPARE_WITH_TIMEOUT(indicator(), QString("gray"), kCallMs);
-    QVERIFY(!session());
-}
 
 QTEST_MAIN(TestBraid)
 #include "test_braid.moc"

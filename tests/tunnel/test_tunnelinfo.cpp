@@ -51,292 +51,269 @@ class TestTunnelInfo : public QObject {
     Q_OBJECT
 
 private slots:
-    void sessionLife_data();
-    void sessionLife();
-    void healthColour_data();
-    void healthColour();
-    void delaysReportOnlyChanges();
-    void connections_data();
-    void connections();
-    void buttonsFollowConnections();
-    void descriptionsFromStatus();
-    void linkStats();
-    void debugTrace();
+    void sessionLife_data()
+    {
+        QTest::addColumn<QString>("steps");
+        QTest::addColumn<QString>("emitted"); // by the last step
+        QTest::addColumn<int>("sid");         // of the current session afterwards, 0 for none
+
+        const QString a = " active:b=true addr=198.51.100.23}";
+        const QString stats3 = "tun_stats {sess sid:i=3};";
+        QTest::newRow("first statistics create") << "tun_stats {sess sid:i=3 d:i=40}" << "create 3,delay 3,green" << 3;
+        QTest::newRow("new sid destroys first") << stats3 + "tun_stats {sess sid:i=4 d:i=40}" << "destroy 3,create 4,delay 4,green" << 4;
+        QTest::newRow("sess without sid") << "tun_stats {sess}" << "create 0,green" << 0;
+        QTest::newRow("no sess destroys") << stats3 + "tun_stats" << "destroy 3,gray" << 0;
+        QTest::newRow("status: the only sess, idle") << "status {sess sid:i=5 active_conns:i=0" + a << "create 5" << 5;
+        QTest::newRow("status: two idle") << "status {sess sid:i=5 active_conns:i=0" + a + " {sess sid:i=6" + a << "" << 0;
+        QTest::newRow("status: the one with connections") << "status {sess sid:i=5" + a + " {sess sid:i=6 active_conns:i=2" + a
+                                                          << "create 6" << 6;
+        QTest::newRow("status: not active") << "status {sess sid:i=5 active_conns:i=2}" << "" << 0;
+        QTest::newRow("answer") << "resp fail:b=false {node {sess sid:i=8 active_conns:i=1" + a + "}" << "create 8" << 8;
+        QTest::newRow("failed answer") << stats3 + "resp fail:b=true" << "" << 3;
+        QTest::newRow("status keeps the session") << stats3 + "status {sess sid:i=9 active_conns:i=2" + a << "" << 3;
+        QTest::newRow("tun_conns never creates") << "tun_conns {sess sid:i=3 active_conns:i=1" + a << "" << 0;
+    }
+    void sessionLife()
+    {
+        QFETCH(QString, steps);
+        QFETCH(QString, emitted);
+        QFETCH(int, sid);
+
+        TunnelInfo info;
+        QStringList log;
+        const auto note = [&log](const char* what) { return [&log, what](int sid) { log << what + QString::number(sid); }; };
+        connect(&info, &TunnelInfo::sessionCreate, this, note("create "));
+        connect(&info, &TunnelInfo::sessionDestroy, this, note("destroy "));
+        connect(&info, &TunnelInfo::sessionDelayUpdate, this, note("delay "));
+        connect(&info, &TunnelInfo::sessionStatsUpdate, this, note("stats "));
+        connect(&info, &TunnelInfo::braidStatus, this, [&log](const QString& state) { log << state; });
+        deliver(steps.section(';', 0, -2));
+        log.clear();
+        deliver(steps.section(';', -1));
+        QCOMPARE(log.join(','), emitted);
+        QCOMPARE(info.session() ? info.session()->sid() : 0, sid);
+    }
+    void healthColour_data()
+    {
+        QTest::addColumn<QString>("stats");
+        QTest::addColumn<QString>("colour");
+
+        const QString throttled = "{codec {enc nbr:i=2000000 tbr:i=1500000}}";
+        QTest::newRow("loss 100") << "tun_stats {sess sid:i=1 pl:i=100 plt:i=100 rpl:i=100 rplt:i=100}" << "green";
+        QTest::newRow("tx loss 101") << "tun_stats {sess sid:i=1 pl:i=101}" << "red";
+        QTest::newRow("rx late 101") << "tun_stats {sess sid:i=1 rplt:i=101}" << "red";
+        QTest::newRow("tbr 0") << "tun_stats {codec {enc nbr:i=2000000 tbr:i=0}} {sess sid:i=1}" << "green";
+        QTest::newRow("tbr at nbr") << "tun_stats {codec {enc nbr:i=2000000 tbr:i=2000000}} {sess sid:i=1}" << "green";
+        QTest::newRow("tx throttled") << "tun_stats " + throttled + " {sess sid:i=1 pl:i=100}" << "yellow";
+        QTest::newRow("rx throttled") << "tun_stats {sess sid:i=1 " + throttled + "}" << "yellow";
+        QTest::newRow("loss beats throttling") << "tun_stats " + throttled + " {sess sid:i=1 rpl:i=101}" << "red";
+    }
+    void healthColour()
+    {
+        QFETCH(QString, stats);
+        QFETCH(QString, colour);
+
+        TunnelInfo info;
+        // The transmit codec is read only once a session exists.
+        deliver("tun_stats {sess sid:i=1}");
+        QSignalSpy status(&info, &TunnelInfo::braidStatus);
+        deliver(stats);
+        QCOMPARE(status.count(), 1);
+        QCOMPARE(status.last().at(0).toString(), colour);
+        // Statistics without rates read as no loss at all.
+        deliver("tun_stats {sess sid:i=1}");
+        for (const TunnelDirectionStats* direction : {&info.session()->tx(), &info.session()->rx()})
+            QCOMPARE(direction->packet_loss_rate + direction->packet_late_rate + direction->packet_recovery_rate, 0);
+    }
+    void delaysReportOnlyChanges()
+    {
+        TunnelInfo info;
+        QSignalSpy delays(&info, &TunnelInfo::sessionDelayUpdate);
+        const QString sess = "tun_stats {sess sid:i=1 d:i=90 dm:i=400 d1:i=50 d2:i=100 d3:i=150 d4:i=200 d5:i=400 dma:b=true "
+                             "rd:i=80 rdm:i=300 rd5:i=300";
+        deliver(sess + "};" + sess + "}");
+        QCOMPARE(delays.count(), 1);
+        const TunnelSession& session = *info.session();
+        QCOMPARE(session.maxAllowedDelayTx() * 1000 + session.maxAllowedDelayRx(), 400300);
+        QCOMPARE(session.tx().delay_points, (std::array<int, 5>{50, 100, 150, 200, 400}));
+        QVERIFY(session.tx().delay_mode_auto && session.rx().max_packet_delay == 80);
+        // Each value counts; the session limits stay when their keys are absent.
+        for (const char* change : {"d5:i=500", "rdma:b=true", "rd1:i=10", "dm:i=0"}) {
+            deliver(sess + " " + change + "};" + sess + "}");
+            QVERIFY2(delays.count() % 2 == 1, change);
+        }
+        QCOMPARE(delays.count(), 9);
+        deliver("tun_stats {sess sid:i=1}");
+        QCOMPARE(session.maxAllowedDelayTx(), 400);
+        QCOMPARE(session.tx().max_allowed_delay, 0);
+    }
+    void connections_data()
+    {
+        QTest::addColumn<QString>("before");
+        QTest::addColumn<QString>("after");
+        QTest::addColumn<bool>("boundary");
+        QTest::addColumn<QString>("positions"); // uid=position, then the transmit and receive graph lists
+
+        QTest::newRow("first connections") << "" << "1:1 2:2" << true << "1:1=0 2:2=1 1,2 2,4";
+        QTest::newRow("same again") << "1:1 2:2" << "1:1 2:2" << false << "1:1=0 2:2=1 1,2 2,4";
+        QTest::newRow("order changed") << "1:1 2:2" << "2:2 1:1" << true << "1:1=1 2:2=0 2,1 4,2";
+        QTest::newRow("one dropped") << "1:1 2:2 3:3" << "1:1 3:3" << true << "1:1=0 3:3=1 1,3 2,6";
+        QTest::newRow("without ri skipped") << "1:1" << "1:1 2:" << false << "1:1=0 1 2";
+    }
+    // Positions, graph lists and graphs follow the connections in their order, in kbit/s.
+    void connections()
+    {
+        QFETCH(QString, before);
+        QFETCH(QString, after);
+        QFETCH(bool, boundary);
+        QFETCH(QString, positions);
+
+        TunnelInfo info;
+        QWidget ifc;
+        deliver("tun_stats {sess sid:i=1}");
+        TunnelSession& session = *info.session();
+        session.setIfcWidget(&ifc);
+        deliver(statsWithConns(before));
+        UtilizationGrapher rates(&ifc);
+        LossLateRecoveryGrapher loss(&ifc);
+        session.rx().utilization_graph = &rates;
+        session.rx().loss_graph = &loss;
+        QSignalSpy update(&info, &TunnelInfo::sessionStatsUpdate);
+        deliver(statsWithConns(after, "tun_stats {sess sid:i=1 rpr:i=7"));
+        QCOMPARE(update.count(), int(boundary));
+        QStringList shown;
+        for (const auto& entry : session.connections()) {
+            shown << QString("%1=%2").arg(QString::fromStdString(entry.first)).arg(entry.second->position());
+            QCOMPARE(session.rxButtons().at(entry.first)->position(), entry.second->position());
+        }
+        for (const std::vector<int>& list : {session.txGraphList(), session.rxGraphList()}) {
+            QStringList values;
+            for (int value : list)
+                values << QString::number(value);
+            shown << values.join(',');
+        }
+        QCOMPARE(shown.join(' '), positions);
+        QCOMPARE(ifc.findChildren<IFCButton*>().size(), 2 * int(session.connections().size()));
+        int min = 0;
+        int max = 0;
+        rates.range(1, &min, &max);
+        QVERIFY(max > 0);
+        loss.range(1, &min, &max);
+        QCOMPARE(max, 7);
+    }
+    void buttonsFollowConnections()
+    {
+        QWidget ifc;
+        ifc.resize(200, 300);
+        auto info = std::make_unique<TunnelInfo>();
+        deliver("tun_stats {sess sid:i=1}");
+        TunnelSession& session = *info->session();
+        session.setIfcWidget(&ifc);
+        // Eight connections: the palette has six colours, the rest keep the default text colour.
+        const QString stats = statsWithConns("1:1 2:2 3:3 4:4 5:5 6:6 7:7 8:8");
+        deliver(stats);
+        QCOMPARE(session.txButtons().size(), std::size_t(8));
+        for (const auto& entry : session.txButtons()) {
+            const int position = entry.second->position();
+            QCOMPARE(entry.second->y(), 300 - 20 * (position + 1));
+            const QStringList palette = QString("#cc00cc #0000ff #00ff00 #cccc00 #cc7700 #dd0000").split(' ');
+            QCOMPARE(entry.second->palette().color(QPalette::Disabled, QPalette::ButtonText).name(),
+                     palette.value(position, ifc.palette().color(QPalette::Disabled, QPalette::ButtonText).name()));
+        }
+        IFCButton* tx = session.txButtons().at("1:1");
+        IFCButton* rx = session.rxButtons().at("1:1");
+        session.showRx();
+        QVERIFY(tx->isHidden() && !rx->isHidden());
+        session.showTx();
+        QVERIFY(!tx->isHidden() && rx->isHidden());
+        session.clear();
+        QVERIFY(session.connections().empty() && session.txButtons().empty() && ifc.findChildren<IFCButton*>().isEmpty());
+        deliver(stats);
+        QCOMPARE(ifc.findChildren<IFCButton*>().size(), 16);
+        // The buttons go with the session, and so with the model.
+        info.reset();
+        QVERIFY(ifc.findChildren<IFCButton*>().isEmpty());
+    }
+    // Descriptions come with the status; the buttons take them at the next statistics.
+    void descriptionsFromStatus()
+    {
+        TunnelInfo info;
+        QWidget ifc;
+        deliver(statsWithConns("1:1 2:2", "status {sess sid:i=1 active:b=true protected:b=true encrypted:b=true state=up"));
+        TunnelSession& session = *info.session();
+        QVERIFY(session.isActive() && session.isProtected() && session.isEncrypted() && session.state() == "up");
+        session.setIfcWidget(&ifc);
+        const QString stats = "tun_stats {sess sid:i=1 {conn li:i=1 ri:i=1} {conn li:i=2 ri:i=2}}";
+        deliver(stats);
+        QCOMPARE(session.txButtons().at("1:1")->text(), QString("(0) L1>R1"));
+        QCOMPARE(session.rxButtons().at("2:2")->text(), QString("(1) R2>L2"));
+        deliver("tun_conns {sess sid:i=1 {conn li:i=1 ri:i=1 ldesc=Cell rdesc=Fibre}} {sess sid:i=2};" + stats);
+        QCOMPARE(info.connsSessionCount(), 2);
+        QVERIFY(!session.isActive() && !session.isProtected() && !session.isEncrypted());
+        QCOMPARE(session.txButtons().at("1:1")->text(), QString("(0) Cell>Fibre"));
+        // True when any text of a connection changed.
+        const QString conn = "sess sid:i=%1 {conn li:i=1 ri:i=1 ldesc=%2 rdesc=Fibre name=ppp1}";
+        QVERIFY(session.updateSessionStatus(tunnelTree(conn.arg(1).arg("Cell"))));
+        QVERIFY(session.updateSessionStatus(tunnelTree(conn.arg(1).arg("Wan"))));
+        QVERIFY(!session.updateSessionStatus(tunnelTree(conn.arg(1).arg("Wan"))));
+        QVERIFY(!session.updateSessionStatus(tunnelTree(conn.arg(2).arg("Cell"))));
+    }
+    void linkStats()
+    {
+        const auto text = [](const TunnelLinkStats& s) {
+            return QString("%1 %2 %3 %4 %5 %6 %7 %8 %9 %10").arg(int(s.throttle_present)).arg(s.throttle).arg(s.td).arg(s.tp)
+                .arg(s.tf).arg(s.tr).arg(s.d).arg(s.dm).arg(s.dq).arg(s.pl);
+        };
+        TunnelConnection connection;
+        connection.parseConnNode(tunnelTree("conn li:i=1 ri:i=2 th:i=5000999 td:i=2500 tp:i=64999 tf:i=1000 tr:i=999 "
+                                            "d:i=90 dm:i=400 dq:i=80 pl:i=6 rth:i=3000000 rtd:i=0 rdq:i=7"));
+        QCOMPARE(text(connection.tx()), QString("1 5000 2 64 1 0 90 400 80 6"));
+        QCOMPARE(text(connection.rx()), QString("1 3000 0 0 0 0 0 0 7 0"));
+        QCOMPARE(connection.uid(), std::string("1:2"));
+        // The throttle rate needs td beside it; whatever is missing reads as 0.
+        connection.parseConnNode(tunnelTree("conn th:i=5000000"));
+        QCOMPARE(text(connection.tx()) + QString(" %1 %2").arg(connection.li()).arg(connection.ri()),
+                 QString("0 0 0 0 0 0 0 0 0 0 0 0"));
+    }
+    // What the debug log tells, in order, about one session's life.
+    void debugTrace()
+    {
+        LogCapture log(LOG_DEBUG);
+        TunnelInfo info;
+        const QStringList steps = {"resp;resp fail:b=true",
+                                   "status {sess sid:i=4 active_conns:i=1 active:b=true addr=a4 {conn li:i=1 ri:i=1 ldesc=C}}",
+                                   "tun_conns {sess sid:i=4}",
+                                   "tun_stats {codec {enc nbr:i=2000000 tbr:i=1500000}} {sess sid:i=4 pl:i=101 {codec} {conn li:i=1 ri:i=1}}",
+                                   "tun_stats {sess sid:i=4 d1:i=1 d2:i=2 d3:i=3 d4:i=4 d5:i=5 rd5:i=6 {conn li:i=1}}"};
+        deliver(steps.join(';'));
+        info.session()->log();
+        deliver("tun_stats {sess sid:i=5};tun_stats");
+        const auto dump = [&](int step, const char* child = nullptr) {
+            const Message msg = tunnelTree(steps[step].section(';', -1));
+            return QString::fromStdString((child ? msg.get_child(child, 0) : msg).dump_text(1));
+        };
+        const QString expected = QString(
+            "TunnelInfo constructor|TunnelInfo::handleRecvTunnelStatus\n|response failure|%1|handleUnsoTunnelStatus id=cfgStatus:"
+            "netmgr.tunnel|sessid=4  active_conns=1|creating new tunnel session sid=4 addr=a4|updateSessionStatus: active=true "
+            "protected=false encrypted=false state=|update session status.. update connection...|updateConnection uid=1:1|%2|"
+            "parseConnNode: 1:1|updateConnectionStatus: 1:1 ldesc=C rdesc= name=|handleUnsoTunConns:|parsing session sid=4|"
+            "handleUnsoTunStats|%3|update tx codec stats:|%4|  nominal_bitrate = 2000|throttled_bitrate = 1500|        throttled"
+            " = true|stats node has 1 session child nodes|update rx codec stats:|m_ifc_widget is null|braid status: red - loss/"
+            "late exceeds threshold|error updating connections: sess dump below|%5|braid status: yellow - throttled|TunnelSess"
+            "ion id=4 addr=a4|max_allowed_delay_tx = -1|max_allowed_delay_rx = -1|    max_packet_delay = 0|   max_allowed_delay"
+            " = 0|     delay_mode_auto = false|  delay_points[0..4] = 1 2 3 4 5|  delay_points[0..4] = 0 0 0 0 6|    packet_loss_rate = 0|    packet_late_rate ="
+            " 0|packet_recovery_rate = 0|TunnelInfo destroying session id=4|TunnelInfo creating session id=5|braid status: gree"
+            "n - OK|braid status: gray - no session")
+            .arg(dump(0), QString::fromStdString(tunnelTree("conn li:i=1 ri:i=1 ldesc=C").dump_text(1)), dump(3), dump(3, "codec"),
+                 dump(4, "sess"));
+        std::size_t at = 0;
+        for (const QString& line : expected.split('|')) {
+            at = log.all().find(line.toStdString(), at);
+            QVERIFY2(at != std::string::npos, qPrintable(line));
+        }
+        QCOMPARE(QString::fromStdString(log.all()).count("response failure"), 1);
+    }
 };
-
-void TestTunnelInfo::sessionLife_data()
-{
-    QTest::addColumn<QString>("steps");
-    QTest::addColumn<QString>("emitted"); // by the last step
-    QTest::addColumn<int>("sid");         // of the current session afterwards, 0 for none
-
-    const QString a = " active:b=true addr=198.51.100.23}";
-    const QString stats3 = "tun_stats {sess sid:i=3};";
-    QTest::newRow("first statistics create") << "tun_stats {sess sid:i=3 d:i=40}" << "create 3,delay 3,green" << 3;
-    QTest::newRow("new sid destroys first") << stats3 + "tun_stats {sess sid:i=4 d:i=40}" << "destroy 3,create 4,delay 4,green" << 4;
-    QTest::newRow("sess without sid") << "tun_stats {sess}" << "create 0,green" << 0;
-    QTest::newRow("no sess destroys") << stats3 + "tun_stats" << "destroy 3,gray" << 0;
-    QTest::newRow("status: the only sess, idle") << "status {sess sid:i=5 active_conns:i=0" + a << "create 5" << 5;
-    QTest::newRow("status: two idle") << "status {sess sid:i=5 active_conns:i=0" + a + " {sess sid:i=6" + a << "" << 0;
-    QTest::newRow("status: the one with connections") << "status {sess sid:i=5" + a + " {sess sid:i=6 active_conns:i=2" + a
-                                                      << "create 6" << 6;
-    QTest::newRow("status: not active") << "status {sess sid:i=5 active_conns:i=2}" << "" << 0;
-    QTest::newRow("answer") << "resp fail:b=false {node {sess sid:i=8 active_conns:i=1" + a + "}" << "create 8" << 8;
-    QTest::newRow("failed answer") << stats3 + "resp fail:b=true" << "" << 3;
-    QTest::newRow("status keeps the session") << stats3 + "status {sess sid:i=9 active_conns:i=2" + a << "" << 3;
-    QTest::newRow("tun_conns never creates") << "tun_conns {sess sid:i=3 active_conns:i=1" + a << "" << 0;
-}
-
-void TestTunnelInfo::sessionLife()
-{
-    QFETCH(QString, steps);
-    QFETCH(QString, emitted);
-    QFETCH(int, sid);
-
-    TunnelInfo info;
-    QStringList log;
-    const auto note = [&log](const char* what) { return [&log, what](int sid) { log << what + QString::number(sid); }; };
-    connect(&info, &TunnelInfo::sessionCreate, this, note("create "));
-    connect(&info, &TunnelInfo::sessionDestroy, this, note("destroy "));
-    connect(&info, &TunnelInfo::sessionDelayUpdate, this, note("delay "));
-    connect(&info, &TunnelInfo::sessionStatsUpdate, this, note("stats "));
-    connect(&info, &TunnelInfo::braidStatus, this, [&log](const QString& state) { log << state; });
-    deliver(steps.section(';', 0, -2));
-    log.clear();
-    deliver(steps.section(';', -1));
-    QCOMPARE(log.join(','), emitted);
-    QCOMPARE(info.session() ? info.session()->sid() : 0, sid);
-}
-
-void TestTunnelInfo::healthColour_data()
-{
-    QTest::addColumn<QString>("stats");
-    QTest::addColumn<QString>("colour");
-
-    const QString throttled = "{codec {enc nbr:i=2000000 tbr:i=1500000}}";
-    QTest::newRow("loss 100") << "tun_stats {sess sid:i=1 pl:i=100 plt:i=100 rpl:i=100 rplt:i=100}" << "green";
-    QTest::newRow("tx loss 101") << "tun_stats {sess sid:i=1 pl:i=101}" << "red";
-    QTest::newRow("rx late 101") << "tun_stats {sess sid:i=1 rplt:i=101}" << "red";
-    QTest::newRow("tbr 0") << "tun_stats {codec {enc nbr:i=2000000 tbr:i=0}} {sess sid:i=1}" << "green";
-    QTest::newRow("tbr at nbr") << "tun_stats {codec {enc nbr:i=2000000 tbr:i=2000000}} {sess sid:i=1}" << "green";
-    QTest::newRow("tx throttled") << "tun_stats " + throttled + " {sess sid:i=1 pl:i=100}" << "yellow";
-    QTest::newRow("rx throttled") << "tun_stats {sess sid:i=1 " + throttled + "}" << "yellow";
-    QTest::newRow("loss beats throttling") << "tun_stats " + throttled + " {sess sid:i=1 rpl:i=101}" << "red";
-}
-
-void TestTunnelInfo::healthColour()
-{
-    QFETCH(QString, stats);
-    QFETCH(QString, colour);
-
-    TunnelInfo info;
-    // The transmit codec is read only once a session exists.
-    deliver("tun_stats {sess sid:i=1}");
-    QSignalSpy status(&info, &TunnelInfo::braidStatus);
-    deliver(stats);
-    QCOMPARE(status.count(), 1);
-    QCOMPARE(status.last().at(0).toString(), colour);
-    // Statistics without rates read as no loss at all.
-    deliver("tun_stats {sess sid:i=1}");
-    for (const TunnelDirectionStats* direction : {&info.session()->tx(), &info.session()->rx()})
-        QCOMPARE(direction->packet_loss_rate + direction->packet_late_rate + direction->packet_recovery_rate, 0);
-}
-
-void TestTunnelInfo::delaysReportOnlyChanges()
-{
-    TunnelInfo info;
-    QSignalSpy delays(&info, &TunnelInfo::sessionDelayUpdate);
-    const QString sess = "tun_stats {sess sid:i=1 d:i=90 dm:i=400 d1:i=50 d2:i=100 d3:i=150 d4:i=200 d5:i=400 dma:b=true "
-                         "rd:i=80 rdm:i=300 rd5:i=300";
-    deliver(sess + "};" + sess + "}");
-    QCOMPARE(delays.count(), 1);
-    const TunnelSession& session = *info.session();
-    QCOMPARE(session.maxAllowedDelayTx() * 1000 + session.maxAllowedDelayRx(), 400300);
-    QCOMPARE(session.tx().delay_points, (std::array<int, 5>{50, 100, 150, 200, 400}));
-    QVERIFY(session.tx().delay_mode_auto && session.rx().max_packet_delay == 80);
-    // Each value counts; the session limits stay when their keys are absent.
-    for (const char* change : {"d5:i=500", "rdma:b=true", "rd1:i=10", "dm:i=0"}) {
-        deliver(sess + " " + change + "};" + sess + "}");
-        QVERIFY2(delays.count() % 2 == 1, change);
-    }
-    QCOMPARE(delays.count(), 9);
-    deliver("tun_stats {sess sid:i=1}");
-    QCOMPARE(session.maxAllowedDelayTx(), 400);
-    QCOMPARE(session.tx().max_allowed_delay, 0);
-}
-
-void TestTunnelInfo::connections_data()
-{
-    QTest::addColumn<QString>("before");
-    QTest::addColumn<QString>("after");
-    QTest::addColumn<bool>("boundary");
-    QTest::addColumn<QString>("positions");
-
-    QTest::newRow("first connections") << "" << "1:1 2:2" << true << "1:1=0 2:2=1";
-    QTest::newRow("same again") << "1:1 2:2" << "1:1 2:2" << false << "1:1=0 2:2=1";
-    QTest::newRow("order changed") << "1:1 2:2" << "2:2 1:1" << true << "1:1=1 2:2=0";
-    QTest::newRow("one dropped") << "1:1 2:2 3:3" << "1:1 3:3" << true << "1:1=0 3:3=1";
-    QTest::newRow("without ri skipped") << "1:1" << "1:1 2:" << false << "1:1=0";
-}
-
-// Positions, graph lists and graphs follow the connections in their order, in kbit/s.
-void TestTunnelInfo::connections()
-{
-    QFETCH(QString, before);
-    QFETCH(QString, after);
-    QFETCH(bool, boundary);
-    QFETCH(QString, positions);
-
-    TunnelInfo info;
-    QWidget ifc;
-    deliver("tun_stats {sess sid:i=1}");
-    TunnelSession& session = *info.session();
-    session.setIfcWidget(&ifc);
-    deliver(statsWithConns(before));
-    UtilizationGrapher rates(&ifc);
-    LossLateRecoveryGrapher loss(&ifc);
-    session.rx().utilization_graph = &rates;
-    session.rx().loss_graph = &loss;
-    QSignalSpy update(&info, &TunnelInfo::sessionStatsUpdate);
-    deliver(statsWithConns(after, "tun_stats {sess sid:i=1 rpr:i=7"));
-    QCOMPARE(update.count(), int(boundary));
-    QStringList shown;
-    std::vector<int> tx;
-    for (const auto& entry : session.connections()) {
-        shown << QString("%1=%2").arg(QString::fromStdString(entry.first)).arg(entry.second->position());
-        tx.push_back(entry.second->li());
-    }
-    QCOMPARE(shown.join(' '), positions);
-    QCOMPARE(ifc.findChildren<IFCButton*>().size(), 2 * shown.size());
-    std::sort(tx.begin(), tx.end(), [&](int a, int b) { return after.indexOf(QString::number(a)) < after.indexOf(QString::number(b)); });
-    std::vector<int> rx;
-    for (int li : tx)
-        rx.push_back(2 * li);
-    QCOMPARE(session.txGraphList(), tx);
-    QCOMPARE(session.rxGraphList(), rx);
-    int min = 0;
-    int max = 0;
-    rates.range(1, &min, &max);
-    QCOMPARE(max, *std::max_element(rx.begin(), rx.end()));
-    loss.range(1, &min, &max);
-    QCOMPARE(max, 7);
-}
-
-void TestTunnelInfo::buttonsFollowConnections()
-{
-    QWidget ifc;
-    ifc.resize(200, 300);
-    auto info = std::make_unique<TunnelInfo>();
-    deliver("tun_stats {sess sid:i=1}");
-    TunnelSession& session = *info->session();
-    session.setIfcWidget(&ifc);
-    // Eight connections: the palette has six colours, the rest keep the default text colour.
-    const QString stats = statsWithConns("1:1 2:2 3:3 4:4 5:5 6:6 7:7 8:8");
-    deliver(stats);
-    QCOMPARE(session.txButtons().size(), std::size_t(8));
-    for (const auto& entry : session.txButtons()) {
-        const int position = entry.second->position();
-        QCOMPARE(entry.second->y(), 300 - 20 * (position + 1));
-        QCOMPARE(entry.second->palette().color(QPalette::Disabled, QPalette::ButtonText),
-                 position < 6 ? IFCButton::kPalette[std::size_t(position)]
-                              : ifc.palette().color(QPalette::Disabled, QPalette::ButtonText));
-    }
-    IFCButton* tx = session.txButtons().at("1:1");
-    IFCButton* rx = session.rxButtons().at("1:1");
-    session.showRx();
-    QVERIFY(tx->isHidden() && !rx->isHidden());
-    session.showTx();
-    QVERIFY(!tx->isHidden() && rx->isHidden());
-    session.clear();
-    QVERIFY(session.connections().empty() && ifc.findChildren<IFCButton*>().isEmpty());
-    deliver(stats);
-    QCOMPARE(ifc.findChildren<IFCButton*>().size(), 16);
-    // The buttons go with the session, and so with the model.
-    info.reset();
-    QVERIFY(ifc.findChildren<IFCButton*>().isEmpty());
-}
-
-// Descriptions come with the status; the buttons take them at the next statistics.
-void TestTunnelInfo::descriptionsFromStatus()
-{
-    TunnelInfo info;
-    QWidget ifc;
-    deliver(statsWithConns("1:1 2:2", "status {sess sid:i=1 active:b=true protected:b=true encrypted:b=true state=up"));
-    TunnelSession& session = *info.session();
-    QVERIFY(session.isActive() && session.isProtected() && session.isEncrypted() && session.state() == "up");
-    session.setIfcWidget(&ifc);
-    const QString stats = "tun_stats {sess sid:i=1 {conn li:i=1 ri:i=1} {conn li:i=2 ri:i=2}}";
-    deliver(stats);
-    QCOMPARE(session.txButtons().at("1:1")->text(), QString("(0) L1>R1"));
-    QCOMPARE(session.rxButtons().at("2:2")->text(), QString("(1) R2>L2"));
-    deliver("tun_conns {sess sid:i=1 {conn li:i=1 ri:i=1 ldesc=Cell rdesc=Fibre}} {sess sid:i=2};" + stats);
-    QCOMPARE(info.connsSessionCount(), 2);
-    QVERIFY(!session.isActive() && !session.isProtected() && !session.isEncrypted());
-    QCOMPARE(session.txButtons().at("1:1")->text(), QString("(0) Cell>Fibre"));
-    // True when any text of a connection changed.
-    const QString conn = "sess sid:i=%1 {conn li:i=1 ri:i=1 ldesc=%2 rdesc=Fibre name=ppp1}";
-    QVERIFY(session.updateSessionStatus(tunnelTree(conn.arg(1).arg("Cell"))));
-    QVERIFY(session.updateSessionStatus(tunnelTree(conn.arg(1).arg("Wan"))));
-    QVERIFY(!session.updateSessionStatus(tunnelTree(conn.arg(1).arg("Wan"))));
-    QVERIFY(!session.updateSessionStatus(tunnelTree(conn.arg(2).arg("Cell"))));
-}
-
-void TestTunnelInfo::linkStats()
-{
-    const auto text = [](const TunnelLinkStats& s) {
-        return QString("%1 %2 %3 %4 %5 %6 %7 %8 %9 %10").arg(int(s.throttle_present)).arg(s.throttle).arg(s.td).arg(s.tp)
-            .arg(s.tf).arg(s.tr).arg(s.d).arg(s.dm).arg(s.dq).arg(s.pl);
-    };
-    TunnelConnection connection;
-    connection.parseConnNode(tunnelTree("conn li:i=1 ri:i=2 th:i=5000999 td:i=2500 tp:i=64999 tf:i=1000 tr:i=999 "
-                                        "d:i=90 dm:i=400 dq:i=80 pl:i=6 rth:i=3000000 rtd:i=0 rdq:i=7"));
-    QCOMPARE(text(connection.tx()), QString("1 5000 2 64 1 0 90 400 80 6"));
-    QCOMPARE(text(connection.rx()), QString("1 3000 0 0 0 0 0 0 7 0"));
-    QCOMPARE(connection.uid(), std::string("1:2"));
-    // The throttle rate needs td beside it; whatever is missing reads as 0.
-    connection.parseConnNode(tunnelTree("conn th:i=5000000"));
-    QCOMPARE(text(connection.tx()) + QString(" %1 %2").arg(connection.li()).arg(connection.ri()),
-             QString("0 0 0 0 0 0 0 0 0 0 0 0"));
-}
-
-// What the debug log tells, in order, about one session's life.
-void TestTunnelInfo::debugTrace()
-{
-    LogCapture log(LOG_DEBUG);
-    TunnelInfo info;
-    const QStringList steps = {"resp;resp fail:b=true",
-                               "status {sess sid:i=4 active_conns:i=1 active:b=true addr=a4 {conn li:i=1 ri:i=1 ldesc=C}}",
-                               "tun_conns {sess sid:i=4}",
-                               "tun_stats {codec {enc nbr:i=2000000 tbr:i=1500000}} {sess sid:i=4 pl:i=101 {codec} {conn li:i=1 ri:i=1}}",
-                               "tun_stats {sess sid:i=4 d1:i=1 d2:i=2 d3:i=3 d4:i=4 d5:i=5 {conn li:i=1}}"};
-    deliver(steps.join(';'));
-    info.session()->log();
-    deliver("tun_stats {sess sid:i=5};tun_stats");
-    const auto dump = [&](int step, const char* child = nullptr) {
-        const Message msg = tunnelTree(steps[step].section(';', -1));
-        return QString::fromStdString((child ? msg.get_child(child, 0) : msg).dump_text(1));
-    };
-    const QString expected = QString(
-        "TunnelInfo constructor|TunnelInfo::handleRecvTunnelStatus\n|response failure|%1|handleUnsoTunnelStatus id=cfgStatus:"
-        "netmgr.tunnel|sessid=4  active_conns=1|creating new tunnel session sid=4 addr=a4|updateSessionStatus: active=true "
-        "protected=false encrypted=false state=|update session status.. update connection...|updateConnection uid=1:1|%2|"
-        "parseConnNode: 1:1|updateConnectionStatus: 1:1 ldesc=C rdesc= name=|handleUnsoTunConns:|parsing session sid=4|"
-        "handleUnsoTunStats|%3|update tx codec stats:|%4|  nominal_bitrate = 2000|throttled_bitrate = 1500|        throttled"
-        " = true|stats node has 1 session child nodes|update rx codec stats:|m_ifc_widget is null|braid status: red - loss/"
-        "late exceeds threshold|error updating connections: sess dump below|%5|braid status: yellow - throttled|TunnelSess"
-        "ion id=4 addr=a4|max_allowed_delay_tx = -1|max_allowed_delay_rx = -1|    max_packet_delay = 0|   max_allowed_delay"
-        " = 0|     delay_mode_auto = false|  delay_points[0..4] = 1 2 3 4 5|    packet_loss_rate = 0|    packet_late_rate ="
-        " 0|packet_recovery_rate = 0|TunnelInfo destroying session id=4|TunnelInfo creating session id=5|braid status: gree"
-        "n - OK|braid status: gray - no session")
-        .arg(dump(0), QString::fromStdString(tunnelTree("conn li:i=1 ri:i=1 ldesc=C").dump_text(1)), dump(3), dump(3, "codec"),
-             dump(4, "sess"));
-    std::size_t at = 0;
-    for (const QString& line : expected.split('|')) {
-        at = log.all().find(line.toStdString(), at);
-        QVERIFY2(at != std::string::npos, qPrintable(line));
-    }
-    QCOMPARE(QString::fromStdString(log.all()).count("response failure"), 1);
-}
 
 QTEST_MAIN(TestTunnelInfo)
 #include "test_tunnelinfo.moc"
