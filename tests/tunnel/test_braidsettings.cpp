@@ -51,71 +51,65 @@ private slots:
         m_screen.reset();
         m_requests.reset();
     }
-    void listEditAndComeBack();
-    void answersWithoutSettingsKeepTheList();
-    void keypad();
+    void listEditAndComeBack()
+    {
+        QTreeWidget* list = m_screen->treeSettings;
+        answer("braidSettings", kTunnel);
+        QCOMPARE(list->topLevelItemCount(), 0);
+        m_screen->paneAboutToShow();
+        QCOMPARE(m_requests->lastTree(), tree(R"(<m n="cfgDescribe"><s k="path">netmgr.tunnel</s></m>)"));
+        QCOMPARE(m_requests->requests().back().params().get_string("seq", ""), std::string("braidSettings"));
+        answer("braidSettings", kTunnel);
+        QCOMPARE(rows(list), QString("Braid, Maximum Delay"));
+        QCOMPARE(list->topLevelItem(1)->text(1), QString("400"));
+        QVERIFY(!m_screen->buttonEdit->isEnabled());
+        list->setCurrentItem(list->topLevelItem(1));
+        QVERIFY(m_screen->buttonEdit->isEnabled());
+        m_screen->buttonEdit->click();
+        QCOMPARE(m_edited, QStringList{"netmgr.tunnel.max_delay"});
+
+        // Off to the editor and back: read again, the same row selected, one edit per click.
+        m_screen->paneAboutToHide();
+        m_screen->paneAboutToShow();
+        QCOMPARE(m_requests->requests().size(), std::size_t(2));
+        answer("braidSettings", kTunnel);
+        QCOMPARE(rows(list), QString("Braid, [Maximum Delay]"));
+        m_screen->buttonEdit->click();
+        QCOMPARE(m_edited.size(), 2);
+    }
+    void answersWithoutSettingsKeepTheList()
+    {
+        m_screen->paneAboutToShow();
+        answer("braidSettings", kTunnel);
+        m_screen->treeSettings->setCurrentItem(m_screen->treeSettings->topLevelItem(0));
+        for (const char* other : {R"(<m n="resp"><m n="node"><m n="group"><s k="name">peers</s></m></m></m>)",
+                                  R"(<m n="resp"><b k="fail">true</b></m>)"}) {
+            answer("braidSettings", other);
+            QCOMPARE(rows(m_screen->treeSettings), QString("[Braid], Maximum Delay"));
+            QVERIFY(!m_screen->buttonEdit->isEnabled());
+        }
+    }
+    // Down moves through the list, Enter presses Edit.
+    void keypad()
+    {
+        QVERIFY(showActive(m_screen.get()));
+        m_screen->paneAboutToShow();
+        QVERIFY(m_screen->treeSettings->hasFocus());
+        answer("braidSettings", kTunnel);
+        m_screen->treeSettings->setCurrentItem(m_screen->treeSettings->topLevelItem(0));
+        m_screen->buttonEdit->setFocus();
+        for (int key : {Qt::Key_Down, Qt::Key_Enter}) {
+            for (bool press : {true, false})
+                m_screen->handleKey(key, press, false);
+        }
+        QTRY_COMPARE(m_edited, QStringList{"netmgr.tunnel.max_delay"});
+    }
 
 private:
     std::unique_ptr<RequestLog> m_requests;
     std::unique_ptr<BraidSettings> m_screen;
     QStringList m_edited;
 };
-
-void TestBraidSettings::listEditAndComeBack()
-{
-    QTreeWidget* list = m_screen->treeSettings;
-    answer("braidSettings", kTunnel);
-    QCOMPARE(list->topLevelItemCount(), 0);
-    m_screen->paneAboutToShow();
-    QCOMPARE(m_requests->lastTree(), tree(R"(<m n="cfgDescribe"><s k="path">netmgr.tunnel</s></m>)"));
-    QCOMPARE(m_requests->requests().back().params().get_string("seq", ""), std::string("braidSettings"));
-    answer("braidSettings", kTunnel);
-    QCOMPARE(rows(list), QString("Braid, Maximum Delay"));
-    QCOMPARE(list->topLevelItem(1)->text(1), QString("400"));
-    QVERIFY(!m_screen->buttonEdit->isEnabled());
-    list->setCurrentItem(list->topLevelItem(1));
-    QVERIFY(m_screen->buttonEdit->isEnabled());
-    m_screen->buttonEdit->click();
-    QCOMPARE(m_edited, QStringList{"netmgr.tunnel.max_delay"});
-
-    // Off to the editor and back: read again, the same row selected, one edit per click.
-    m_screen->paneAboutToHide();
-    m_screen->paneAboutToShow();
-    QCOMPARE(m_requests->requests().size(), std::size_t(2));
-    answer("braidSettings", kTunnel);
-    QCOMPARE(rows(list), QString("Braid, [Maximum Delay]"));
-    m_screen->buttonEdit->click();
-    QCOMPARE(m_edited.size(), 2);
-}
-
-void TestBraidSettings::answersWithoutSettingsKeepTheList()
-{
-    m_screen->paneAboutToShow();
-    answer("braidSettings", kTunnel);
-    m_screen->treeSettings->setCurrentItem(m_screen->treeSettings->topLevelItem(0));
-    for (const char* other : {R"(<m n="resp"><m n="node"><m n="group"><s k="name">peers</s></m></m></m>)",
-                              R"(<m n="resp"><b k="fail">true</b></m>)"}) {
-        answer("braidSettings", other);
-        QCOMPARE(rows(m_screen->treeSettings), QString("[Braid], Maximum Delay"));
-        QVERIFY(!m_screen->buttonEdit->isEnabled());
-    }
-}
-
-// Down moves through the list, Enter presses Edit.
-void TestBraidSettings::keypad()
-{
-    QVERIFY(showActive(m_screen.get()));
-    m_screen->paneAboutToShow();
-    QVERIFY(m_screen->treeSettings->hasFocus());
-    answer("braidSettings", kTunnel);
-    m_screen->treeSettings->setCurrentItem(m_screen->treeSettings->topLevelItem(0));
-    m_screen->buttonEdit->setFocus();
-    for (int key : {Qt::Key_Down, Qt::Key_Enter}) {
-        for (bool press : {true, false})
-            m_screen->handleKey(key, press, false);
-    }
-    QTRY_COMPARE(m_edited, QStringList{"netmgr.tunnel.max_delay"});
-}
 
 QTEST_MAIN(TestBraidSettings)
 #include "test_braidsettings.moc"

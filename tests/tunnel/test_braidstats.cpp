@@ -32,15 +32,11 @@ QString tunStats(const QString& sessParams, bool third = false)
 const char* const kDelays = "d:i=120 dm:i=300 d1:i=50 d2:i=100 d3:i=150 d4:i=200 d5:i=400 dma:b=false "
                             "rd:i=60 rdm:i=200 rd1:i=40 rd2:i=80 rd3:i=120 rd4:i=160 rd5:i=200 rdma:b=true";
 
-// "setMaxDelay remote=false sid=3 delay=10 auto=false", absent keys left out.
-QString describe(const Message& request)
+// A "setMaxDelay" request with these parameters, as the screen sends it.
+void checkRequest(const Message& request, const char* params)
 {
-    QStringList out{QString::fromStdString(request.name)};
-    for (const char* key : {"remote", "sid", "delay", "auto", "seq"}) {
-        if (request.params().has_param(key))
-            out << QString("%1=%2").arg(key, QString::fromStdString(request.params().get_string(key, "")));
-    }
-    return out.join(' ');
+    QCOMPARE(request.name, std::string("setMaxDelay"));
+    QCOMPARE(request.params(), Params((std::string(params) + " sid:i=3 seq=maxDelay").c_str()));
 }
 
 // Which of the direction's widgets and connection buttons are not hidden: "tx 2 rx 0".
@@ -77,135 +73,126 @@ private slots:
         m_stats.reset();
         m_requests.reset();
     }
-    void viewFollowsDirectionAndSession();
-    void delayUpdateSetsSliders();
-    void delayRequests_data();
-    void delayRequests();
-    void keypad();
+    void viewFollowsDirectionAndSession()
+    {
+        LogCapture log(LOG_DEBUG);
+        QCOMPARE(shown(*m_stats), QString("tx 2 rx 0"));
+        notify(tunStats("pl:i=40 rpl:i=70"));
+        QVERIFY(m_stats->radioTx->isChecked());
+        QCOMPARE(shown(*m_stats), QString("tx 6 rx 0"));
+        QVERIFY(log.all().find("Tunnel Session Stats Update") != std::string::npos);
+        m_stats->radioRx->click();
+        QCOMPARE(shown(*m_stats), QString("tx 0 rx 6"));
+        // Buttons of a new connection show in the direction on show.
+        notify(tunStats("", true));
+        QCOMPARE(shown(*m_stats), QString("tx 0 rx 7"));
+        emit m_stats->radioTx->clicked(false);
+        emit m_stats->radioRx->clicked(false);
+        QCOMPARE(shown(*m_stats), QString("tx 0 rx 7"));
+
+        // Each graph shows the session's own history, the transmit rates of the transmit direction.
+        int min = 0;
+        int max = 0;
+        for (bool rx : {false, true}) {
+            QCOMPARE(m_stats->utilizationGraph(rx)->key(), 3);
+            m_stats->utilizationGraph(rx)->range(3, &min, &max);
+            QCOMPARE(max, rx ? 320 : 640);
+            QCOMPARE(m_stats->lossGraph(rx)->key(), 3);
+            m_stats->lossGraph(rx)->range(3, &min, &max);
+            QCOMPARE(max, rx ? 70 : 40);
+        }
+        // A new session: the old one's buttons and history go, the graphs stay for the new one.
+        UtilizationGrapher* graph = m_stats->utilizationGraph(false);
+        notify("tun_stats {sess sid:i=4}");
+        QVERIFY(m_stats->radioTx->isChecked());
+        QCOMPARE(shown(*m_stats), QString("tx 4 rx 0"));
+        QCOMPARE(m_stats->utilizationGraph(false), graph);
+        QCOMPARE(graph->key(), 4);
+        for (bool rx : {false, true}) {
+            QVERIFY(!m_stats->utilizationGraph(rx)->hasHistory(3));
+            QVERIFY(!m_stats->lossGraph(rx)->hasHistory(3));
+            QVERIFY(m_stats->lossGraph(rx)->hasHistory(4));
+        }
+    }
+    void delayUpdateSetsSliders()
+    {
+        LogCapture log(LOG_DEBUG);
+        notify(tunStats(kDelays));
+        const DelaySlider* tx = m_stats->txSlider();
+        QCOMPARE(tx->value(), 300);
+        QCOMPARE(tx->maximum(), 400);
+        QCOMPARE(tx->marker(), 30);
+        QCOMPARE(tx->zones(), (std::array<int, 5>{12, 12, 12, 12, 52}));
+        QVERIFY(tx->isEnabled() && !tx->isAuto() && !m_stats->txAuto()->isChecked());
+        const DelaySlider* rx = m_stats->rxSlider();
+        QCOMPARE(rx->value(), 200);
+        QCOMPARE(rx->marker(), 30);
+        QCOMPARE(rx->zones(), (std::array<int, 5>{20, 20, 20, 20, 20}));
+        QVERIFY(!rx->isEnabled() && rx->isAuto() && m_stats->rxAuto()->isChecked());
+        // The check box that changed reports the change to the unit like a click.
+        QCOMPARE(m_requests->requests().size(), std::size_t(1));
+        checkRequest(m_requests->requests().back(), "remote:b=true auto:b=true");
+        for (const char* line : {"Tunnel Session Delay Update", "TunnelSession id=3", "  setMaxDelay "})
+            QVERIFY2(log.all().find(line) != std::string::npos, line);
+    }
+    void delayRequests_data()
+    {
+        QTest::addColumn<QString>("stats");
+        QTest::addColumn<bool>("receive");
+        QTest::addColumn<bool>("automatic");
+        QTest::addColumn<int>("value");
+        QTest::addColumn<QString>("request");
+
+        const QString stats = tunStats("d5:i=400 rd5:i=400");
+        QTest::newRow("released at 5 sends 10") << stats << false << false << 5 << "remote:b=false delay:i=10 auto:b=false";
+        QTest::newRow("receive") << stats << true << false << 150 << "remote:b=true delay:i=150 auto:b=false";
+        QTest::newRow("automatic sends no delay") << stats << false << true << 250 << "remote:b=false auto:b=true";
+        QTest::newRow("receive automatic") << stats << true << true << 250 << "remote:b=true auto:b=true";
+        QTest::newRow("no session, nothing sent") << "tun_stats" << false << false << 250 << "";
+    }
+    void delayRequests()
+    {
+        QFETCH(QString, stats);
+        QFETCH(bool, receive);
+        QFETCH(bool, automatic);
+        QFETCH(int, value);
+        QFETCH(QString, request);
+
+        notify(stats);
+        DelaySlider* slider = receive ? m_stats->rxSlider() : m_stats->txSlider();
+        slider->setValue(value);
+        const std::size_t before = m_requests->requests().size();
+        if (automatic)
+            (receive ? m_stats->rxAuto() : m_stats->txAuto())->setChecked(true);
+        else
+            emit slider->sliderReleased();
+        QCOMPARE(m_requests->requests().size(), before + !request.isEmpty());
+        if (!request.isEmpty())
+            checkRequest(m_requests->requests().back(), request.toUtf8().constData());
+    }
+    // Left and Right swap the direction buttons on a press; Up and Down leave the focus where it is;
+    // Enter presses the one with the focus.
+    void keypad()
+    {
+        QVERIFY(showActive(m_stats.get()));
+        m_stats->radioTx->setFocus();
+        m_stats->handleKey(Qt::Key_Right, true, false);
+        QVERIFY(m_stats->radioRx->hasFocus());
+        m_stats->handleKey(Qt::Key_Right, false, false);
+        QVERIFY(m_stats->radioRx->hasFocus());
+        for (int key : {Qt::Key_Down, Qt::Key_Up, Qt::Key_Enter})
+            m_stats->handleKey(key, true, false);
+        m_stats->handleKey(Qt::Key_Enter, false, false);
+        QTRY_VERIFY(m_stats->radioRx->isChecked());
+        QVERIFY(m_stats->radioRx->hasFocus());
+        m_stats->handleKey(Qt::Key_Left, true, false);
+        QVERIFY(m_stats->radioTx->hasFocus());
+    }
 
 private:
     std::unique_ptr<cachefeeder::RequestLog> m_requests;
     std::unique_ptr<BraidStats> m_stats;
 };
-
-void TestBraidStats::viewFollowsDirectionAndSession()
-{
-    LogCapture log(LOG_DEBUG);
-    QCOMPARE(shown(*m_stats), QString("tx 2 rx 0"));
-    notify(tunStats("pl:i=40 rpl:i=70"));
-    QVERIFY(m_stats->radioTx->isChecked());
-    QCOMPARE(shown(*m_stats), QString("tx 6 rx 0"));
-    QVERIFY(log.all().find("Tunnel Session Stats Update") != std::string::npos);
-    m_stats->radioRx->click();
-    QCOMPARE(shown(*m_stats), QString("tx 0 rx 6"));
-    // Buttons of a new connection show in the direction on show.
-    notify(tunStats("", true));
-    QCOMPARE(shown(*m_stats), QString("tx 0 rx 7"));
-    emit m_stats->radioTx->clicked(false);
-    emit m_stats->radioRx->clicked(false);
-    QCOMPARE(shown(*m_stats), QString("tx 0 rx 7"));
-
-    // Each graph shows the session's own history, the transmit rates of the transmit direction.
-    int min = 0;
-    int max = 0;
-    for (bool rx : {false, true}) {
-        QCOMPARE(m_stats->utilizationGraph(rx)->key(), 3);
-        m_stats->utilizationGraph(rx)->range(3, &min, &max);
-        QCOMPARE(max, rx ? 320 : 640);
-        QCOMPARE(m_stats->lossGraph(rx)->key(), 3);
-        m_stats->lossGraph(rx)->range(3, &min, &max);
-        QCOMPARE(max, rx ? 70 : 40);
-    }
-    // A new session: the old one's buttons and history go, the graphs stay for the new one.
-    UtilizationGrapher* graph = m_stats->utilizationGraph(false);
-    notify("tun_stats {sess sid:i=4}");
-    QVERIFY(m_stats->radioTx->isChecked());
-    QCOMPARE(shown(*m_stats), QString("tx 4 rx 0"));
-    QCOMPARE(m_stats->utilizationGraph(false), graph);
-    QCOMPARE(graph->key(), 4);
-    for (bool rx : {false, true}) {
-        QVERIFY(!m_stats->utilizationGraph(rx)->hasHistory(3));
-        QVERIFY(!m_stats->lossGraph(rx)->hasHistory(3));
-        QVERIFY(m_stats->lossGraph(rx)->hasHistory(4));
-    }
-}
-
-void TestBraidStats::delayUpdateSetsSliders()
-{
-    LogCapture log(LOG_DEBUG);
-    notify(tunStats(kDelays));
-    const DelaySlider* tx = m_stats->txSlider();
-    QCOMPARE(tx->value(), 300);
-    QCOMPARE(tx->maximum(), 400);
-    QCOMPARE(tx->marker(), 30);
-    QCOMPARE(tx->zones(), (std::array<int, 5>{12, 12, 12, 12, 52}));
-    QVERIFY(tx->isEnabled() && !tx->isAuto() && !m_stats->txAuto()->isChecked());
-    const DelaySlider* rx = m_stats->rxSlider();
-    QCOMPARE(rx->value(), 200);
-    QCOMPARE(rx->marker(), 30);
-    QCOMPARE(rx->zones(), (std::array<int, 5>{20, 20, 20, 20, 20}));
-    QVERIFY(!rx->isEnabled() && rx->isAuto() && m_stats->rxAuto()->isChecked());
-    // The check box that changed reports the change to the unit like a click.
-    QCOMPARE(m_requests->requests().size(), std::size_t(1));
-    QCOMPARE(describe(m_requests->requests().back()), QString("setMaxDelay remote=true sid=3 auto=true seq=maxDelay"));
-    for (const char* line : {"Tunnel Session Delay Update", "TunnelSession id=3", "  setMaxDelay "})
-        QVERIFY2(log.all().find(line) != std::string::npos, line);
-}
-
-void TestBraidStats::delayRequests_data()
-{
-    QTest::addColumn<QString>("stats");
-    QTest::addColumn<bool>("receive");
-    QTest::addColumn<bool>("automatic");
-    QTest::addColumn<int>("value");
-    QTest::addColumn<QString>("request");
-
-    const QString stats = tunStats("d5:i=400 rd5:i=400");
-    QTest::newRow("released at 5 sends 10") << stats << false << false << 5 << "setMaxDelay remote=false sid=3 delay=10 auto=false seq=maxDelay";
-    QTest::newRow("receive") << stats << true << false << 150 << "setMaxDelay remote=true sid=3 delay=150 auto=false seq=maxDelay";
-    QTest::newRow("automatic sends no delay") << stats << false << true << 250 << "setMaxDelay remote=false sid=3 auto=true seq=maxDelay";
-    QTest::newRow("receive automatic") << stats << true << true << 250 << "setMaxDelay remote=true sid=3 auto=true seq=maxDelay";
-    QTest::newRow("no session, nothing sent") << "tun_stats" << false << false << 250 << "";
-}
-
-void TestBraidStats::delayRequests()
-{
-    QFETCH(QString, stats);
-    QFETCH(bool, receive);
-    QFETCH(bool, automatic);
-    QFETCH(int, value);
-    QFETCH(QString, request);
-
-    notify(stats);
-    DelaySlider* slider = receive ? m_stats->rxSlider() : m_stats->txSlider();
-    slider->setValue(value);
-    const std::size_t before = m_requests->requests().size();
-    if (automatic)
-        (receive ? m_stats->rxAuto() : m_stats->txAuto())->setChecked(true);
-    else
-        emit slider->sliderReleased();
-    QCOMPARE(m_requests->requests().size(), before + !request.isEmpty());
-    QCOMPARE(request.isEmpty() ? request : describe(m_requests->requests().back()), request);
-}
-
-// Left and Right swap the direction buttons on a press; Up and Down leave the focus where it is;
-// Enter presses the one with the focus.
-void TestBraidStats::keypad()
-{
-    QVERIFY(showActive(m_stats.get()));
-    m_stats->radioTx->setFocus();
-    m_stats->handleKey(Qt::Key_Right, true, false);
-    QVERIFY(m_stats->radioRx->hasFocus());
-    m_stats->handleKey(Qt::Key_Right, false, false);
-    QVERIFY(m_stats->radioRx->hasFocus());
-    for (int key : {Qt::Key_Down, Qt::Key_Up, Qt::Key_Enter})
-        m_stats->handleKey(key, true, false);
-    m_stats->handleKey(Qt::Key_Enter, false, false);
-    QTRY_VERIFY(m_stats->radioRx->isChecked());
-    QVERIFY(m_stats->radioRx->hasFocus());
-    m_stats->handleKey(Qt::Key_Left, true, false);
-    QVERIFY(m_stats->radioTx->hasFocus());
-}
 
 QTEST_MAIN(TestBraidStats)
 #include "test_braidstats.moc"
