@@ -74,6 +74,7 @@ private slots:
         connect(w->webView, &QWebView::loadStarted, this, [&] { whileLoading << buttons(w).remove(4, 1); });
         show("/", false);
         QCOMPARE(w->lineURL->text(), m_server->url("/").toString());
+        QCOMPARE(w->focusWidget(), static_cast<QWidget*>(w->webView));
         QVERIFY(waitForLoad());
         QCOMPARE(buttons(w), QString("010000"));
         QCOMPARE(w->progressLoad->value(), 100);
@@ -97,6 +98,7 @@ private slots:
         QVERIFY(waitForLoad());
         QTest::mouseClick(w->buttonReload, Qt::LeftButton);
         QVERIFY(waitForLoad());
+        QCOMPARE(buttons(w), QString("011000"));
         QCOMPARE(whileLoading.join(" "), QString("10001 ").repeated(6).trimmed());
     }
     void keypadWalksThePage()
