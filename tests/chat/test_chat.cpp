@@ -101,6 +101,7 @@ private slots:
     void sendFromTheKeypadComesBackAsOurOwn()
     {
         QVERIFY(showActive(m_chat.get()));
+        m_chat->textChat->setFocus();
         m_chat->paneAboutToShow();
         QVERIFY(m_chat->lineMessage->hasFocus());
         QVERIFY(!m_chat->buttonSend->isEnabled());
