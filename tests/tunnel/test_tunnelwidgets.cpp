@@ -136,7 +136,7 @@ private slots:
         QTest::addColumn<QString>("labels");
 
         // 40 | 10 20 | boundary 20 | 20, scaled to the largest rate, 40; the columns before the boundary grey.
-        QTest::newRow("utilization") << true << "0:10=#444444 1:90=#444444 1:50=#666666 1:10=#1e1e1e 2:90=#cc00cc "
+        QTest::newRow("utilization") << true << "0:10=#444444 1:90=#444444 1:75=#222222 1:50=#666666 1:10=#1e1e1e 2:90=#cc00cc "
                                                 "2:20=#1e1e1e 3:60=#cc00cc 3:48=#1e1e1e" << "40 Kbps 0";
         // 10% loss, 20% late, 30% recovery stacked from the bottom.
         QTest::newRow("loss, late and recovery") << false << "3:95=#770000 3:80=#dd0000 3:50=#44cc00 3:30=#1e1e1e"
