@@ -6,7 +6,7 @@
 //            socket pair (local) or a TCP connection in the clear, which is the floor any
 //            transport pays.
 // Prints the median of each and the ratio library / raw per encoding and transport.
-// With --count-instructions, bench/roundtrip-instructions counts the library's instructions.
+// With --round-trips, bench/roundtrip-instructions counts the library's instructions.
 
 #include "codec.h"
 #include "ipcendpoint.h"
@@ -16,7 +16,6 @@
 #include "threadedmanager.h"
 
 #include <benchmark/benchmark.h>
-#include <valgrind/callgrind.h>
 
 #include <arpa/inet.h>
 #include <netinet/in.h>
@@ -25,6 +24,7 @@
 #include <unistd.h>
 
 #include <cstdio>
+#include <cstdlib>
 #include <map>
 #include <string>
 #include <thread>
@@ -137,22 +137,17 @@ void library_round_trip(benchmark::State& state, const std::string& encoding, bo
         link.round_trip();
 }
 
-// Under callgrind (see bench/roundtrip-instructions): only the counted round trips are collected.
-int count_instructions(const std::string& encoding, bool tcp)
+// Under callgrind (see bench/roundtrip-instructions), which subtracts two runs of different
+// counts: what is left is the round trips' own instructions, on both threads.
+int run_round_trips(const std::string& encoding, bool tcp, int count)
 {
-    constexpr int kCountedRoundTrips = 2000;
     LibraryLink link(encoding, tcp);
     if (!link.error().empty()) {
         std::fprintf(stderr, "%s\n", link.error().c_str());
         return 1;
     }
-    for (int i = 0; i < 100; ++i)
+    for (int i = 0; i < count; ++i)
         link.round_trip();
-    CALLGRIND_TOGGLE_COLLECT;
-    for (int i = 0; i < kCountedRoundTrips; ++i)
-        link.round_trip();
-    CALLGRIND_TOGGLE_COLLECT;
-    std::printf("round trips counted: %d\n", kCountedRoundTrips);
     return 0;
 }
 
@@ -279,9 +274,9 @@ private:
 
 int main(int argc, char** argv)
 {
-    // --count-instructions TRANSPORT ENCODING
-    if (argc == 4 && std::string(argv[1]) == "--count-instructions")
-        return count_instructions(argv[3], std::string(argv[2]) == "tcp");
+    // --round-trips TRANSPORT ENCODING COUNT
+    if (argc == 5 && std::string(argv[1]) == "--round-trips")
+        return run_round_trips(argv[3], std::string(argv[2]) == "tcp", std::atoi(argv[4]));
     benchmark::Initialize(&argc, argv);
     for (const char* transport : kTransports) {
         for (const char* encoding : kEncodings) {
