@@ -353,8 +353,7 @@ private:
             uint64_t children = 0;
             if (!read_message(*message, open.size() + 1, children))
                 return false;
-            if (children > 0)
-                open.emplace_back(message, children);
+            open.emplace_back(message, children);
             while (!open.empty() && open.back().second == 0)
                 open.pop_back();
             if (open.empty())

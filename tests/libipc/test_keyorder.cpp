@@ -1,25 +1,18 @@
 // Parameters are kept in key order whatever order they are set or arrive in, and a key that
 // arrives twice is refused wherever the two are.
+#include "bytestring.h"
 #include "codec.h"
 
 #include <gtest/gtest.h>
 
-#include <initializer_list>
 #include <string>
-#include <vector>
+#include <utility>
+#include <variant>
 
 using namespace ipc;
 using namespace std::string_literals;
 
 namespace {
-
-std::string bytes(std::initializer_list<int> values)
-{
-    std::string out;
-    for (const int value : values)
-        out += static_cast<char>(value);
-    return out;
-}
 
 // A "compact" map of one-letter keys in the order given, each with the same encoded value.
 std::string map(const std::string& keys, const std::string& value)
@@ -81,6 +74,36 @@ INSTANTIATE_TEST_SUITE_P(
                       FrameCase{"twice in the first and last map", message("q", "c", "", "q"), nullptr},
                       FrameCase{"twice in the last map", message("", "c", "", "zaz"), nullptr},
                       FrameCase{"twice in two middle maps", message("", "ck", "k", ""), nullptr}));
+
+// Every number takes the shortest head that holds it, as every decoder of the format expects.
+class CompactHeads : public ::testing::TestWithParam<std::pair<ParamValue, std::string>> {};
+
+TEST_P(CompactHeads, TakeTheShortestForm)
+{
+    const auto& [value, head] = GetParam();
+    Params params;
+    params.set("k", value);
+    const std::size_t type = value.index();
+    std::string maps;
+    for (std::size_t i = 0; i < std::variant_size_v<ParamValue>; ++i)
+        maps += i == type ? bytes({0xa1, 0x61, 'k'}) + head : bytes({0xa0});
+    EXPECT_EQ(encode(Encoding::Compact, Message("m", params)), bytes({0x86, 0x61, 'm'}) + maps + bytes({0x80}));
+}
+
+INSTANTIATE_TEST_SUITE_P(
+    Table, CompactHeads,
+    ::testing::Values(std::make_pair(ParamValue(23u), bytes({0x17})), std::make_pair(ParamValue(24u), bytes({0x18, 24})),
+                      std::make_pair(ParamValue(255u), bytes({0x18, 0xff})),
+                      std::make_pair(ParamValue(256u), bytes({0x19, 0x01, 0x00})),
+                      std::make_pair(ParamValue(65535u), bytes({0x19, 0xff, 0xff})),
+                      std::make_pair(ParamValue(65536u), bytes({0x1a, 0x00, 0x01, 0x00, 0x00})),
+                      std::make_pair(ParamValue(4294967295u), bytes({0x1a, 0xff, 0xff, 0xff, 0xff})),
+                      std::make_pair(ParamValue(-1), bytes({0x20})),
+                      std::make_pair(ParamValue(-25), bytes({0x38, 24})),
+                      std::make_pair(ParamValue(-2147483647 - 1), bytes({0x3a, 0x7f, 0xff, 0xff, 0xff})),
+                      std::make_pair(ParamValue(std::string(24, 'x')), bytes({0x78, 24}) + std::string(24, 'x')),
+                      std::make_pair(ParamValue(std::string("\xff")), bytes({0x41, 0xff})),
+                      std::make_pair(ParamValue(false), bytes({0xf4}))));
 
 TEST(ParamsOrder, ValuesComeInKeyOrderBytewiseWithAPrefixFirst)
 {
