@@ -169,7 +169,7 @@ TEST(CompactCodec, MalformedInputIsRefusedWithAReason)
         {bytes({0x85, 0x61, 'a', 0xa0, 0xa0, 0xa0, 0xa0}), "array of 6"},
         {head + bytes({0x80}), "parameters are not a map"},
         {head + oneKey + bytes({0x01}), "does not fit"},
-        {head + oneKey + bytes({0x61, 't'}) + oneKey + bytes({0x01}), "given twice"},
+        {head + oneKey + bytes({0x61, 't'}) + oneKey + bytes({0x01}) + noMap + noMap + bytes({0x80}), "given twice"},
         {head + bytes({0xbb, 0xff, 0xff, 0xff, 0xff, 0xff, 0xff, 0xff, 0xff}), "more than 4096 parameters"},
         {head + noMap + noMap + noMap + noMap + bytes({0x9b, 0xff, 0xff, 0xff, 0xff, 0xff, 0xff, 0xff, 0xff}),
          "more than 200000 messages"},
