@@ -204,8 +204,11 @@ private:
     {
         pollfd entry{m_fd, POLLIN, 0};
         char chunk[4096];
-        const ssize_t n = m_closed || poll(&entry, 1, 10000) <= 0 ? 0 : recv(m_fd, chunk, sizeof chunk, 0);
-        m_closed = m_closed || n <= 0;
+        // Shorter than the server's login timeout, so that its close is never taken for another.
+        if (m_closed || poll(&entry, 1, 5000) <= 0)
+            return false;
+        const ssize_t n = recv(m_fd, chunk, sizeof chunk, 0);
+        m_closed = n <= 0;
         if (n > 0)
             m_received.append(chunk, static_cast<std::size_t>(n));
         return n > 0;
