@@ -15,11 +15,7 @@ namespace net {
 // Owned jointly by the lookup and its thread, so either may go first.
 struct HostLookup::Shared {
     Shared() : doneFd(eventfd(0, EFD_NONBLOCK | EFD_CLOEXEC)), addresses(nullptr, &freeaddrinfo) {}
-    ~Shared()
-    {
-        if (doneFd >= 0)
-            close(doneFd);
-    }
+    ~Shared() { close(doneFd); }
 
     const int doneFd;
     std::mutex mutex;
@@ -30,7 +26,7 @@ struct HostLookup::Shared {
 HostLookup::HostLookup(const SocketAddr& addr)
     : m_shared(std::make_shared<Shared>())
 {
-    if (m_shared->doneFd < 0) {
+    if (m_shared->doneFd == -1) {
         m_shared->error = std::string("eventfd: ") + std::strerror(errno);
         return;
     }

@@ -303,8 +303,8 @@ IPCSocket& IPCManager::add_socket(std::unique_ptr<IPCSocket> socket)
 {
     IPCSocket& added = *socket;
     added.m_id = ++m_impl->lastSocketId;
+    // Always on the loop thread, which polls it on its next turn.
     m_impl->sockets[added.m_id] = std::move(socket);
-    wake();
     return added;
 }
 

@@ -184,11 +184,14 @@ TEST(XmlsCodec, WritesOneElementPerParameterAndHexWhereXmlCannot)
     Message message("peer", Params("id:i=-3 rate:u=64000 up:b=true none="));
     message.params().set_string("name", "A & \"B\" <c>\t\r\n");
     message.params().set_string("blob", "\x01\xff"s);
+    message.params().set_string("replacement", "\xef\xbf\xbd"s);
+    message.params().set_string("reserved", "\xef\xbf\xbe"s);
     message.add_child("\x02"s).params().set_bool("\x03"s, false);
     EXPECT_EQ(encode(Encoding::Xmls, message),
               "<m n=\"peer\"><s k=\"blob\" hex=\"1\">01ff</s><i k=\"id\">-3</i>"
               "<s k=\"name\">A &amp; &quot;B&quot; &lt;c&gt;&#9;&#13;&#10;</s><s k=\"none\"/>"
-              "<u k=\"rate\">64000</u><b k=\"up\">true</b>"
+              "<u k=\"rate\">64000</u><s k=\"replacement\">\xef\xbf\xbd</s><s k=\"reserved\" hex=\"1\">efbfbe</s>"
+              "<b k=\"up\">true</b>"
               "<m n-hex=\"02\"><b k-hex=\"03\">false</b></m></m>");
 }
 
@@ -200,6 +203,7 @@ TEST(XmlsCodec, MalformedInputIsRefusedWithAReason)
         {"<m n=\"a\"><i k=\"x\">2147483648</i></m>", "not a valid i"},
         {"<m n=\"a\"><s k=\"x\" hex=\"1\">abc</s></m>", "not a valid s"},
         {"<m n=\"a\"><s k=\"x\">1</s><i k=\"x\">1</i></m>", "given twice"},
+        {"<m n=\"a\">x</m>", "text outside a parameter"},
         {"<!DOCTYPE m [<!ENTITY a \"aaaaaaaa\"><!ENTITY b \"&a;&a;&a;&a;\">]><m n=\"&b;\"/>",
          "document type declaration"}};
     for (const auto& [data, reason] : cases)
