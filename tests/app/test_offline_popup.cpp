@@ -94,6 +94,7 @@ private slots:
         MainWindow& window = *shell.window;
         QTRY_VERIFY(window.offlineScreen().isVisible());
         QCOMPARE(window.offlineScreen().labelStatus->text(), QStringLiteral("Initializing system... Please wait."));
+        QCOMPARE(window.offlineScreen().grab().toImage().pixelColor(1, 1), QColor(60, 60, 200));
         QVERIFY(!window.isVisible());
 
         shell.setState(IPCClient::IPC_LOGGED_IN);

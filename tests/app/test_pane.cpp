@@ -117,6 +117,7 @@ private slots:
         QVERIFY(m_shell->window->keyboardVisible());
         QVERIFY(!bar.keyboardButtonEnabled());
         // Chat fits above the keyboard; the other screens scroll behind it.
+        QCOMPARE(pageArea->horizontalScrollBarPolicy(), Qt::ScrollBarAlwaysOff);
         QCOMPARE(pageArea->verticalScrollBarPolicy(), Qt::ScrollBarAlwaysOff);
 
         pane().showScreen(Pane::ScreenPeerList);

@@ -5,6 +5,7 @@
 
 #include <QDialog>
 #include <QTest>
+#include <QTimer>
 
 namespace {
 
@@ -101,6 +102,10 @@ private slots:
         sendPlatformKey(&recorder, true, Qt::Key_Down, Qt::NoModifier, QString(), true);
         QWSServer::sendKeyEvent('y', 'y', Qt::NoModifier, true, false);
         QCOMPARE(log, QStringList({"f 58 58 2000000 release", "f ffff 1000015 0 press repeat"}));
+        // Other events pass untouched.
+        bool timerFired = false;
+        QTimer::singleShot(0, [&] { timerFired = true; });
+        QTRY_VERIFY(timerFired);
         QCOMPARE(recorder.keys, QStringList({KeyRecorder::describe(false, Qt::Key_X, "X", Qt::ShiftModifier, false, true),
                                              KeyRecorder::describe(true, Qt::Key_Down, "", Qt::NoModifier, true, true),
                                              KeyRecorder::describe(true, Qt::Key_Y, "y", Qt::NoModifier, false, false)}));
