@@ -26,10 +26,11 @@ void LossLateRecoveryGrapher::addSample(uint32_t key, int loss, int late, int re
 void LossLateRecoveryGrapher::drawSample(unsigned index, int, int, const Sample& sample, PointList*,
                                          RectList* rects) const
 {
-    int bottom = fixedY(0, kFullScale);
-    for (size_t series = 0; series < kSeries; ++series) {
-        const int top = bottom - (plotHeight() - fixedY(valueAt(sample, series), kFullScale));
-        addColumn(rects[series], index, top, bottom - 1);
+    int bottom = plotHeight();
+    RectList* list = rects;
+    for (int rate : sample) {
+        const int top = bottom - (plotHeight() - fixedY(rate, kFullScale));
+        addColumn(*list++, index, top, bottom - 1);
         bottom = top;
     }
 }

@@ -97,11 +97,12 @@ private slots:
     void keypad()
     {
         QVERIFY(showActive(m_screen.get()));
+        m_screen->treeSettings->clearFocus();
         m_screen->paneAboutToShow();
         QVERIFY(m_screen->treeSettings->hasFocus());
         answer("braidSettings", kTunnel);
         m_screen->treeSettings->setCurrentItem(m_screen->treeSettings->topLevelItem(0));
-        m_screen->buttonEdit->setFocus();
+        m_screen->treeSettings->clearFocus();
         for (int key : {Qt::Key_Down, Qt::Key_Enter}) {
             for (bool press : {true, false})
                 m_screen->handleKey(key, press, false);
