@@ -5,11 +5,12 @@
 #include "ipcinstances.h"
 #include "message.h"
 
+#include <QApplication>
 #include <QEvent>
 #include <QMutexLocker>
 #include <QStringList>
 #include <QWidget>
-#include <QtGlobal>
+#include <QtTest>
 
 #include <string>
 #include <utility>
@@ -69,6 +70,26 @@ inline bool sentAre(const std::vector<Message>& sent, const std::vector<std::pai
             return false;
     }
     return true;
+}
+
+// Shows the screen as the active window, so that focus and painting are real.
+inline bool showActive(QWidget& screen)
+{
+    screen.show();
+    QApplication::setActiveWindow(&screen);
+    return QTest::qWaitForWindowActive(&screen);
+}
+
+// A keypad key pressed and released with focus on the screen's child of that name; the name of
+// the widget with focus then.
+template <typename Screen>
+QString pressOn(Screen& screen, const QString& focus, int key)
+{
+    screen.template findChild<QWidget*>(focus)->setFocus();
+    screen.handleKey(key, true, false);
+    screen.handleKey(key, false, false);
+    QCoreApplication::processEvents();
+    return QApplication::focusWidget()->objectName();
 }
 
 // Counts the paint events a widget receives.

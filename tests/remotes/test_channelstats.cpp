@@ -163,9 +163,7 @@ void TestChannelStats::keys()
     QFETCH(QString, focus);
     QFETCH(int, key);
     ChannelStats screen;
-    screen.show();
-    QApplication::setActiveWindow(&screen);
-    QVERIFY(QTest::qWaitForWindowActive(&screen));
+    QVERIFY(showActive(screen));
     feedChannels({"a", "b", "c"});
     screen.comboMode->setCurrentIndex(1);
     screen.statsTab->setCurrentIndex(1);
@@ -176,12 +174,9 @@ void TestChannelStats::keys()
     feedChannels({"a", "b", "c"});
     QTRY_VERIFY(receive.paints > 0 && transmit.paints > 0);
 
-    screen.findChild<QWidget*>(focus)->setFocus();
-    screen.handleKey(key, true, false);
-    screen.handleKey(key, false, false);
-    const QString after = QStringLiteral("%1 %2 %3 %4").arg(screen.statsTab->currentIndex()).arg(int(screen.checkAvg->isChecked()))
-                              .arg(selected(screen), QApplication::focusWidget()->objectName());
-    QTEST(after, "after");
+    const QString focused = pressOn(screen, focus, key);
+    QTEST(QStringLiteral("%1 %2 %3 %4").arg(screen.statsTab->currentIndex()).arg(screen.checkAvg->isChecked())
+              .arg(selected(screen), focused), "after");
 }
 
 QTEST_MAIN(TestChannelStats)

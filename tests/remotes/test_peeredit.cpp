@@ -190,23 +190,17 @@ void TestPeerEdit::keys()
     QFETCH(QString, focus);
     QFETCH(int, key);
     PeerEdit editor;
-    editor.show();
-    QApplication::setActiveWindow(&editor);
-    QVERIFY(QTest::qWaitForWindowActive(&editor));
+    QVERIFY(showActive(editor));
     open(editor, 3, false);
     editor.paneAboutToShow();
     QVERIFY(editor.nameEdit->hasFocus());
     editor.comboProfile->setCurrentIndex(1);
     editor.comboBackup->setCurrentIndex(1);
     editor.checkFallForward->setChecked(false);
-    editor.findChild<QWidget*>(focus)->setFocus();
     QSignalSpy done(&editor, &PeerEdit::editPeerDone);
-    editor.handleKey(key, true, false);
-    editor.handleKey(key, false, false);
-    QCoreApplication::processEvents();
-    const QString after = QStringLiteral("%1 %2 %3 %4").arg(editor.comboProfile->currentIndex()).arg(editor.comboBackup->currentIndex())
-                              .arg(int(editor.checkFallForward->isChecked())).arg(QApplication::focusWidget()->objectName());
-    QTEST(after + (done.isEmpty() ? "" : " done"), "after");
+    const QString focused = pressOn(editor, focus, key);
+    QTEST(QStringLiteral("%1 %2 %3 %4%5").arg(editor.comboProfile->currentIndex()).arg(editor.comboBackup->currentIndex())
+              .arg(editor.checkFallForward->isChecked()).arg(focused, done.isEmpty() ? "" : " done"), "after");
 }
 
 QTEST_MAIN(TestPeerEdit)

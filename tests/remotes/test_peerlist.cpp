@@ -79,6 +79,7 @@ void TestPeerList::mergePlacesOnlyNewRows_data()
     QTest::newRow("reordered records stay put") << "123" << "312" << "123";
     QTest::newRow("new first goes on top") << "12" << "512" << "5+12";
     QTest::newRow("new after 7 goes under 7") << "279" << "9742" << "274+9";
+    QTest::newRow("new after the top row") << "12" << "152" << "15+2";
     QTest::newRow("removed and replaced") << "123" << "43" << "4+3";
 }
 
@@ -174,7 +175,7 @@ void TestPeerList::rowRendering_data()
     QTest::newRow("unknown profile falls back to the default")
         << "id:i=2 name=N addr=a profile:i=9" << "" << "" << "N|Address\ta|Profile\tStudio Link" << "black_arrow_right";
     QTest::newRow("braid possible but off")
-        << "id:i=4 name=B addr=a profile:i=1 plait:b=true use_plait:b=false unit=m" << "" << tunnel.arg("ACTIVE", "")
+        << "id:i=4 name=B addr=a profile:i=1 plait:b=true unit=m" << "" << tunnel.arg("ACTIVE", "")
         << "B|Address\ta|Braid Enable\tNo|Profile\tFactory IP" << "black_arrow_right";
     QTest::newRow("braid without a session") << braid << "" << "" << "Van" + braidHead + "Not Active|Profile\tFactory IP"
                                              << "black_arrow_right";
@@ -253,9 +254,8 @@ void TestPeerList::buttonsFollowSelectionAndPots()
     QFETCH(QString, pots);
 
     Screen list;
-    list.show();
-    QApplication::setActiveWindow(&list);
-    QVERIFY(QTest::qWaitForWindowActive(&list));
+    QVERIFY(showActive(list));
+    QVERIFY(list.buttonRateDrop->isHidden() && list.buttonRetrain->isHidden());
     list.paneAboutToShow();
     feedPeers({selectedRecord, otherRecord});
     list.peerTree->setCurrentItem(list.peerTree->topLevelItem(0));
