@@ -140,6 +140,8 @@ void TestGrapher::shapes_data()
     // Minimum 0: no bar under the band.
     QTest::newRow("delay from zero") << "delay" << QList<int>{4, 3, 0, 1} << QList<QRect>{QRect(x, 0, 5, 120)}
                                      << QList<QPoint>{QPoint(x, 30)};
+    QTest::newRow("delay from one") << "delay" << QList<int>{4, 3, 1, 1} << QList<QRect>{QRect(x, 90, 5, 30), QRect(x, 0, 5, 90)}
+                                    << QList<QPoint>{QPoint(x, 30)};
     QTest::newRow("delay, no data") << "delay" << QList<int>{4, 3, 2, 0} << QList<QRect>{QRect(x, 0, 5, 120)}
                                     << QList<QPoint>{};
     // Payload 3 and overhead 1 on a scale of 0 to 4.
@@ -188,8 +190,8 @@ void TestGrapher::samePixelsAsStrokingEachShape()
     const auto below = [&random](int n) { return static_cast<int>(random() % unsigned(n)); };
     for (int i = 0; i < 120; ++i) {
         const bool negative = i % 17 == 0;
-        graphs.delay.addSample(7, negative ? -50 : 300 + below(300), i % 30 < 10 ? 400 : 300 + below(100),
-                               negative ? 100 : below(200), below(10) != 0);
+        graphs.delay.addSample(7, negative ? -2 : 3 + below(3), i % 30 < 10 ? 4 : 3 + below(2), negative ? 1 : below(3),
+                               below(10) != 0);
         graphs.percent.addSample(7, below(200), i % 20 < 10 ? 0 : below(100), below(150));
         graphs.channel.addSample(7, 100000 + below(50000), below(30000));
     }
@@ -242,6 +244,17 @@ void TestGrapher::samePixelsAsStrokingEachShape()
         // The plot with its frame; the labels beside it are text, rendered by the platform.
         const QRect plot(0, 0, 601, 121);
         QVERIFY2(image.copy(plot) == reference.copy(plot), graph.metaObject()->className());
+        // Each label leaves ink beside the plot: at the top, around the middle and at the bottom.
+        const auto inked = [&](int top) {
+            for (int y = top; y < top + 12; ++y) {
+                for (int x = 602; x < 640; ++x) {
+                    if (image.pixel(x, y) != reference.pixel(x, y))
+                        return true;
+                }
+            }
+            return false;
+        };
+        QVERIFY(inked(0) && inked(55) && inked(108));
     }
 }
 

@@ -9,7 +9,7 @@ namespace {
 
 QString peer(int id, int callTime = 0)
 {
-    return QStringLiteral("id:i=%1 callTime:u=%2 bufferMaxDelay:i=500 newData:b=true").arg(id).arg(callTime);
+    return QStringLiteral("id:i=%1 callTime:u=%2 bufferMaxDelay:i=4 newData:b=true").arg(id).arg(callTime);
 }
 
 // Remotes are numbered from 1 in list order; a name starting with '-' is not in a call.
@@ -153,8 +153,8 @@ void TestPeerStats::samplesForEveryRemote()
     points[0].clear();
     screen.delayGraph().draw(2, points, rects, &min, &max);
     const int height = screen.delayGraph().plotHeight();
-    QCOMPARE(std::make_pair(max, rects[0].last().top()), std::make_pair(500, height - height * 350 / 500));
-    QCOMPARE(points[0].last().y(), height - height * 420 / 500);
+    QCOMPARE(std::make_pair(max, rects[0].last().top()), std::make_pair(460, height - height * 350 / 460));
+    QCOMPARE(points[0].last().y(), height - height * 420 / 460);
 }
 
 QTEST_MAIN(TestPeerStats)
