@@ -76,7 +76,6 @@ void GraphWidget::paintOverlay(QPainter&, int, int) const
 void GraphWidget::paintEvent(QPaintEvent*)
 {
     QPainter painter(this);
-    painter.setRenderHint(QPainter::Antialiasing, false);
     painter.setPen(framePen());
     painter.setBrush(kBackground);
     painter.drawRect(0, 0, m_plotWidth, m_plotHeight);

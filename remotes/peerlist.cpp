@@ -22,7 +22,6 @@ const char* const kIconFiles[] = {
 
 const char* const kPotsChannel = "pots";
 const int kTreeColumnWidth = 635;
-const int kTreeIndentation = 15;
 const int kDetailPointSize = 7;
 
 QString text(const Params& params, const char* key)
@@ -49,10 +48,6 @@ PeerList::PeerList(QWidget* parent)
     for (int i = 0; i < StateIconCount; ++i)
         m_icons[i] = QIcon(QString::fromLatin1(kIconFiles[i]));
 
-    peerTree->clear();
-    peerTree->setColumnCount(1);
-    peerTree->setHeaderHidden(true);
-    peerTree->setIndentation(kTreeIndentation);
     peerTree->header()->setStretchLastSection(false);
     peerTree->header()->setSectionResizeMode(0, QHeaderView::Fixed);
     peerTree->setColumnWidth(0, kTreeColumnWidth);

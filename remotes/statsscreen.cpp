@@ -20,7 +20,6 @@ void StatsScreen::attachControls(QComboBox* selector, QCheckBox* option, QTabWid
 
 void StatsScreen::setUpTable(QTreeWidget* table, const QStringList& labels)
 {
-    table->clear();
     table->setColumnCount(2);
     table->setHeaderHidden(true);
     table->setRootIsDecorated(false);

@@ -15,10 +15,7 @@
 #include <QtTest>
 
 namespace {
-
-const int kStatsPeriodMs = 200;
 const int kEnoughSamples = 3;
-
 } // namespace
 
 class TestStats : public QObject {
@@ -26,7 +23,6 @@ class TestStats : public QObject {
 
 private slots:
     void initTestCase();
-    void twoCallsFromTheKeypad();
     void peerStatsFollowBothRemotes();
     void channelStatsShowTheTraffic();
 
@@ -42,12 +38,15 @@ private:
 
 void TestStats::initTestCase()
 {
-    QVERIFY(m_shell.start({"--stats-rate", QString::number(kStatsPeriodMs)}));
+    QVERIFY(m_shell.start({"--stats-rate", "200"}));
     m_list = m_shell.screen<PeerList>(Pane::ScreenPeerList);
     m_peerStats = m_shell.screen<PeerStats>(Pane::ScreenPeerStats);
     m_channelStats = m_shell.screen<ChannelStats>(Pane::ScreenChannelStats);
-    QVERIFY2(m_list && m_peerStats && m_channelStats, "the statistics screens are not in the stack");
+    QVERIFY(m_list && m_peerStats && m_channelStats);
     QTRY_COMPARE(m_list->peerTree->topLevelItemCount(), 4);
+    m_shell.window().pane().showScreen(Pane::ScreenPeerList);
+    call("Studio A", 1);
+    call("Remote Booth", 4);
 }
 
 void TestStats::call(const QString& name, int id)
@@ -69,13 +68,6 @@ void TestStats::openFromStatsMenu(const QString& entry)
     QMenu* stats = bar->activeAction()->menu();
     QVERIFY(m_shell.pressUntil(Qt::Key_Down, [&] { return stats->activeAction() && stats->activeAction()->text() == entry; }));
     m_shell.key(Qt::Key_Enter);
-}
-
-void TestStats::twoCallsFromTheKeypad()
-{
-    m_shell.window().pane().showScreen(Pane::ScreenPeerList);
-    call("Studio A", 1);
-    call("Remote Booth", 4);
 }
 
 void TestStats::peerStatsFollowBothRemotes()

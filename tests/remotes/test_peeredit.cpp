@@ -1,12 +1,7 @@
-#include "codec.h"
-#include "ipcinstances.h"
 #include "peeredit.h"
+#include "remotesfeed.h"
 
-#include <QMutexLocker>
 #include <QtTest>
-
-#include <cstring>
-#include <vector>
 
 namespace {
 
@@ -31,22 +26,27 @@ const char* const kProfiles = R"(<m n="profileList">
   <m n="profile"><i k="id">5</i></m>
 </m>)";
 
-void answer(const char* xmls)
-{
-    Message msg;
-    std::string error;
-    if (!ipc::decode(ipc::Encoding::Xmls, xmls, std::strlen(xmls), msg, error))
-        qFatal("bad xmls in test: %s", error.c_str());
-    msg.params().set_string("seq", msg.name);
-    QMutexLocker lock(g_ipcClient.mutex());
-    g_ipcClient.process_response(msg);
-}
-
 void open(PeerEdit& editor, int peerId, bool adding)
 {
     editor.setPeerID(peerId);
     editor.setEdit(!adding);
     editor.populate();
+}
+
+// Title, fields, backup and profile shown; address editable, MAC and Braid offered, Braid and fall forward
+// checked, OK enabled; the backups' ids; the number of profiles offered.
+QString state(const PeerEdit& e)
+{
+    QStringList backups;
+    for (int i = 0; i < e.comboBackup->count(); ++i)
+        backups << e.comboBackup->itemData(i).toString();
+    const QString flags = QStringLiteral("%1%2%3%4%5%6").arg(e.addressEdit->isEnabled()).arg(!e.macAddrEdit->isHidden())
+                              .arg(!e.checkBraid->isHidden()).arg(e.checkBraid->isChecked())
+                              .arg(e.checkFallForward->isChecked()).arg(e.buttonOK->isEnabled());
+    return QStringList{e.labelTitle->text(), e.nameEdit->text(), e.addressEdit->text(), e.passwordEdit->text(),
+                       e.macAddrEdit->text(), e.comboBackup->currentText(), e.comboProfile->currentText(), flags,
+                       backups.join(' '), QString::number(e.comboProfile->count())}
+        .join('|');
 }
 
 } // namespace
@@ -60,70 +60,44 @@ private slots:
     void editMode();
     void form_data();
     void form();
-
-private:
-    std::vector<Message> m_sent;
+    void keys_data();
+    void keys();
 };
 
 void TestPeerEdit::initTestCase()
 {
-    g_ipcClient.setRequestTap([this](const Message& request) { m_sent.push_back(request); });
-    answer(kPeers);
-    answer(kProfiles);
+    respond("peerList", fromXmls(kPeers));
+    respond("profileList", fromXmls(kProfiles));
 }
 
 void TestPeerEdit::editMode_data()
 {
     QTest::addColumn<int>("peerId");
     QTest::addColumn<bool>("adding");
-    QTest::addColumn<QString>("shown"); // name|address|password|MAC|backup|profile
-    QTest::addColumn<bool>("editable");
-    QTest::addColumn<bool>("braid");
+    QTest::addColumn<QString>("shown");
 
-    QTest::newRow("adding") << 1 << true << "||||(No backup)|(Default Profile)" << true << false;
+    // A new remote cannot back itself up, so the one selected in the list is left out.
+    QTest::newRow("adding") << 1 << true << "Add New Remote|||||(No backup)|(Default Profile)|111000|0 2 3 4|4";
     QTest::newRow("listed by the directory")
-        << 1 << false << "Studio A|studio-a.relaybook|||(No backup)|Studio Link" << false << false;
-    QTest::newRow("braid remote on a hidden profile")
-        << 3 << false << "OB Van 2|198.51.100.23|van2|00:1b:7c:0a:51:9f|Newsroom|Engineering Test" << true << true;
-    QTest::newRow("backup of itself") << 4 << false
-                                      << "Booth|203.0.113.40|b|00:1b:7c:0a:33:02|(Keep retrying this remote)|"
-                                         "(Default Profile)"
-                                      << true << false;
+        << 1 << false << "Edit Remote Settings|Studio A|studio-a.relaybook|||(No backup)|Studio Link|000001|0 1 2 3 4|4";
+    // A hidden profile is offered only to the remote that uses it.
+    QTest::newRow("braid remote on a hidden profile") << 3 << false
+        << "Edit Remote Settings|OB Van 2|198.51.100.23|van2|00:1b:7c:0a:51:9f|Newsroom|Engineering Test|111111|0 3 1 2 4|5";
+    QTest::newRow("backup of itself") << 4 << false << "Edit Remote Settings|Booth|203.0.113.40|b|00:1b:7c:0a:33:02|"
+                                                       "(Keep retrying this remote)|(Default Profile)|111001|0 4 1 2 3|4";
 }
 
+// A previous visit in the other mode left its state behind.
 void TestPeerEdit::editMode()
 {
     QFETCH(int, peerId);
     QFETCH(bool, adding);
-    QFETCH(QString, shown);
-    QFETCH(bool, editable);
-    QFETCH(bool, braid);
-
     PeerEdit editor;
-    // A previous visit in the other mode left its state behind.
     open(editor, peerId, !adding);
-    editor.checkBraid->setChecked(!braid);
-    editor.checkFallForward->setChecked(!braid);
-
+    editor.checkBraid->setChecked(peerId != 3);
+    editor.checkFallForward->setChecked(peerId != 3);
     open(editor, peerId, adding);
-    QCOMPARE(editor.labelTitle->text(), QString(adding ? "Add New Remote" : "Edit Remote Settings"));
-    QCOMPARE((QStringList{editor.nameEdit->text(), editor.addressEdit->text(), editor.passwordEdit->text(),
-                          editor.macAddrEdit->text(), editor.comboBackup->currentText(),
-                          editor.comboProfile->currentText()})
-                 .join('|'),
-             shown);
-    QCOMPARE(editor.addressEdit->isEnabled(), editable);
-    QCOMPARE(!editor.macAddrEdit->isHidden(), editable);
-    QCOMPARE(!editor.checkBraid->isHidden(), editable);
-    QCOMPARE(editor.checkBraid->isChecked(), braid);
-    // The scenario's Braid remote is also the only one that retries its primary.
-    QCOMPARE(editor.checkFallForward->isChecked(), braid);
-    // A new remote cannot back itself up, so the one selected in the list is left out.
-    QCOMPARE(editor.comboBackup->itemData(1).toInt(), adding ? 2 : peerId);
-    QCOMPARE(editor.comboBackup->count(), adding ? 4 : 5);
-    // A hidden profile is offered only to the remote that uses it.
-    QCOMPARE(editor.comboProfile->count(), peerId == 3 ? 5 : 4);
-    QCOMPARE(editor.buttonOK->isEnabled(), !adding);
+    QTEST(state(editor), "shown");
 }
 
 void TestPeerEdit::form_data()
@@ -181,13 +155,52 @@ void TestPeerEdit::form()
     QCOMPARE(editor.macAddrEdit->palette().color(QPalette::Base) == QColor(255, 221, 221),
              peerId == 0 && braid && expected.isEmpty());
 
-    m_sent.clear();
+    SentRequests tap;
+    QSignalSpy done(&editor, &PeerEdit::editPeerDone);
     editor.buttonOK->click();
-    QCOMPARE(m_sent.size(), std::size_t(expected.isEmpty() ? 0 : 1));
     if (expected.isEmpty())
-        return;
-    QCOMPARE(m_sent[0].name, std::string(peerId ? "setPeerSettings" : "addPeer"));
-    QVERIFY2(m_sent[0].params() == Params(expected.toUtf8().constData()), m_sent[0].dump_text().c_str());
+        QVERIFY(tap.sent.empty() && done.isEmpty());
+    else
+        QVERIFY(sentAre(tap.sent, {{peerId ? "setPeerSettings" : "addPeer", expected.toStdString()}}) && done.count() == 1);
+}
+
+void TestPeerEdit::keys_data()
+{
+    QTest::addColumn<QString>("focus");
+    QTest::addColumn<int>("key");
+    QTest::addColumn<QString>("after"); // profile index, backup index, fall forward, widget with focus
+
+    // Starting on the second profile and the second backup, fall forward off.
+    QTest::newRow("Left on a profile: next") << "comboProfile" << int(Qt::Key_Left) << "2 1 0 comboProfile";
+    QTest::newRow("Right on a backup: previous") << "comboBackup" << int(Qt::Key_Right) << "1 0 0 comboBackup";
+    QTest::newRow("Left on fall forward toggles it") << "checkFallForward" << int(Qt::Key_Left) << "1 1 1 checkFallForward";
+    QTest::newRow("Enter on fall forward toggles it") << "checkFallForward" << int(Qt::Key_Enter) << "1 1 1 checkFallForward";
+    QTest::newRow("Enter in a field does nothing") << "addressEdit" << int(Qt::Key_Enter) << "1 1 0 addressEdit";
+    QTest::newRow("Enter on Cancel presses it") << "buttonCancel" << int(Qt::Key_Enter) << "1 1 0 buttonCancel done";
+    QTest::newRow("Left on Cancel stays") << "buttonCancel" << int(Qt::Key_Left) << "1 1 0 buttonCancel";
+    QTest::newRow("Right on OK stays") << "buttonOK" << int(Qt::Key_Right) << "1 1 0 buttonOK";
+    QTest::newRow("Right on Cancel: OK") << "buttonCancel" << int(Qt::Key_Right) << "1 1 0 buttonOK";
+    QTest::newRow("Down: next field") << "nameEdit" << int(Qt::Key_Down) << "1 1 0 passwordEdit";
+    QTest::newRow("F1 ignored") << "comboProfile" << int(Qt::Key_F1) << "1 1 0 comboProfile";
+}
+
+// Shown, so that focus is real: the remote with a Braid unit, which offers every field.
+void TestPeerEdit::keys()
+{
+    QFETCH(QString, focus);
+    QFETCH(int, key);
+    PeerEdit editor;
+    QVERIFY(showActive(editor));
+    open(editor, 3, false);
+    editor.paneAboutToShow();
+    QVERIFY(editor.nameEdit->hasFocus());
+    editor.comboProfile->setCurrentIndex(1);
+    editor.comboBackup->setCurrentIndex(1);
+    editor.checkFallForward->setChecked(false);
+    QSignalSpy done(&editor, &PeerEdit::editPeerDone);
+    const QString focused = pressOn(editor, focus, key);
+    QTEST(QStringLiteral("%1 %2 %3 %4%5").arg(editor.comboProfile->currentIndex()).arg(editor.comboBackup->currentIndex())
+              .arg(editor.checkFallForward->isChecked()).arg(focused, done.isEmpty() ? "" : " done"), "after");
 }
 
 QTEST_MAIN(TestPeerEdit)
