@@ -70,7 +70,7 @@ private slots:
             << R"(<m n="setSysOptions"><m n="audio"><s k="gain">3</s></m></m>)";
         QTest::newRow("system, other group") << "name=enabled type=bool default=true group=directoryServer" << ""
             << "false" << "true" << true << R"(<m n="setDirectoryServer"><s k="enabled">true</s></m>)";
-        QTest::newRow("system, not stored") << "name=missing default=7 group=sysOptions" << "" << "7" << "" << false
+        QTest::newRow("system, not stored") << "name=missing default=7 group=sysOptions" << "" << "7*" << "" << false
             << R"(<m n="setSysOptions"><s k="missing">7</s></m>)";
         QTest::newRow("channel, equals default yet set; reset")
             << "name=port type=int default=9000 channel=ip profile_opt:b=false" << "" << "9000" << "-" << true
@@ -80,7 +80,7 @@ private slots:
         QTest::newRow("profile settings, default writes its text")
             << R"(name=visible type=bool default:b=true channel="" profile_opt:b=true)" << "2/settings" << "false" << "-"
             << true << setProfile("2", "settings", R"(<s k="visible">true</s>)");
-        QTest::newRow("profile settings, stored default") << R"(name=name default="New Profile" profile_opt:b=true)"
+        QTest::newRow("profile settings, stored default") << R"(name=name default="New Profile" channel="" profile_opt:b=true)"
             << "2/settings" << "New Profile*" << "" << false << setProfile("2", "settings", R"(<s k="name">New Profile</s>)");
         QTest::newRow("profile local, equals default yet set") << kJitter << "2/local" << "60" << "-" << true
             << setProfile("2", "local", R"(<m n="reset"><s k="name">jitter</s></m>)");
