@@ -9,6 +9,9 @@ namespace {
 const char* const kRegister =
     "name=register type=bool default=false label_true=Register label_false=\"Do Not Register\" channel=sip";
 const char* const kEncoder = "name=encoder type=codec default=opus channel=ip profile_opt:b=true";
+const char* const kMode = R"(<m n="option"><s k="name">mode</s><s k="type">select</s><s k="default">off</s>
+    <s k="group">sysOptions</s><m n="select"><s k="name">Off</s><s k="value">off</s></m>
+    <m n="select"><s k="name">Low</s><s k="value">low</s></m></m>)";
 } // namespace
 
 class TestEditSetting : public QObject {
@@ -17,13 +20,15 @@ class TestEditSetting : public QObject {
 private slots:
     void initTestCase()
     {
-        cachefeeder::answer("sysOptions", R"(<m n="sysOptions"><m n="audio"><s k="gain">-6</s></m></m>)");
+        cachefeeder::answer("sysOptions", R"(<m n="sysOptions"><s k="mode">low</s><s k="label">Rack</s>
+            <m n="audio"><s k="gain">-6</s></m></m>)");
         cachefeeder::answer("channelList", R"(<m n="channelList">
             <m n="channel"><s k="id">sip</s><s k="register">true</s></m></m>)");
         cachefeeder::answer("profileList", R"(<m n="profileList"><m n="profile"><i k="id">2</i>
             <m n="local"><s k="encoder">g722</s></m><m n="remote"><s k="encoder">mp2</s></m></m></m>)");
         cachefeeder::answer("codecList", R"(<m n="codecList">
-            <m n="codec"><s k="id">opus</s><s k="code">OP</s><s k="mode">Stereo</s><s k="name">Opus</s></m>
+            <m n="codec"><s k="id">opus</s><s k="code">OP</s><s k="mode">Stereo</s><s k="name">Opus</s>
+              <s k="descr">Wideband</s><s k="quality">90</s><s k="delay">20</s></m>
             <m n="codec"><s k="id">g722</s><s k="code">G2</s><s k="mode">Mono</s><s k="name">G.722</s></m></m>)");
         QVERIFY(showActive(&m_editor));
     }
@@ -44,14 +49,20 @@ private slots:
         QTest::newRow("bool with labels") << kRegister << "" << "bool 'Register' on (Register/Do Not Register)"
             << "bool 'Register' off (Do Not Register/Do Not Register)"
             << R"(<m n="setChannelSettings"><s k="id">sip</s><m n="channel"><m n="reset"><s k="name">register</s></m></m></m>)";
+        QTest::newRow("select") << kMode << "" << "select Off=off, *Low=low (Low/Off)"
+            << "select *Off=off, Low=low (Off/Off)" << R"(<m n="setSysOptions"><s k="mode">off</s></m>)";
+        // Clear empties the text, and saving stores the default.
+        QTest::newRow("string") << "name=label default=Studio group=sysOptions" << "" << "string '' (Rack/Studio)"
+            << "string 'Studio' (Studio/Studio)" << R"(<m n="setSysOptions"><s k="label">Studio</s></m>)";
         QTest::newRow("codec, local") << kEncoder << "2/local"
             << "codec OP: Stereo Opus=opus, *G2: Mono G.722=g722 (G2: Mono G.722/OP: Stereo Opus)"
-            << "codec *OP: Stereo Opus=opus, G2: Mono G.722=g722 (OP: Stereo Opus/OP: Stereo Opus)"
+            << "codec *OP: Stereo Opus=opus, G2: Mono G.722=g722 [Wideband 90% 20ms] (OP: Stereo Opus/OP: Stereo Opus)"
             << R"(<m n="setProfile"><s k="id">2</s><m n="local"><m n="reset"><s k="name">encoder</s></m></m></m>)";
         // Only the remote end may follow the local encoder; its unknown value leaves the first entry.
         QTest::newRow("codec, remote, unmatched value") << kEncoder << "2/remote"
             << "codec *Follow local encoder=!follow, OP: Stereo Opus=opus, G2: Mono G.722=g722 (mp2/OP: Stereo Opus)"
-            << "codec Follow local encoder=!follow, *OP: Stereo Opus=opus, G2: Mono G.722=g722 (OP: Stereo Opus/OP: Stereo Opus)"
+            << "codec Follow local encoder=!follow, *OP: Stereo Opus=opus, G2: Mono G.722=g722 [Wideband 90% 20ms] "
+               "(OP: Stereo Opus/OP: Stereo Opus)"
             << R"(<m n="setProfile"><s k="id">2</s><m n="remote"><m n="reset"><s k="name">encoder</s></m></m></m>)";
     }
 
@@ -66,14 +77,16 @@ private slots:
         // A previous option on another page must not leak into this one.
         edit(kEncoder, "2/remote");
         edit(description, profile);
+        if (m_editor.stackEdit->currentWidget() == m_editor.pageString)
+            QTest::mouseClick(m_editor.buttonStringClear, Qt::LeftButton);
         QCOMPARE(inputState(), input);
-        QVERIFY(!m_editor.buttonSave->isEnabled());
+        QCOMPARE(m_editor.buttonSave->isEnabled(), description.startsWith("name=label"));
         QVERIFY(m_editor.buttonDefault->isEnabled());
 
         cachefeeder::RequestLog log;
         QTest::mouseClick(m_editor.buttonDefault, Qt::LeftButton);
         QVERIFY(log.requests().empty());
-        QCOMPARE(inputState(), inputAtDefault);
+        QCOMPARE(inputState(true), inputAtDefault);
         QVERIFY(m_editor.buttonSave->isEnabled());
         QVERIFY(!m_editor.buttonDefault->isEnabled());
         QTest::mouseClick(m_editor.buttonSave, Qt::LeftButton);
@@ -124,8 +137,8 @@ private:
         fromProfile ? m_editor.populateProfileItem() : m_editor.populateChannelItem();
     }
 
-    // The input page on show and "(current/default)" as labelled, as one line.
-    QString inputState() const
+    // The input page on show, the codec's details if asked, and "(current/default)" as labelled.
+    QString inputState(bool withDetails = false) const
     {
         const QWidget* page = m_editor.stackEdit->currentWidget();
         QString input;
@@ -135,12 +148,17 @@ private:
         } else if (page == m_editor.pageBool) {
             input = QStringLiteral("bool '%1' %2").arg(m_editor.checkValue->text(),
                                                        m_editor.checkValue->isChecked() ? "on" : "off");
+        } else if (page == m_editor.pageString) {
+            input = "string '" + m_editor.lineValue->text() + "'";
         } else {
+            const QComboBox* combo = page == m_editor.pageCodec ? m_editor.comboCodec : m_editor.comboValue;
             QStringList items;
-            for (int i = 0; i < m_editor.comboCodec->count(); ++i)
-                items << (i == m_editor.comboCodec->currentIndex() ? "*" : "") + m_editor.comboCodec->itemText(i) + "="
-                             + m_editor.comboCodec->itemData(i).toString();
-            input = (page == m_editor.pageCodec ? "codec " : "other ") + items.join(", ");
+            for (int i = 0; i < combo->count(); ++i)
+                items << (i == combo->currentIndex() ? "*" : "") + combo->itemText(i) + "=" + combo->itemData(i).toString();
+            input = (page == m_editor.pageCodec ? "codec " : "select ") + items.join(", ");
+            if (page == m_editor.pageCodec && withDetails)
+                input += " [" + m_editor.labelCodecDescription->text() + " " + m_editor.labelCodecQuality->text() + " "
+                         + m_editor.labelCodecDelay->text() + "]";
         }
         return input + " (" + m_editor.labelCurrentValue->text() + "/" + m_editor.labelDefaultValue->text() + ")";
     }

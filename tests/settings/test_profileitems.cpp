@@ -1,6 +1,7 @@
 #include "cachefeeder.h"
 #include "editsetting.h"
 #include "profileitems.h"
+#include "settinggrouplist.h"
 
 #include <QSignalSpy>
 #include <QtTest>
@@ -126,6 +127,15 @@ private slots:
         answerProfiles("rtp_udp_mux");
         QCOMPARE(::outline(tree), QString("~Global Settings: Profile Name=Studio <B>(b), Channel=IP (UDP)(b), "
                                           "Visible=Visible | ~Local Settings: Jitter=60 | ~Remote Settings: Jitter=60"));
+    }
+
+    void groupListOutOfRange()
+    {
+        SettingGroupList groups;
+        groups.buildProfileGroups("2", false);
+        QCOMPARE(groups.groupTitle(2), std::string());
+        QCOMPARE(groups.optionCount(2) + groups.optionCount(-1), 0);
+        QVERIFY(!groups.option(1, 1));
     }
 };
 

@@ -49,8 +49,8 @@ private slots:
         QCOMPARE(state(list), QString(">Factory IP, *Studio Link, Phone Line | View factory"));
         list.listProfiles->setCurrentRow(2);
         QCOMPARE(state(list), QString("Factory IP, *Studio Link, >Phone Line | Edit Remove"));
-        answerProfiles(profile(3, "Phone Line") + profile(2, "Studio Link", "default") + profile(1, "Factory IP", "factory"));
-        QCOMPARE(state(list), QString(">Phone Line, *Studio Link, Factory IP | Edit Remove"));
+        answerProfiles(profile(2, "Studio Link", "default") + profile(3, "Phone Line") + profile(1, "Factory IP", "factory"));
+        QCOMPARE(state(list), QString("*Studio Link, >Phone Line, Factory IP | Edit Remove"));
         // When the current profile is gone, the first row takes over; global settings override the
         // profile's own parameters.
         answerProfiles("<m n=\"profile\"><i k=\"id\">4</i><s k=\"name\">Old</s>"
@@ -84,6 +84,11 @@ private slots:
         cachefeeder::answer("addProfile", "<m n=\"addProfile\"><i k=\"id\">9</i></m>");
         answerProfiles(kProfiles + profile(9, "New Profile"));
         QCOMPARE(list.listProfiles->currentItem()->text(), QString("New Profile"));
+        // An answer without an id selects nothing new.
+        list.listProfiles->setCurrentRow(2);
+        cachefeeder::answer("addProfile", "<m n=\"addProfile\"/>");
+        answerProfiles(kProfiles);
+        QCOMPARE(list.listProfiles->currentRow(), 2);
     }
 
     void removalQuestion_data()

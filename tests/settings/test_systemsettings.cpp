@@ -1,5 +1,6 @@
 #include "cachefeeder.h"
 #include "editsetting.h"
+#include "platformkey.h"
 #include "systemsettings.h"
 
 #include <QSignalSpy>
@@ -121,8 +122,19 @@ private slots:
         QCOMPARE(m_editor->labelTitle->text(), QStringLiteral("UDP Port"));
         QCOMPARE(m_editor->spinValue->value(), 9000);
 
+        // On show and on choosing an option, the keypad is on Edit.
+        QVERIFY(showActive(m_screen));
+        tree->setFocus();
+        m_screen->paneAboutToShow();
+        QCOMPARE(QApplication::focusWidget(), m_screen->buttonEdit);
+        tree->setFocus();
+        tree->setCurrentItem(tree->topLevelItem(0)->child(0));
+        QCOMPARE(QApplication::focusWidget(), m_screen->buttonEdit);
+
         // Group rows and an empty selection give nothing to edit.
+        tree->setFocus();
         tree->setCurrentItem(tree->topLevelItem(1));
+        QCOMPARE(QApplication::focusWidget(), tree);
         QVERIFY(!m_screen->buttonEdit->isEnabled());
         tree->clearSelection();
         QVERIFY(!m_screen->buttonEdit->isEnabled());
