@@ -102,6 +102,7 @@ private slots:
         edit(kEncoder, "2/local", true);
         m_editor.comboCodec->setCurrentIndex(0);
         QTest::mouseClick(m_editor.buttonSave, Qt::LeftButton);
+        QCOMPARE(channelDone.count(), 0);
         edit(kEncoder, "2/local");
         m_editor.comboCodec->setCurrentIndex(0);
         QTest::mouseClick(m_editor.buttonCancel, Qt::LeftButton);

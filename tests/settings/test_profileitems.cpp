@@ -17,7 +17,7 @@ const Message kOptions = cachefeeder::optionList("channelOpts", {
     "name=jitter type=int default=60 display_name=Jitter channel=rtp_udp_mux profile_opt:b=true",
     "name=fec default=off display_name=FEC channel=rtp_udp_mux profile_opt:b=true advanced:b=true",
     R"(name=line_mode default=v34 display_name="Line Mode" channel=pots profile_opt:b=true)",
-    "name=port type=int default=9000 display_name=Port channel=rtp_udp_mux profile_opt:b=false"});
+    "name=port type=int default=9000 display_name=Port channel=rtp_udp_mux"});
 
 // Profile 1, a factory profile on the IP channel, and profile 2 on `channel2` with the line mode given.
 void answerProfiles(const std::string& channel2 = "pots", const std::string& lineMode = "v34")
