@@ -53,17 +53,15 @@ void AudioSettings::populateSettings()
     const Message* audio = options ? options->find_child("audio") : nullptr;
     if (!audio)
         return;
-    m_populating = true;
     for (const auto& entry : switches())
         entry.first->setChecked(audio->params().get_bool(entry.second, false));
-    m_populating = false;
+    // What the backend reports is nothing to apply.
     buttonApply->setEnabled(false);
 }
 
 void AudioSettings::updateSettings()
 {
-    if (!m_populating)
-        buttonApply->setEnabled(true);
+    buttonApply->setEnabled(true);
 }
 
 void AudioSettings::saveSettings()

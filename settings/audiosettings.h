@@ -32,8 +32,6 @@ private slots:
 private:
     // Each switch with the parameter it stands for in the "audio" group.
     std::vector<std::pair<QCheckBox*, const char*>> switches() const;
-
-    bool m_populating = false;
 };
 
 #endif

@@ -36,7 +36,6 @@ KeypadSetup::KeypadSetup(QWidget* parent)
     setupUi(this);
     for (const F2Choice& choice : kF2Choices)
         comboF2KeyMode->addItem(QString::fromLatin1(choice.text), choice.mode);
-    comboF2KeyMode->setFocus();
 
     connect(&g_ipcClient, &IPCClient::recvSettings, this, &KeypadSetup::receiveSettings);
     connect(comboF2KeyMode, QOverload<int>::of(&QComboBox::currentIndexChanged), this, &KeypadSetup::f2ModeChange);

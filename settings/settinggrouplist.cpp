@@ -92,7 +92,6 @@ SettingOption* SettingGroupList::buildProfileGroups(const std::string& profileId
                                            "Sets whether this profile is visible when changing peer settings.", "bool");
     visibleOption.params().set_string("label_false", "Invisible");
     visibleOption.params().set_string("label_true", "Visible");
-    visibleOption.params().set_string("units", "Visible");
     visibleOption.params().set_bool("default", true);
     auto visible = std::make_unique<SettingOption>(visibleOption, profileId, kSettingsSection, values);
 

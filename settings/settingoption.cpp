@@ -141,11 +141,6 @@ SettingOption::StoredValue SettingOption::readProfileValue(const StoredValues& v
     return stored;
 }
 
-void SettingOption::refresh()
-{
-    refresh(StoredValues());
-}
-
 void SettingOption::refresh(const StoredValues& values)
 {
     const StoredValue stored = readStored(values);

@@ -31,7 +31,6 @@ public:
                   const StoredValues& values);
 
     // Re-reads the stored value and whether the option is at its default.
-    void refresh();
     void refresh(const StoredValues& values);
 
     std::string currentValue() const;

@@ -4,15 +4,12 @@
 #include "profilelist.h"
 #include "shellsession.h"
 
-#include <QApplication>
 #include <QMenu>
 #include <QtTest>
 
 #include <cstdlib>
-#include <functional>
 
 namespace {
-
 QStringList visibleEntries(const QMenu* menu)
 {
     QStringList entries;
@@ -22,7 +19,6 @@ QStringList visibleEntries(const QMenu* menu)
     }
     return entries;
 }
-
 } // namespace
 
 class TestProfiles : public QObject {
@@ -30,101 +26,87 @@ class TestProfiles : public QObject {
 
 private slots:
     void initTestCase() { QVERIFY(m_shell.start()); }
-    void restrictedModeShrinksTheConfigureMenu();
-    void chosenF2ModeIsStoredAndUsed();
-    void addCopyAndRemoveAProfile();
+
+    void restrictedModeShrinksTheConfigureMenu()
+    {
+        Menu& menu = m_shell.window().menu();
+        const QStringList fullConfigure{"Manage Profiles", "System Settings", "Braid Settings", "User Interface",
+                                        "Additional Configuration", "About ORVANE"};
+        QCOMPARE(visibleEntries(menu.menuConfigure), fullConfigure);
+        KeypadSetup* setup = openKeypadSetup();
+        QVERIFY(setup);
+        m_shell.key(Qt::Key_Down);
+        m_shell.key(Qt::Key_Down);
+        QVERIFY(setup->restrictedUser->hasFocus());
+
+        m_shell.key(Qt::Key_Enter);
+        QVERIFY(!m_shell.simEvent("storeSettings group=p_general restricted=true").isEmpty());
+        QCOMPARE(visibleEntries(menu.menuConfigure), (QStringList{"User Interface", "About ORVANE"}));
+        QVERIFY(!visibleEntries(menu.menuRemotes).contains("Delete Remote"));
+        m_shell.key(Qt::Key_Enter);
+        QVERIFY(!m_shell.simEvent("storeSettings group=p_general restricted=false").isEmpty());
+        QCOMPARE(visibleEntries(menu.menuConfigure), fullConfigure);
+    }
+
+    void chosenF2ModeIsStoredAndUsed()
+    {
+        KeypadSetup* setup = openKeypadSetup();
+        QVERIFY(setup);
+        const int steps = setup->comboF2KeyMode->findText("Toggle to Braid Stats") - setup->comboF2KeyMode->currentIndex();
+        QVERIFY2(steps != 0, "the unit already stores the mode this test chooses");
+        for (int step = 0; step < std::abs(steps); ++step)
+            m_shell.key(steps > 0 ? Qt::Key_Right : Qt::Key_Left);
+        QVERIFY(!m_shell.simEvent("storeSettings group=p_keypad keypadF2Mode=9").isEmpty());
+        m_shell.key(Qt::Key_F2);
+        QCOMPARE(m_shell.window().pane().currentScreen(), int(Pane::ScreenBraidStats));
+        m_shell.key(Qt::Key_F2);
+        QCOMPARE(m_shell.window().pane().currentScreen(), int(Pane::ScreenKeypadSetup));
+    }
+
+    // A new profile, a question answered No that deletes nothing, a copy, then Yes.
+    void addCopyAndRemoveAProfile()
+    {
+        m_shell.window().menu().actionManage_Profiles->trigger();
+        auto* list = m_shell.screen<ProfileList>(Pane::ScreenProfileList);
+        QTRY_VERIFY(list->buttonEdit->hasFocus());
+        const int profiles = list->listProfiles->count();
+        m_shell.key(Qt::Key_Right);
+        m_shell.key(Qt::Key_Enter);
+        const QString added = m_shell.simEvent("addProfile");
+        QVERIFY2(added.endsWith("name=New Profile"), qPrintable(m_shell.sim().transcript()));
+        const QString id = added.section(' ', 2, 2);
+        QTRY_COMPARE(list->listProfiles->currentItem()->text(), QString("New Profile"));
+
+        m_shell.key(Qt::Key_Right);
+        m_shell.key(Qt::Key_Right);
+        const QString question = "This will delete the 'New Profile' profile.\n\nDo you wish to continue?";
+        // Enter on the question takes its default, No.
+        QCOMPARE(m_shell.answerQuestion([this] { m_shell.key(Qt::Key_Enter); }, {Qt::Key_Enter}), question);
+        m_shell.key(Qt::Key_Left);
+        m_shell.key(Qt::Key_Enter);
+        const QString copied = m_shell.simEvent("Profile");
+        QVERIFY2(copied.startsWith("event copyProfile from=" + id.section('=', 1)), qPrintable(m_shell.sim().transcript()));
+        QTRY_COMPARE(list->listProfiles->count(), profiles + 2);
+        QCOMPARE(list->listProfiles->currentItem()->text(), QString("New Profile"));
+
+        m_shell.key(Qt::Key_Right);
+        QCOMPARE(m_shell.answerQuestion([this] { m_shell.key(Qt::Key_Enter); }, {Qt::Key_Left, Qt::Key_Enter}), question);
+        QVERIFY(!m_shell.simEvent("deleteProfile " + id).isEmpty());
+        QTRY_COMPARE(list->listProfiles->count(), profiles + 1);
+        QVERIFY(list->listProfiles->findItems("New Profile", Qt::MatchExactly).isEmpty());
+        QVERIFY(!m_shell.window().isModal());
+    }
 
 private:
     KeypadSetup* openKeypadSetup()
     {
         m_shell.window().menu().actionKeypad_Setup->trigger();
-        auto* setup = m_shell.window().findChild<KeypadSetup*>();
-        return setup && QTest::qWaitFor([setup] { return setup->comboF2KeyMode->hasFocus(); }) ? setup : nullptr;
+        auto* setup = m_shell.screen<KeypadSetup>(Pane::ScreenKeypadSetup);
+        return QTest::qWaitFor([setup] { return setup->comboF2KeyMode->hasFocus(); }) ? setup : nullptr;
     }
 
     ShellSession m_shell;
 };
-
-void TestProfiles::restrictedModeShrinksTheConfigureMenu()
-{
-    Menu& menu = m_shell.window().menu();
-    const QStringList fullConfigure{"Manage Profiles", "System Settings", "Braid Settings", "User Interface",
-                                    "Additional Configuration", "About ORVANE"};
-    QCOMPARE(visibleEntries(menu.menuConfigure), fullConfigure);
-
-    KeypadSetup* setup = openKeypadSetup();
-    QVERIFY(setup);
-    m_shell.key(Qt::Key_Down);
-    m_shell.key(Qt::Key_Down);
-    QVERIFY(setup->restrictedUser->hasFocus());
-
-    m_shell.key(Qt::Key_Enter);
-    QVERIFY(!m_shell.simEvent("storeSettings group=p_general restricted=true").isEmpty());
-    QCOMPARE(visibleEntries(menu.menuConfigure), (QStringList{"User Interface", "About ORVANE"}));
-    QVERIFY(!visibleEntries(menu.menuRemotes).contains("Delete Remote"));
-
-    m_shell.key(Qt::Key_Enter);
-    QVERIFY(!m_shell.simEvent("storeSettings group=p_general restricted=false").isEmpty());
-    QCOMPARE(visibleEntries(menu.menuConfigure), fullConfigure);
-}
-
-void TestProfiles::chosenF2ModeIsStoredAndUsed()
-{
-    KeypadSetup* setup = openKeypadSetup();
-    QVERIFY(setup);
-    const int steps = setup->comboF2KeyMode->findText("Toggle to Braid Stats") - setup->comboF2KeyMode->currentIndex();
-    QVERIFY2(steps != 0, "the unit already stores the mode this test chooses");
-    for (int step = 0; step < std::abs(steps); ++step)
-        m_shell.key(steps > 0 ? Qt::Key_Right : Qt::Key_Left);
-    QCOMPARE(setup->comboF2KeyMode->currentText(), QString("Toggle to Braid Stats"));
-    QVERIFY(!m_shell.simEvent("storeSettings group=p_keypad keypadF2Mode=9").isEmpty());
-
-    m_shell.key(Qt::Key_F2);
-    QCOMPARE(m_shell.window().pane().currentScreen(), int(Pane::ScreenBraidStats));
-    m_shell.key(Qt::Key_F2);
-    QCOMPARE(m_shell.window().pane().currentScreen(), int(Pane::ScreenKeypadSetup));
-}
-
-void TestProfiles::addCopyAndRemoveAProfile()
-{
-    m_shell.window().menu().actionManage_Profiles->trigger();
-    auto* list = m_shell.window().findChild<ProfileList*>();
-    QVERIFY(list);
-    QTRY_VERIFY(list->buttonEdit->hasFocus());
-    const int profiles = list->listProfiles->count();
-
-    m_shell.key(Qt::Key_Right);
-    QVERIFY(list->buttonNew->hasFocus());
-    m_shell.key(Qt::Key_Enter);
-    const QString added = m_shell.simEvent("addProfile");
-    QVERIFY2(added.endsWith("name=New Profile"), qPrintable(m_shell.sim().transcript()));
-    const QString id = added.section(' ', 2, 2);
-    QTRY_COMPARE(list->listProfiles->currentItem()->text(), QString("New Profile"));
-
-    m_shell.key(Qt::Key_Right);
-    m_shell.key(Qt::Key_Right);
-    QVERIFY(list->buttonRemove->hasFocus());
-    const QString question = "This will delete the 'New Profile' profile.\n\nDo you wish to continue?";
-    // Enter on the question takes its default, No.
-    QCOMPARE(m_shell.answerQuestion([this] { m_shell.key(Qt::Key_Enter); }, {Qt::Key_Enter}), question);
-    QVERIFY(!m_shell.window().isModal());
-
-    // The unit's next profile event is the copy: the answer No deleted nothing.
-    m_shell.key(Qt::Key_Left);
-    QVERIFY(list->buttonCopy->hasFocus());
-    m_shell.key(Qt::Key_Enter);
-    const QString copied = m_shell.simEvent("Profile");
-    QVERIFY2(copied.startsWith("event copyProfile from=" + id.section('=', 1)), qPrintable(m_shell.sim().transcript()));
-    QTRY_COMPARE(list->listProfiles->count(), profiles + 2);
-    QCOMPARE(list->listProfiles->currentItem()->text(), QString("New Profile"));
-
-    m_shell.key(Qt::Key_Right);
-    QCOMPARE(m_shell.answerQuestion([this] { m_shell.key(Qt::Key_Enter); }, {Qt::Key_Left, Qt::Key_Enter}), question);
-    QVERIFY(!m_shell.simEvent("deleteProfile " + id).isEmpty());
-    QTRY_COMPARE(list->listProfiles->count(), profiles + 1);
-    QVERIFY(list->listProfiles->findItems("New Profile", Qt::MatchExactly).isEmpty());
-    QVERIFY(!m_shell.window().isModal());
-}
 
 QTEST_MAIN(TestProfiles)
 #include "test_profiles.moc"

@@ -59,12 +59,6 @@ inline void answer(const std::string& seq, const std::string& xmls)
     answer(seq, parse(xmls));
 }
 
-// An empty answer: for the cache, as good as none.
-inline void forget(const std::string& seq)
-{
-    answer(seq, Message(seq));
-}
-
 // Records every request from construction to destruction.
 class RequestLog {
 public:

@@ -4,8 +4,6 @@
 
 #include <QtTest>
 
-using cachefeeder::RequestLog;
-
 namespace {
 const char* const kSwitches[] = {"cue", "pgm", "phantom", "pro_level", "cell", "mixer_phantom", "mixer_cell"};
 
@@ -30,15 +28,18 @@ QStringList checkedSwitches(const AudioSettings& audio)
     return on;
 }
 
-// The switches a "setSysOptions" request turns on; every switch must be in it.
-QStringList switchedOnIn(const Message& request)
+// Applies the form; the switches the single "setSysOptions" sent turns on (each must be in it).
+QStringList apply(AudioSettings& audio)
 {
+    cachefeeder::RequestLog log;
+    audio.buttonApply->click();
     QStringList on;
-    const Message* audio = request.find_child("audio");
+    const Message* settings = log.requests().size() == 1 && log.requests().front().name == "setSysOptions"
+                                  ? log.requests().front().find_child("audio") : nullptr;
     for (const char* name : kSwitches) {
-        if (!audio || !audio->params().has_param(name))
+        if (!settings || !settings->params().has_param(name))
             on << QString("missing ") + name;
-        else if (audio->params().get_bool(name, false))
+        else if (settings->params().get_bool(name, false))
             on << name;
     }
     return on;
@@ -49,67 +50,60 @@ class TestAudioSettings : public QObject {
     Q_OBJECT
 
 private slots:
-    void formFollowsTheBackendUntilChanged();
-    void professionalLevelHiddenOnRevision2_data();
-    void professionalLevelHiddenOnRevision2();
+    void formFollowsTheBackendUntilChanged()
+    {
+        AudioSettings audio;
+        answerAudio({"pgm", "pro_level", "mixer_cell"});
+        QCOMPARE(checkedSwitches(audio), (QStringList{"pgm", "pro_level", "mixer_cell"}));
+        // An answer without audio leaves the form; absent switches read as off.
+        cachefeeder::answer("sysOptions", "<m n=\"sysOptions\"><s k=\"unit_name\">Rack</s></m>");
+        QCOMPARE(checkedSwitches(audio), (QStringList{"pgm", "pro_level", "mixer_cell"}));
+        cachefeeder::answer("sysOptions", "<m n=\"sysOptions\"><m n=\"audio\"><b k=\"cue\">true</b></m></m>");
+        QCOMPARE(checkedSwitches(audio), QStringList{"cue"});
+        QVERIFY(!audio.buttonApply->isEnabled());
+
+        audio.checkPhantom->setChecked(true);
+        QVERIFY(audio.buttonApply->isEnabled());
+        answerAudio({"pgm", "cell"});
+        QCOMPARE(checkedSwitches(audio), (QStringList{"cue", "phantom"}));
+        QCOMPARE(apply(audio), (QStringList{"cue", "phantom"}));
+        // Once applied, the form follows the backend again.
+        QVERIFY(!audio.buttonApply->isEnabled());
+        answerAudio({"pgm", "cell"});
+        QCOMPARE(checkedSwitches(audio), (QStringList{"pgm", "cell"}));
+    }
+
+    void professionalLevelHiddenOnRevision2_data()
+    {
+        QTest::addColumn<QString>("version");
+        QTest::addColumn<bool>("shown");
+        QTest::addColumn<QStringList>("applied");
+        QTest::newRow("revision 1") << "<u k=\"portable_rev\">1</u>" << true << QStringList();
+        QTest::newRow("revision 2") << "<u k=\"portable_rev\">2</u>" << false << QStringList{"pro_level", "cell"};
+        QTest::newRow("no revision") << "" << true << QStringList();
+    }
+
+    // Down skips the hidden switch, which keeps its state on Apply; Right flips the one in focus.
+    void professionalLevelHiddenOnRevision2()
+    {
+        QFETCH(QString, version);
+        QFETCH(bool, shown);
+        QFETCH(QStringList, applied);
+
+        AudioSettings audio;
+        QVERIFY(showActive(&audio));
+        cachefeeder::answer("version", "<m n=\"version\">" + version.toStdString() + "</m>");
+        answerAudio({"pro_level"});
+        audio.paneAboutToShow();
+        QCOMPARE(audio.checkProLevel->isVisible(), shown);
+        QVERIFY(audio.checkPhantom->hasFocus());
+        audio.handleKey(Qt::Key_Down, true, false);
+        audio.handleKey(Qt::Key_Down, false, false);
+        audio.handleKey(Qt::Key_Right, true, false);
+        audio.handleKey(Qt::Key_Right, false, false);
+        QCOMPARE(apply(audio), applied);
+    }
 };
-
-void TestAudioSettings::formFollowsTheBackendUntilChanged()
-{
-    AudioSettings audio;
-    answerAudio({"pgm", "pro_level", "mixer_cell"});
-    QCOMPARE(checkedSwitches(audio), (QStringList{"pgm", "pro_level", "mixer_cell"}));
-    // An answer without audio leaves the form; absent switches read as off.
-    cachefeeder::answer("sysOptions", "<m n=\"sysOptions\"><s k=\"unit_name\">Rack</s></m>");
-    QCOMPARE(checkedSwitches(audio), (QStringList{"pgm", "pro_level", "mixer_cell"}));
-    cachefeeder::answer("sysOptions", "<m n=\"sysOptions\"><m n=\"audio\"><b k=\"cue\">true</b></m></m>");
-    QCOMPARE(checkedSwitches(audio), QStringList{"cue"});
-    QVERIFY(!audio.buttonApply->isEnabled());
-
-    audio.checkPhantom->setChecked(true);
-    QVERIFY(audio.buttonApply->isEnabled());
-    answerAudio({"pgm", "cell"});
-    QCOMPARE(checkedSwitches(audio), (QStringList{"cue", "phantom"}));
-
-    RequestLog log;
-    audio.buttonApply->click();
-    QCOMPARE(log.requests().size(), std::size_t(1));
-    QCOMPARE(log.requests().front().name, std::string("setSysOptions"));
-    QCOMPARE(switchedOnIn(log.requests().front()), (QStringList{"cue", "phantom"}));
-    // Once applied, the form follows the backend again.
-    QVERIFY(!audio.buttonApply->isEnabled());
-    answerAudio({"pgm", "cell"});
-    QCOMPARE(checkedSwitches(audio), (QStringList{"pgm", "cell"}));
-}
-
-void TestAudioSettings::professionalLevelHiddenOnRevision2_data()
-{
-    QTest::addColumn<QString>("version");
-    QTest::addColumn<bool>("shown");
-    QTest::newRow("revision 1") << "<u k=\"portable_rev\">1</u>" << true;
-    QTest::newRow("revision 2") << "<u k=\"portable_rev\">2</u>" << false;
-    QTest::newRow("no revision") << "" << true;
-}
-
-void TestAudioSettings::professionalLevelHiddenOnRevision2()
-{
-    QFETCH(QString, version);
-    QFETCH(bool, shown);
-
-    AudioSettings audio;
-    QVERIFY(showActive(&audio));
-    cachefeeder::answer("version", "<m n=\"version\">" + version.toStdString() + "</m>");
-    answerAudio({"pro_level"});
-    audio.paneAboutToShow();
-    QCOMPARE(audio.checkProLevel->isVisible(), shown);
-    QVERIFY(audio.checkPhantom->hasFocus());
-
-    // Hidden or not, the switch keeps its state on Apply.
-    audio.checkCell->setChecked(true);
-    RequestLog log;
-    audio.buttonApply->click();
-    QCOMPARE(switchedOnIn(log.requests().front()), (QStringList{"pro_level", "cell"}));
-}
 
 QTEST_MAIN(TestAudioSettings)
 #include "test_audiosettings.moc"
