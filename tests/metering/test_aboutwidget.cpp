@@ -48,6 +48,7 @@ private slots:
     {
         QCOMPARE(m_about->browserLicense->toPlainText().left(23), QString("Notice line\nNotice line"));
         writeLicense(QStringLiteral("<p>Second <b>notice</b></p>"));
+        m_about->tabWidget->setTabText(1, "Renamed");
         m_about->paneAboutToShow();
         QCOMPARE(m_about->browserLicense->toPlainText(), QStringLiteral("Second notice"));
         QCOMPARE(m_about->tabWidget->tabText(1), QString("Legal"));

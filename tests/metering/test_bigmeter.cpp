@@ -13,14 +13,21 @@ QImage render(BigMeter& meter)
     return image;
 }
 
+int darkPixels(const QImage& image, const QRect& area)
+{
+    int dark = 0;
+    for (int y = area.top(); y <= area.bottom(); ++y) {
+        for (int x = area.left(); x <= area.right(); ++x)
+            dark += qGray(image.pixel(x, y)) < 64 ? 1 : 0;
+    }
+    return dark;
+}
+
 // How many pixels wide the tick below the scale is at mark t (dBFS -60..0): 2 for the bold mark.
 int tickWidth(const QImage& image, const BigMeter& meter, int t)
 {
     const int x = meter.barX() + meter.barLength() + meter.barLength() * t / 60;
-    int dark = 0;
-    for (int column = x - 3; column <= x + 3; ++column)
-        dark += qGray(image.pixel(column, meter.height() / 2 + 9)) < 64 ? 1 : 0;
-    return dark;
+    return darkPixels(image, QRect(x - 3, meter.height() / 2 + 9, 7, 1));
 }
 } // namespace
 
@@ -48,6 +55,13 @@ void TestBigMeter::scaleFollowsModeAndPaintsEverything()
         QCOMPARE(tickWidth(dbfs, meter, t), t == 0 ? 2 : 1);
         QCOMPARE(tickWidth(dbu, meter, t), 1);
     }
+    // Every row has its letter, bold in both modes; the labels stand between the ticks.
+    for (int row = 0; row < 4; ++row) {
+        const QRect letter(0, meter.rowY(row), 14, 16);
+        QVERIFY(darkPixels(dbfs, letter) > 10);
+        QCOMPARE(dbu.copy(letter), dbfs.copy(letter));
+    }
+    QVERIFY(darkPixels(dbfs, QRect(0, 44, meter.width(), 12)) > 100);
     meter.setModeFS();
     QCOMPARE(render(meter), dbfs);
 }

@@ -140,8 +140,8 @@ private slots:
                                     device("wwan0", "class=3g enabled:b=true installed:b=true signal:u=40")}));
         status("eth0", "installed:b=false");
         status("wlan0", "class=wifi installed:b=false signal:u=70");
-        data("netmgr.devices.wwan0", "delete");
         data("netmgr.devices.eth0", "delete");
+        data("netmgr.devices.wwan0", "delete");
         QCOMPARE(heard.join(' '), QString("70 multi 40 off"));
         QCOMPARE(rows(), QString("wlan0*"));
     }
@@ -179,7 +179,7 @@ private slots:
                  QString("Device eth0,Studio LAN"));
 
         cachefeeder::RequestLog requests;
-        for (const char* name : {"netmgr.devices.wlan1.loc", "netmgr.tunnel.x", "netmgr.devices.wlan1"})
+        for (const char* name : {"netmgr.devices.wlan2.loc", "netmgr.tunnel.x", "netmgr.devices.wlan1"})
             data(name, "add");
         QCOMPARE(requests.requests().size(), std::size_t(1));
         QCOMPARE(requests.lastTree(), Message("cfgDescribe", Params("path=netmgr.devices.wlan1 status=raw depth:u=1")).dump_text());
@@ -206,6 +206,8 @@ private slots:
         m_screen->deleteNetwork();
         QVERIFY(log.requests().empty());
 
+        // After a view-only device every button has to come back.
+        answer("networkList", list({device("eth0", kUp, "view_only:b=true")}));
         answer("networkList", list({device("eth0")}));
         m_screen->paneAboutToShow();
         QCOMPARE(QApplication::focusWidget(), m_screen->buttonConfigure);

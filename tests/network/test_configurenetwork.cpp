@@ -287,6 +287,9 @@ private slots:
         QCOMPARE(ConfigParser::selectedPath(m_screen->treeLocations), QString("setup.essid"));
         m_screen->buttonApply->setFocus();
         QVERIFY(press({Qt::Key_Down}, m_screen->buttonDone));
+        QSignalSpy done(m_screen, &ConfigureNetwork::configureDone);
+        QVERIFY(press({Qt::Key_Enter}, m_screen->buttonDone));
+        QCOMPARE(done.count(), 1);
         QVERIFY(press({Qt::Key_Up}, m_screen->buttonApply));
         // A scan row takes Enter to Create; without a result it goes back to Scan.
         m_screen->tabNetwork->setCurrentWidget(m_screen->tabScan);
