@@ -6,6 +6,7 @@
 //            socket pair (local) or a TCP connection in the clear, which is the floor any
 //            transport pays.
 // Prints the median of each and the ratio library / raw per encoding and transport.
+// With --round-trips, bench/roundtrip-instructions counts the library's instructions.
 
 #include "codec.h"
 #include "ipcendpoint.h"
@@ -23,6 +24,7 @@
 #include <unistd.h>
 
 #include <cstdio>
+#include <cstdlib>
 #include <map>
 #include <string>
 #include <thread>
@@ -82,39 +84,71 @@ public:
     void process_response(const Message&) override { manager()->stop(); }
 };
 
+// A server loop on its own thread and a logged-in client whose loop this thread drives.
+class LibraryLink {
+public:
+    LibraryLink(const std::string& encoding, bool tcp)
+        : m_address(tcp ? SocketAddr("127.0.0.1", TestServer::free_tcp_port())
+                        : SocketAddr(TestServer::unique_local_address(), 0))
+    {
+        m_server.set_tls_directory(m_configuration.path());
+        m_serverLoop.add_server("bench", &m_server);
+        if (!m_serverLoop.listen_server(encoding, "stream", m_address, "bench")) {
+            m_error = "cannot listen";
+            return;
+        }
+        m_serverLoop.start_thread();
+        m_client.set_unit_trust(m_configuration.file("known_units"), "");
+        m_clientLoop.add_client("bench", &m_client);
+        m_clientLoop.connect_client(encoding, "stream", m_address, "bench", 0, "");
+        m_clientLoop.event_loop();
+        if (!m_client.is_logged_in())
+            m_error = "no login";
+    }
+
+    // Empty once logged in.
+    const std::string& error() const { return m_error; }
+
+    void round_trip()
+    {
+        m_client.send_command(m_request);
+        m_clientLoop.event_loop();
+    }
+
+private:
+    const SocketAddr m_address;
+    TemporaryDirectory m_configuration;
+    ThreadedManager m_serverLoop;
+    EchoServer m_server;
+    IPCManager m_clientLoop;
+    SteppingClient m_client;
+    const Message m_request = peer_list_request();
+    std::string m_error;
+};
+
 void library_round_trip(benchmark::State& state, const std::string& encoding, bool tcp)
 {
-    const SocketAddr address = tcp ? SocketAddr("127.0.0.1", TestServer::free_tcp_port())
-                                   : SocketAddr(TestServer::unique_local_address(), 0);
-    TemporaryDirectory configuration;
-    ThreadedManager serverLoop;
-    EchoServer server;
-    server.set_tls_directory(configuration.path());
-    serverLoop.add_server("bench", &server);
-    if (!serverLoop.listen_server(encoding, "stream", address, "bench")) {
-        state.SkipWithError("cannot listen");
+    LibraryLink link(encoding, tcp);
+    if (!link.error().empty()) {
+        state.SkipWithError(link.error().c_str());
         return;
     }
-    serverLoop.start_thread();
+    for (auto _ : state)
+        link.round_trip();
+}
 
-    IPCManager clientLoop;
-    SteppingClient client;
-    client.set_unit_trust(configuration.file("known_units"), "");
-    clientLoop.add_client("bench", &client);
-    clientLoop.connect_client(encoding, "stream", address, "bench", 0, "");
-    clientLoop.event_loop();
-    if (!client.is_logged_in()) {
-        state.SkipWithError("no login");
-        serverLoop.stop_thread();
-        return;
+// Under callgrind (see bench/roundtrip-instructions), which subtracts two runs of different
+// counts: what is left is the round trips' own instructions, on both threads.
+int run_round_trips(const std::string& encoding, bool tcp, int count)
+{
+    LibraryLink link(encoding, tcp);
+    if (!link.error().empty()) {
+        std::fprintf(stderr, "%s\n", link.error().c_str());
+        return 1;
     }
-
-    const Message request = peer_list_request();
-    for (auto _ : state) {
-        client.send_command(request);
-        clientLoop.event_loop();
-    }
-    serverLoop.stop_thread();
+    for (int i = 0; i < count; ++i)
+        link.round_trip();
+    return 0;
 }
 
 bool write_all(int fd, const std::string& bytes)
@@ -240,6 +274,9 @@ private:
 
 int main(int argc, char** argv)
 {
+    // --round-trips TRANSPORT ENCODING COUNT
+    if (argc == 5 && std::string(argv[1]) == "--round-trips")
+        return run_round_trips(argv[3], std::string(argv[2]) == "tcp", std::atoi(argv[4]));
     benchmark::Initialize(&argc, argv);
     for (const char* transport : kTransports) {
         for (const char* encoding : kEncodings) {

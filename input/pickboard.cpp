@@ -202,9 +202,8 @@ void PickBoard::showPage(QWidget* page)
 void PickBoard::refresh()
 {
     m_modifiers.setFlag(Qt::ShiftModifier, lettersShifted());
+    // The numeric page's keys read the same shifted or not.
     for (Key& k : m_alphaKeys)
-        refreshLabel(k);
-    for (Key& k : m_numKeys)
         refreshLabel(k);
     m_capsButton->setChecked(m_caps);
     m_shiftButton->setChecked(m_shift);

@@ -14,16 +14,16 @@
 // valid UTF-8 are written as byte strings instead of text strings; either is accepted.
 // Only definite lengths are written or accepted: no indefinite items, tags, floats or null.
 //
-// The decoder reads one CBOR item head at a time (cbor_stream_decode) and keeps its own stack of
-// open messages, so hostile nesting costs heap within Limits, never call-stack depth.
+// Both sides work on the bytes in place, one item head at a time: the writer appends to one
+// string, the reader takes names, keys and texts as views of the frame.
 #include "compactcodec.h"
 
 #include "codec.h"
 #include "utf8.h"
 
-#include <cbor.h>
-
 #include <algorithm>
+#include <cstring>
+#include <iterator>
 #include <limits>
 #include <string_view>
 #include <vector>
@@ -35,23 +35,73 @@ namespace {
 constexpr uint64_t kMessageItems = 6;
 constexpr unsigned int kParamTypes = std::variant_size_v<ParamValue>;
 
+// CBOR major types and the simple values used here.
+enum Major : unsigned char {
+    kUnsigned = 0,
+    kNegative = 1,
+    kBytes = 2,
+    kText = 3,
+    kArray = 4,
+    kMap = 5,
+    kTag = 6,
+    kSimple = 7
+};
+constexpr unsigned char kFalse = 20;
+constexpr unsigned char kTrue = 21;
+// Additional information: a count in the next 1, 2, 4 or 8 bytes, or indefinite.
+constexpr unsigned char kOneByte = 24;
+constexpr unsigned char kIndefinite = 31;
+
 bool any_code_point(char32_t)
 {
     return true;
 }
 
+// Eight bytes at a time: most names, keys and values are short ASCII.
+bool is_ascii(std::string_view text)
+{
+    constexpr uint64_t kHighBits = 0x8080808080808080u;
+    uint64_t high = 0;
+    std::size_t i = 0;
+    for (; i + 8 <= text.size(); i += 8) {
+        uint64_t word;
+        std::memcpy(&word, text.data() + i, sizeof word);
+        high |= word;
+    }
+    for (; i < text.size(); ++i)
+        high |= static_cast<unsigned char>(text[i]);
+    return (high & kHighBits) == 0;
+}
+
+// Appends to one buffer that grows by doubling, without a library call per byte.
 class Writer {
 public:
-    void array(std::size_t count) { put(cbor_encode_array_start(count, m_head, sizeof m_head)); }
-    void map(std::size_t count) { put(cbor_encode_map_start(count, m_head, sizeof m_head)); }
+    Writer() : m_out(kFirstCapacity, '\0') {}
+
+    // The head of an item: major type and the shortest form of `value`.
+    void head(Major major, uint64_t value)
+    {
+        char* out = room(9);
+        const auto type = static_cast<unsigned char>(major << 5);
+        if (value < kOneByte) {
+            out[0] = static_cast<char>(type | value);
+            m_used += 1;
+            return;
+        }
+        const unsigned int bytes = value <= 0xff ? 1 : value <= 0xffff ? 2 : value <= 0xffffffffu ? 4 : 8;
+        const unsigned char lengthCode = bytes == 1 ? 24 : bytes == 2 ? 25 : bytes == 4 ? 26 : 27;
+        out[0] = static_cast<char>(type | lengthCode);
+        for (unsigned int i = 0; i < bytes; ++i)
+            out[1 + i] = static_cast<char>(value >> (8 * (bytes - 1 - i)));
+        m_used += 1 + bytes;
+    }
 
     void string(const std::string& text)
     {
-        const bool ascii = std::all_of(text.begin(), text.end(), [](char c) { return (c & 0x80) == 0; });
-        const bool utf8 = ascii || utf8_all_of(text, any_code_point);
-        put(utf8 ? cbor_encode_string_start(text.size(), m_head, sizeof m_head)
-                 : cbor_encode_bytestring_start(text.size(), m_head, sizeof m_head));
-        m_out += text;
+        const bool utf8 = is_ascii(text) || utf8_all_of(text, any_code_point);
+        head(utf8 ? kText : kBytes, text.size());
+        std::memcpy(room(text.size()), text.data(), text.size());
+        m_used += text.size();
     }
 
     void value(const ParamValue& value)
@@ -62,39 +112,56 @@ public:
             break;
         case 1: {
             const int64_t number = std::get<int32_t>(value);
-            put(number >= 0 ? cbor_encode_uint(static_cast<uint64_t>(number), m_head, sizeof m_head)
-                            : cbor_encode_negint(static_cast<uint64_t>(-1 - number), m_head, sizeof m_head));
+            if (number >= 0)
+                head(kUnsigned, static_cast<uint64_t>(number));
+            else
+                head(kNegative, static_cast<uint64_t>(-1 - number));
             break;
         }
         case 2:
-            put(cbor_encode_uint(std::get<uint32_t>(value), m_head, sizeof m_head));
+            head(kUnsigned, std::get<uint32_t>(value));
             break;
         default:
-            put(cbor_encode_bool(std::get<bool>(value), m_head, sizeof m_head));
+            *room(1) = static_cast<char>(kSimple << 5 | (std::get<bool>(value) ? kTrue : kFalse));
+            m_used += 1;
             break;
         }
     }
 
-    std::string take() { return std::move(m_out); }
+    std::string take()
+    {
+        m_out.resize(m_used);
+        return std::move(m_out);
+    }
 
 private:
-    void put(std::size_t headBytes) { m_out.append(reinterpret_cast<const char*>(m_head), headBytes); }
+    static constexpr std::size_t kFirstCapacity = 256;
 
-    unsigned char m_head[9]; // the longest CBOR item head
+    // Where the next `bytes` go.
+    char* room(std::size_t bytes)
+    {
+        if (m_out.size() - m_used < bytes)
+            m_out.resize(std::max(2 * m_out.size(), m_used + bytes));
+        return &m_out[m_used];
+    }
+
     std::string m_out;
+    std::size_t m_used = 0;
 };
 
 // The name, the parameters and the head of the children array.
 void write_head(Writer& writer, const Message& message, std::size_t childCount)
 {
-    writer.array(kMessageItems);
+    writer.head(kArray, kMessageItems);
     writer.string(message.name);
-    const auto& values = message.params().values();
+    const Params::Entries& values = message.params().values();
+    std::size_t counts[kParamTypes] = {};
+    for (const auto& entry : values)
+        ++counts[entry.second.index()];
     for (std::size_t type = 0; type < kParamTypes; ++type) {
-        std::size_t count = 0;
-        for (const auto& entry : values)
-            count += entry.second.index() == type;
-        writer.map(count);
+        writer.head(kMap, counts[type]);
+        if (counts[type] == 0)
+            continue;
         for (const auto& [key, value] : values) {
             if (value.index() != type)
                 continue;
@@ -102,7 +169,7 @@ void write_head(Writer& writer, const Message& message, std::size_t childCount)
             writer.value(value);
         }
     }
-    writer.array(childCount);
+    writer.head(kArray, childCount);
 }
 
 void write_message(Writer& writer, const Message& message)
@@ -112,7 +179,7 @@ void write_message(Writer& writer, const Message& message)
         write_message(writer, message.child(i));
 }
 
-// One CBOR item head as the streaming decoder reports it.
+// One CBOR item head, read in place.
 struct Item {
     enum class Kind { Unsupported, Unsigned, Negative, String, Array, Map, Bool };
     Kind kind = Kind::Unsupported;
@@ -121,169 +188,137 @@ struct Item {
     bool flag = false;
 };
 
-Item& item_of(void* context)
+enum class ReadStatus { Done, Truncated, Malformed };
+
+// Reads the item at `data[position]` and moves `position` past it. Strings come whole; the
+// items this encoding never writes (tags, floats, null, indefinite lengths) read as Unsupported.
+ReadStatus read_item(const unsigned char* data, std::size_t size, std::size_t& position, Item& item)
 {
-    return *static_cast<Item*>(context);
+    const unsigned char initial = data[position];
+    const auto major = static_cast<Major>(initial >> 5);
+    const unsigned char info = initial & 0x1f;
+    std::size_t at = position + 1;
+    uint64_t value = info;
+    if (info >= kOneByte && info < kOneByte + 4) {
+        const std::size_t bytes = std::size_t{1} << (info - kOneByte);
+        if (size - at < bytes)
+            return ReadStatus::Truncated;
+        value = 0;
+        for (std::size_t i = 0; i < bytes; ++i)
+            value = value << 8 | data[at + i];
+        at += bytes;
+    } else if (info > kOneByte + 3 && info != kIndefinite) {
+        return ReadStatus::Malformed;
+    }
+    const bool indefinite = info == kIndefinite;
+    item = {};
+    switch (major) {
+    case kUnsigned:
+    case kNegative:
+        if (indefinite)
+            return ReadStatus::Malformed;
+        item.kind = major == kUnsigned ? Item::Kind::Unsigned : Item::Kind::Negative;
+        item.number = value;
+        break;
+    case kBytes:
+    case kText:
+        if (!indefinite) {
+            if (size - at < value)
+                return ReadStatus::Truncated;
+            item.kind = Item::Kind::String;
+            item.text = std::string_view(reinterpret_cast<const char*>(data + at), static_cast<std::size_t>(value));
+            at += static_cast<std::size_t>(value);
+        }
+        break;
+    case kArray:
+    case kMap:
+        if (!indefinite) {
+            item.kind = major == kArray ? Item::Kind::Array : Item::Kind::Map;
+            item.number = value;
+        }
+        break;
+    case kTag:
+        if (indefinite)
+            return ReadStatus::Malformed;
+        break;
+    case kSimple:
+        if (info == kFalse || info == kTrue) {
+            item.kind = Item::Kind::Bool;
+            item.flag = info == kTrue;
+        } else if (info < kFalse || info == kOneByte) {
+            return ReadStatus::Malformed;
+        }
+        break;
+    }
+    position = at;
+    return ReadStatus::Done;
 }
 
-template <typename Number>
-void on_unsigned(void* context, Number value)
-{
-    item_of(context) = {Item::Kind::Unsigned, value, {}, false};
-}
-
-template <typename Number>
-void on_negative(void* context, Number value)
-{
-    item_of(context) = {Item::Kind::Negative, value, {}, false};
-}
-
-void on_string(void* context, cbor_data data, std::size_t size)
-{
-    item_of(context) = {Item::Kind::String, 0, {reinterpret_cast<const char*>(data), size}, false};
-}
-
-void on_array(void* context, std::size_t count)
-{
-    item_of(context) = {Item::Kind::Array, count, {}, false};
-}
-
-void on_map(void* context, std::size_t count)
-{
-    item_of(context) = {Item::Kind::Map, count, {}, false};
-}
-
-void on_bool(void* context, bool value)
-{
-    item_of(context) = {Item::Kind::Bool, 0, {}, value};
-}
-
-void on_unsupported(void* context)
-{
-    item_of(context) = {};
-}
-
-void on_unsupported_number(void* context, uint64_t)
-{
-    item_of(context) = {};
-}
-
-void on_unsupported_float(void* context, float)
-{
-    item_of(context) = {};
-}
-
-void on_unsupported_double(void* context, double)
-{
-    item_of(context) = {};
-}
-
-const cbor_callbacks& item_callbacks()
-{
-    static const cbor_callbacks callbacks = [] {
-        cbor_callbacks c{};
-        c.uint8 = on_unsigned<uint8_t>;
-        c.uint16 = on_unsigned<uint16_t>;
-        c.uint32 = on_unsigned<uint32_t>;
-        c.uint64 = on_unsigned<uint64_t>;
-        c.negint8 = on_negative<uint8_t>;
-        c.negint16 = on_negative<uint16_t>;
-        c.negint32 = on_negative<uint32_t>;
-        c.negint64 = on_negative<uint64_t>;
-        c.byte_string = on_string;
-        c.string = on_string;
-        c.array_start = on_array;
-        c.map_start = on_map;
-        c.boolean = on_bool;
-        c.byte_string_start = on_unsupported;
-        c.string_start = on_unsupported;
-        c.indef_array_start = on_unsupported;
-        c.indef_map_start = on_unsupported;
-        c.tag = on_unsupported_number;
-        c.float2 = on_unsupported_float;
-        c.float4 = on_unsupported_float;
-        c.float8 = on_unsupported_double;
-        c.undefined = on_unsupported;
-        c.null = on_unsupported;
-        c.indef_break = on_unsupported;
-        return c;
-    }();
-    return callbacks;
-}
-
-bool to_param(std::size_t type, const Item& item, ParamValue& out)
+// Whether `item` can be the value of a parameter of ParamValue index `type`.
+bool fits(std::size_t type, const Item& item)
 {
     constexpr uint64_t kInt32Max = std::numeric_limits<int32_t>::max();
     switch (type) {
     case 0:
-        if (item.kind != Item::Kind::String)
-            return false;
-        out = std::string(item.text);
-        return true;
+        return item.kind == Item::Kind::String;
     case 1:
-        if (item.kind == Item::Kind::Unsigned && item.number <= kInt32Max)
-            out = static_cast<int32_t>(item.number);
-        else if (item.kind == Item::Kind::Negative && item.number <= kInt32Max)
-            out = static_cast<int32_t>(-1 - static_cast<int64_t>(item.number));
-        else
-            return false;
-        return true;
+        return (item.kind == Item::Kind::Unsigned || item.kind == Item::Kind::Negative) && item.number <= kInt32Max;
     case 2:
-        if (item.kind != Item::Kind::Unsigned || item.number > std::numeric_limits<uint32_t>::max())
-            return false;
-        out = static_cast<uint32_t>(item.number);
-        return true;
+        return item.kind == Item::Kind::Unsigned && item.number <= std::numeric_limits<uint32_t>::max();
     default:
-        if (item.kind != Item::Kind::Bool)
-            return false;
-        out = item.flag;
-        return true;
+        return item.kind == Item::Kind::Bool;
     }
 }
 
+// Appends the parameter, built in place from a value that fits its type.
+void append_param(Params::Entries& entries, std::string_view key, std::size_t type, const Item& item)
+{
+    const auto put = [&](auto in_place, auto value) {
+        entries.emplace_back(std::piecewise_construct, std::forward_as_tuple(key), std::forward_as_tuple(in_place, value));
+    };
+    switch (type) {
+    case 0:
+        put(std::in_place_index<0>, item.text);
+        break;
+    case 1:
+        put(std::in_place_index<1>, static_cast<int32_t>(item.kind == Item::Kind::Negative
+                                                            ? -1 - static_cast<int64_t>(item.number)
+                                                            : static_cast<int64_t>(item.number)));
+        break;
+    case 2:
+        put(std::in_place_index<2>, static_cast<uint32_t>(item.number));
+        break;
+    default:
+        put(std::in_place_index<3>, item.flag);
+        break;
+    }
+}
+
+// Reads one message after the other, depth first; the messages whose children are still to
+// come wait on a stack of their own, so nesting costs heap within Limits, never call-stack depth.
 class Decoder {
 public:
-    explicit Decoder(Message& root) : m_root(root) {}
-
-    bool run(const unsigned char* data, std::size_t size, std::string& error)
+    Decoder(const char* data, std::size_t size)
+        : m_data(reinterpret_cast<const unsigned char*>(data))
+        , m_size(size)
     {
-        std::size_t position = 0;
-        while (!m_done) {
-            if (position == size)
-                return fail(error, "truncated message");
-            Item item;
-            const cbor_decoder_result result = cbor_stream_decode(data + position, size - position,
-                                                                  &item_callbacks(), &item);
-            if (result.status == CBOR_DECODER_NEDATA)
-                return fail(error, "truncated message");
-            if (result.status != CBOR_DECODER_FINISHED || result.read == 0)
-                return fail(error, "malformed CBOR at byte " + std::to_string(position));
-            position += result.read;
-            if (!consume(item))
-                return fail(error, m_error);
+    }
+
+    bool run(Message& root, std::string& error)
+    {
+        if (!read_tree(root)) {
+            error = "compact: " + m_error;
+            return false;
         }
-        if (position != size)
-            return fail(error, std::to_string(size - position) + " bytes after the message");
+        if (m_position != m_size) {
+            error = "compact: " + std::to_string(m_size - m_position) + " bytes after the message";
+            return false;
+        }
         return true;
     }
 
 private:
-    enum class Stage { Name, ParamsHead, Key, Value, ChildrenHead, Children };
-
-    struct Open {
-        Message* message;
-        Stage stage;
-        std::size_t paramType;
-        uint64_t remaining; // of the current map or of the children
-        std::size_t params;
-        std::string key;
-    };
-
-    static bool fail(std::string& error, const std::string& reason)
-    {
-        error = "compact: " + reason;
-        return false;
-    }
+    using KeyOrder = std::vector<std::pair<std::string_view, uint32_t>>;
 
     bool reject(const std::string& reason)
     {
@@ -291,100 +326,141 @@ private:
         return false;
     }
 
-    bool consume(const Item& item)
+    bool reject_twice(const std::string& key) { return reject("parameter '" + key + "' given twice"); }
+
+    bool next(Item& item)
     {
-        if (m_open.empty())
-            return open(nullptr, item);
-        Open& top = m_open.back();
-        switch (top.stage) {
-        case Stage::Name:
-            if (item.kind != Item::Kind::String)
-                return reject("message name is not a string");
-            top.message->name = item.text;
-            top.stage = Stage::ParamsHead;
+        const std::size_t start = m_position;
+        if (start == m_size)
+            return reject("truncated message");
+        switch (read_item(m_data, m_size, m_position, item)) {
+        case ReadStatus::Done:
             return true;
-        case Stage::ParamsHead:
-            if (item.kind != Item::Kind::Map)
-                return reject("parameters are not a map");
-            if (item.number > Limits::kMaxParamsPerNode - top.params)
-                return reject("more than " + std::to_string(Limits::kMaxParamsPerNode) + " parameters in one message");
-            top.params += item.number;
-            top.remaining = item.number;
-            if (top.remaining == 0)
-                next_param_type(top);
-            else
-                top.stage = Stage::Key;
-            return true;
-        case Stage::Key:
-            if (item.kind != Item::Kind::String)
-                return reject("parameter key is not a string");
-            if (item.text.size() > Limits::kMaxKeyBytes)
-                return reject("parameter key longer than " + std::to_string(Limits::kMaxKeyBytes) + " bytes");
-            top.key = item.text;
-            top.stage = Stage::Value;
-            return true;
-        case Stage::Value: {
-            ParamValue value;
-            if (!to_param(top.paramType, item, value))
-                return reject("parameter '" + top.key + "' does not fit its type");
-            if (!top.message->params().insert(top.key, std::move(value)))
-                return reject("parameter '" + top.key + "' given twice");
-            if (--top.remaining == 0)
-                next_param_type(top);
-            else
-                top.stage = Stage::Key;
-            return true;
+        case ReadStatus::Truncated:
+            return reject("truncated message");
+        case ReadStatus::Malformed:
+            break;
         }
-        case Stage::ChildrenHead:
-            if (item.kind != Item::Kind::Array)
-                return reject("children are not an array");
-            if (item.number > Limits::kMaxNodes - m_nodes)
-                return reject("more than " + std::to_string(Limits::kMaxNodes) + " messages");
-            top.remaining = item.number;
-            top.stage = Stage::Children;
-            if (top.remaining == 0)
-                close();
-            return true;
-        case Stage::Children:
-            --top.remaining;
-            return open(top.message, item);
-        }
-        return reject("internal decoder state");
+        return reject("malformed CBOR at byte " + std::to_string(start));
     }
 
-    static void next_param_type(Open& top)
+    bool read_tree(Message& root)
     {
-        ++top.paramType;
-        top.stage = top.paramType < kParamTypes ? Stage::ParamsHead : Stage::ChildrenHead;
+        // Messages with children still to read, and how many.
+        std::vector<std::pair<Message*, uint64_t>> open;
+        Message* message = &root;
+        for (;;) {
+            uint64_t children = 0;
+            if (!read_message(*message, open.size() + 1, children))
+                return false;
+            open.emplace_back(message, children);
+            while (!open.empty() && open.back().second == 0)
+                open.pop_back();
+            if (open.empty())
+                return true;
+            --open.back().second;
+            message = &open.back().first->add_child(std::string());
+        }
     }
 
-    // A message head: the root when `parent` is null, else the parent's next child.
-    bool open(Message* parent, const Item& item)
+    // One message up to the head of its children, whose number goes to `children`.
+    bool read_message(Message& message, std::size_t depth, uint64_t& children)
     {
+        Item item;
+        if (!next(item))
+            return false;
         if (item.kind != Item::Kind::Array || item.number != kMessageItems)
             return reject("a message is not an array of " + std::to_string(kMessageItems) + " items");
-        if (m_open.size() >= Limits::kMaxDepth)
+        if (depth > Limits::kMaxDepth)
             return reject("messages nested deeper than " + std::to_string(Limits::kMaxDepth));
         if (++m_nodes > Limits::kMaxNodes)
             return reject("more than " + std::to_string(Limits::kMaxNodes) + " messages");
-        Message* message = parent ? &parent->add_child(std::string()) : &m_root;
-        m_open.push_back({message, Stage::Name, 0, 0, 0, std::string()});
+        if (!next(item))
+            return false;
+        if (item.kind != Item::Kind::String)
+            return reject("message name is not a string");
+        message.name = item.text;
+        if (!read_params(message.params()) || !next(item))
+            return false;
+        if (item.kind != Item::Kind::Array)
+            return reject("children are not an array");
+        if (item.number > Limits::kMaxNodes - m_nodes)
+            return reject("more than " + std::to_string(Limits::kMaxNodes) + " messages");
+        children = item.number;
         return true;
     }
 
-    // Closes the top message and every parent whose last child that was.
-    void close()
+    // The four maps. A key given twice is refused as soon as its map ends (by the message,
+    // after the last map); then the parameters go to the message in key order.
+    bool read_params(Params& params)
     {
-        m_open.pop_back();
-        while (!m_open.empty() && m_open.back().remaining == 0)
-            m_open.pop_back();
-        m_done = m_open.empty();
+        m_values.clear();
+        m_order.clear();
+        for (std::size_t type = 0; type < kParamTypes; ++type) {
+            Item item;
+            if (!next(item))
+                return false;
+            if (item.kind != Item::Kind::Map)
+                return reject("parameters are not a map");
+            if (item.number > Limits::kMaxParamsPerNode - m_values.size())
+                return reject("more than " + std::to_string(Limits::kMaxParamsPerNode) + " parameters in one message");
+            const std::size_t runStart = m_order.size();
+            for (uint64_t remaining = item.number; remaining > 0; --remaining) {
+                Item key;
+                if (!next(key))
+                    return false;
+                if (key.kind != Item::Kind::String)
+                    return reject("parameter key is not a string");
+                if (key.text.size() > Limits::kMaxKeyBytes)
+                    return reject("parameter key longer than " + std::to_string(Limits::kMaxKeyBytes) + " bytes");
+                Item value;
+                if (!next(value))
+                    return false;
+                if (!fits(type, value))
+                    return reject("parameter '" + std::string(key.text) + "' does not fit its type");
+                m_order.emplace_back(key.text, static_cast<uint32_t>(m_values.size()));
+                m_values.emplace_back(value, type);
+            }
+            merge_run(runStart);
+            if (type + 1 < kParamTypes) {
+                const auto twice = std::adjacent_find(m_order.begin(), m_order.end(),
+                                                      [](const auto& left, const auto& right) { return left.first == right.first; });
+                if (twice != m_order.end())
+                    return reject_twice(std::string(twice->first));
+            }
+        }
+        Params::Entries sorted;
+        sorted.reserve(m_order.size());
+        for (const auto& [key, index] : m_order)
+            append_param(sorted, key, m_values[index].second, m_values[index].first);
+        std::string duplicate;
+        return params.assign(std::move(sorted), duplicate) || reject_twice(duplicate);
     }
 
-    Message& m_root;
-    std::vector<Open> m_open;
+    // Sorts the keys from `runStart` on and merges them with those before. Each map comes sorted
+    // from this encoder, so that costs one pass each.
+    void merge_run(std::size_t runStart)
+    {
+        const auto byKey = [](const auto& left, const auto& right) { return Params::key_before(left.first, right.first); };
+        const auto run = m_order.begin() + static_cast<std::ptrdiff_t>(runStart);
+        std::sort(run, m_order.end(), byKey);
+        if (run == m_order.begin() || run == m_order.end() || !byKey(*run, *(run - 1)))
+            return;
+        m_merged.clear();
+        std::merge(m_order.begin(), run, run, m_order.end(), std::back_inserter(m_merged), byKey);
+        m_order.swap(m_merged);
+    }
+
+    const unsigned char* const m_data;
+    const std::size_t m_size;
+    std::size_t m_position = 0;
     std::size_t m_nodes = 0;
-    bool m_done = false;
+    // The parameters of the message being read (a message's parameters come before its
+    // children, so one at a time): values with their type in the frame's order, and keys with
+    // the place of their value in key order. Only once sorted are they built, in place.
+    std::vector<std::pair<Item, std::size_t>> m_values;
+    KeyOrder m_order;
+    KeyOrder m_merged;
     std::string m_error;
 };
 
@@ -404,7 +480,7 @@ std::string encode(const Message& message, const Message* onlyChild)
 
 bool decode(const char* data, std::size_t size, Message& out, std::string& error)
 {
-    return Decoder(out).run(reinterpret_cast<const unsigned char*>(data), size, error);
+    return Decoder(data, size).run(out, error);
 }
 
 } // namespace ipc::compact

@@ -118,13 +118,17 @@ Message& Message::operator=(Message&& other) noexcept
 
 Message& Message::add_child(const std::string& childName)
 {
-    return add_child(Message(childName));
+    return adopt(std::make_unique<Message>(childName));
 }
 
 Message& Message::add_child(const Message& child)
 {
-    auto copy = std::make_unique<Message>(child);
-    m_children.push_back(std::move(copy));
+    return adopt(std::make_unique<Message>(child));
+}
+
+Message& Message::adopt(std::unique_ptr<Message> child)
+{
+    m_children.push_back(std::move(child));
     const auto position = static_cast<uint32_t>(m_children.size() - 1);
     if (m_index)
         (*m_index)[m_children.back()->name].push_back(position);

@@ -65,6 +65,7 @@ private:
     // Positions of the children of each name, in order.
     using ChildIndex = std::unordered_map<std::string, std::vector<uint32_t>>;
 
+    Message& adopt(std::unique_ptr<Message> child);
     const std::vector<uint32_t>* positions_of(const std::string& childName) const;
     Message& exposed(std::size_t position);
 

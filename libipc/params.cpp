@@ -2,6 +2,7 @@
 
 #include "logger.h"
 
+#include <algorithm>
 #include <charconv>
 #include <limits>
 #include <optional>
@@ -124,6 +125,24 @@ std::optional<ParamValue> typed_value(const TextItem& item)
     return std::nullopt;
 }
 
+// Where `key` is, or would go, in the sorted entries.
+template <typename Entries>
+auto position_of(Entries& entries, const std::string& key)
+{
+    return std::lower_bound(entries.begin(), entries.end(), key,
+                            [](const Params::Entry& entry, const std::string& wanted) {
+                                return Params::key_before(entry.first, wanted);
+                            });
+}
+
+// The entry of `key`, or end().
+template <typename Entries>
+auto entry_of(Entries& entries, const std::string& key)
+{
+    const auto position = position_of(entries, key);
+    return position != entries.end() && position->first == key ? position : entries.end();
+}
+
 } // namespace
 
 Params::Params(const char* text)
@@ -140,7 +159,7 @@ Params::Params(const char* text)
         if (scan_item(cursor, item))
             value = typed_value(item);
         if (value) {
-            m_values[item.key] = *value;
+            set(item.key, *value);
             continue;
         }
         while (*cursor && !is_blank(*cursor))
@@ -152,88 +171,112 @@ Params::Params(const char* text)
 
 void Params::set_string(const std::string& key, const std::string& value)
 {
-    m_values[key] = value;
+    set(key, value);
 }
 
 void Params::set_int(const std::string& key, int32_t value)
 {
-    m_values[key] = value;
+    set(key, value);
 }
 
 void Params::set_uint(const std::string& key, uint32_t value)
 {
-    m_values[key] = value;
+    set(key, value);
 }
 
 void Params::set_bool(const std::string& key, bool value)
 {
-    m_values[key] = value;
+    set(key, value);
 }
 
 void Params::set(const std::string& key, const ParamValue& value)
 {
-    m_values[key] = value;
+    const auto position = position_of(m_values, key);
+    if (position != m_values.end() && position->first == key)
+        position->second = value;
+    else
+        m_values.emplace(position, key, value);
 }
 
-bool Params::insert(std::string key, ParamValue value)
+bool Params::assign(Entries entries, std::string& duplicate)
 {
-    return m_values.emplace(std::move(key), std::move(value)).second;
+    const auto byKey = [](const Entry& left, const Entry& right) { return key_before(left.first, right.first); };
+    const auto notBefore = [&](const Entry& left, const Entry& right) { return !byKey(left, right); };
+    // Entries that come in strictly increasing order (as decoders hand them over) are taken as they are.
+    if (std::adjacent_find(entries.begin(), entries.end(), notBefore) != entries.end()) {
+        std::sort(entries.begin(), entries.end(), byKey);
+        const auto twice = std::adjacent_find(entries.begin(), entries.end(), notBefore);
+        if (twice != entries.end()) {
+            duplicate = twice->first;
+            return false;
+        }
+    }
+    m_values = std::move(entries);
+    return true;
+}
+
+const ParamValue* Params::find(const std::string& key) const
+{
+    const auto found = entry_of(m_values, key);
+    return found == m_values.end() ? nullptr : &found->second;
 }
 
 std::string Params::get_string(const std::string& key, const std::string& def) const
 {
-    const auto found = m_values.find(key);
-    if (found == m_values.end())
+    const ParamValue* value = find(key);
+    if (!value)
         return def;
-    switch (found->second.index()) {
+    switch (value->index()) {
     case 0:
-        return std::get<std::string>(found->second);
+        return std::get<std::string>(*value);
     case 1:
-        return std::to_string(std::get<int32_t>(found->second));
+        return std::to_string(std::get<int32_t>(*value));
     case 2:
-        return std::to_string(std::get<uint32_t>(found->second));
+        return std::to_string(std::get<uint32_t>(*value));
     default:
-        return std::get<bool>(found->second) ? "true" : "false";
+        return std::get<bool>(*value) ? "true" : "false";
     }
 }
 
 int32_t Params::get_int(const std::string& key, int32_t def) const
 {
-    const auto found = m_values.find(key);
-    return number_or(found == m_values.end() ? nullptr : &found->second, def);
+    return number_or(find(key), def);
 }
 
 uint32_t Params::get_uint(const std::string& key, uint32_t def) const
 {
-    const auto found = m_values.find(key);
-    return number_or(found == m_values.end() ? nullptr : &found->second, def);
+    return number_or(find(key), def);
 }
 
 bool Params::get_bool(const std::string& key, bool def) const
 {
-    const auto found = m_values.find(key);
-    if (found == m_values.end())
+    const ParamValue* value = find(key);
+    if (!value)
         return def;
-    if (const bool* flag = std::get_if<bool>(&found->second))
+    if (const bool* flag = std::get_if<bool>(value))
         return *flag;
-    if (const std::string* text = std::get_if<std::string>(&found->second))
+    if (const std::string* text = std::get_if<std::string>(value))
         return parse_bool(*text).value_or(def);
-    return *as_number(found->second) != 0;
+    return *as_number(*value) != 0;
 }
 
 bool Params::has_param(const std::string& key) const
 {
-    return m_values.count(key) != 0;
+    return find(key) != nullptr;
 }
 
 bool Params::remove(const std::string& key)
 {
-    return m_values.erase(key) != 0;
+    const auto found = entry_of(m_values, key);
+    if (found == m_values.end())
+        return false;
+    m_values.erase(found);
+    return true;
 }
 
 Params& Params::operator+=(const Params& other)
 {
     for (const auto& [key, value] : other.m_values)
-        m_values[key] = value;
+        set(key, value);
     return *this;
 }

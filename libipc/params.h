@@ -2,14 +2,18 @@
 #define LIBIPC_PARAMS_H
 
 #include <cstdint>
-#include <map>
 #include <string>
+#include <string_view>
+#include <utility>
 #include <variant>
+#include <vector>
 
 // One typed scalar. The index order (string, int, uint, bool) is part of both wire encodings.
 using ParamValue = std::variant<std::string, int32_t, uint32_t, bool>;
 
 // An unordered set of named, typed scalars. Reading an absent key gives the caller's default.
+// Kept as one vector sorted by key: a message's handful of parameters cost one allocation and
+// are found by binary search.
 //
 // Reading a key stored under another type converts where the meaning is plain: numbers and
 // bools between each other (bool is "not zero"), a number to its decimal text, a bool to
@@ -23,6 +27,9 @@ using ParamValue = std::variant<std::string, int32_t, uint32_t, bool>;
 // An item that does not follow the syntax is skipped and logged at level 2.
 class Params {
 public:
+    using Entry = std::pair<std::string, ParamValue>;
+    using Entries = std::vector<Entry>;
+
     Params() = default;
     explicit Params(const char* text);
 
@@ -31,8 +38,10 @@ public:
     void set_uint(const std::string& key, uint32_t value);
     void set_bool(const std::string& key, bool value);
     void set(const std::string& key, const ParamValue& value);
-    // Adds a key that is not there yet; false, and nothing changed, when it is.
-    bool insert(std::string key, ParamValue value);
+    // Replaces every parameter by `entries`, given in any order, in time O(n log n) whatever
+    // the order: the decoders' way in. False, nothing changed and the key in `duplicate`, when a
+    // key comes twice.
+    bool assign(Entries entries, std::string& duplicate);
 
     std::string get_string(const std::string& key, const std::string& def) const;
     int32_t get_int(const std::string& key, int32_t def) const;
@@ -44,7 +53,18 @@ public:
     std::size_t size() const { return m_values.size(); }
     bool empty() const { return m_values.empty(); }
 
-    const std::map<std::string, ParamValue>& values() const { return m_values; }
+    // Sorted by key, in this order: bytewise, a prefix before the longer key. Inline, as
+    // decoding compares keys far more often than it compares long ones.
+    static bool key_before(std::string_view left, std::string_view right)
+    {
+        const std::size_t common = left.size() < right.size() ? left.size() : right.size();
+        for (std::size_t i = 0; i < common; ++i) {
+            if (left[i] != right[i])
+                return static_cast<unsigned char>(left[i]) < static_cast<unsigned char>(right[i]);
+        }
+        return left.size() < right.size();
+    }
+    const Entries& values() const { return m_values; }
 
     // Keys of the right-hand set are added to (and replace those of) the left-hand set.
     Params& operator+=(const Params& other);
@@ -54,7 +74,9 @@ public:
     bool operator!=(const Params& other) const { return !(*this == other); }
 
 private:
-    std::map<std::string, ParamValue> m_values;
+    const ParamValue* find(const std::string& key) const;
+
+    Entries m_values;
 };
 
 #endif

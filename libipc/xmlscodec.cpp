@@ -225,7 +225,8 @@ public:
 private:
     struct Open {
         Message* message;
-        std::size_t params;
+        // Handed to the message at its end tag.
+        Params::Entries params;
     };
     struct Param {
         std::size_t type;
@@ -339,7 +340,7 @@ private:
             return;
         Message& message = m_open.empty() ? m_root : m_open.back().message->add_child(std::string());
         message.name = std::move(name);
-        m_open.push_back({&message, 0});
+        m_open.push_back({&message, {}});
     }
 
     void start_param(std::size_t type, const XML_Char** attributes)
@@ -347,15 +348,13 @@ private:
         if (m_open.empty())
             return reject("the root element must be <m>");
         Open& top = m_open.back();
-        if (++top.params > Limits::kMaxParamsPerNode)
+        if (top.params.size() >= Limits::kMaxParamsPerNode)
             return reject("more than " + std::to_string(Limits::kMaxParamsPerNode) + " parameters in one message");
         Param param{type, std::string(), std::string(), false};
         if (!read_attributes(attributes, "k", param.key, type == 0 ? &param.hex : nullptr))
             return;
         if (param.key.size() > Limits::kMaxKeyBytes)
             return reject("parameter key longer than " + std::to_string(Limits::kMaxKeyBytes) + " bytes");
-        if (top.message->params().has_param(param.key))
-            return reject("parameter '" + param.key + "' given twice");
         m_param = std::move(param);
     }
 
@@ -370,13 +369,16 @@ private:
     void end()
     {
         if (!m_param) {
+            std::string twice;
+            if (!m_open.back().message->params().assign(std::move(m_open.back().params), twice))
+                return reject("parameter '" + twice + "' given twice");
             m_open.pop_back();
             return;
         }
         std::optional<ParamValue> value = param_value(*m_param);
         if (!value)
             return reject("parameter '" + m_param->key + "' is not a valid " + std::string(1, kParamTags[m_param->type]));
-        m_open.back().message->params().set(m_param->key, *value);
+        m_open.back().params.emplace_back(std::move(m_param->key), std::move(*value));
         m_param.reset();
     }
 
