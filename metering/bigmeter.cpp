@@ -59,7 +59,6 @@ void BigMeter::setMode(Mode mode)
 void BigMeter::paintEvent(QPaintEvent *)
 {
     QPainter painter(this);
-    painter.setRenderHint(QPainter::Antialiasing, false);
     painter.fillRect(rect(), kBackground);
 
     QFont normalFont(QStringLiteral("arial"), 7, QFont::Normal);

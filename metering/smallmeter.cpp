@@ -1,7 +1,5 @@
 #include "smallmeter.h"
 
-#include <QMouseEvent>
-
 SmallMeter::SmallMeter(int width, int height, QWidget *parent)
     : QWidget(parent)
 {
@@ -15,8 +13,8 @@ int SmallMeter::rowY(int row) const
     return kRowOffsets[row];
 }
 
-void SmallMeter::mousePressEvent(QMouseEvent *event)
+// Overriding the handler is enough to keep the press from the parent: it arrives accepted.
+void SmallMeter::mousePressEvent(QMouseEvent *)
 {
-    event->accept();
     emit meterClicked();
 }

@@ -20,15 +20,11 @@ QString textParam(const Message& msg, const char* key)
 
 } // namespace
 
-int ConfigParser::addOptionItems(const Message& group, QTreeWidget* tree, QTreeWidgetItem* parent,
-                                 const std::string& parentName)
+void ConfigParser::addOptionItems(const Message& group, QTreeWidget* tree, QTreeWidgetItem* parent,
+                                  const std::string& parentName)
 {
-    if (!tree && !parent)
-        return 0;
-    int count = 0;
     for (unsigned int i = 0; i < group.num_children("option"); ++i) {
         const Message& option = group.get_child("option", i);
-        ++count;
         const Params& params = option.params();
         auto* row = tree ? new QTreeWidgetItem(tree, QTreeWidgetItem::Type)
                          : new QTreeWidgetItem(parent, QTreeWidgetItem::Type);
@@ -43,7 +39,6 @@ int ConfigParser::addOptionItems(const Message& group, QTreeWidget* tree, QTreeW
         settingstree::setRowWeight(row, params.get_bool("defaulted", false));
         applyAdvancedFilter(row);
     }
-    return count;
 }
 
 QTreeWidgetItem* ConfigParser::addNodeItem(const Message& node, QTreeWidget* tree)

@@ -27,9 +27,9 @@ public:
     };
 
     // One row per "option" of `group`, in order: top level of `tree` when given, else under
-    // `parent` (whose name `parentName` the rows remember). Returns the number of rows added.
-    int addOptionItems(const Message& group, QTreeWidget* tree, QTreeWidgetItem* parent,
-                       const std::string& parentName);
+    // `parent` (whose name `parentName` the rows remember).
+    void addOptionItems(const Message& group, QTreeWidget* tree, QTreeWidgetItem* parent,
+                        const std::string& parentName);
     // A gray top-level row spanning all columns for a sub-object (a location).
     QTreeWidgetItem* addNodeItem(const Message& node, QTreeWidget* tree);
     // Deletes the first top-level row of that name; false when there is none.

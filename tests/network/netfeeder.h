@@ -3,10 +3,19 @@
 
 #include "cachefeeder.h"
 
-#include <QString>
+#include <QPixmap>
 
 // The network manager's messages as the unit sends them, into the shared client.
 namespace netfeeder {
+
+// A message in short: its params in the text syntax of Params, then its children.
+inline Message msg(const std::string& name, const std::string& params, std::initializer_list<Message> children = {})
+{
+    Message message(name, Params(params.c_str()));
+    for (const Message& child : children)
+        message.add_child(child);
+    return message;
+}
 
 // A notification under its subscription id ("cfgStatus:netmgr.devices.eth0", "wifi:wlan0").
 inline void notify(const std::string& id, const Message& msg)
@@ -15,37 +24,26 @@ inline void notify(const std::string& id, const Message& msg)
     g_ipcClient.process_unso_id(id, msg);
 }
 
-inline void notify(const std::string& id, const std::string& xmls)
+// A device's status notification: its fields in the text syntax of Params.
+inline void status(const std::string& id, const std::string& fields)
 {
-    notify(id, cachefeeder::parse(xmls));
+    notify("cfgStatus:netmgr.devices." + id, msg("node", "name=" + id + " " + fields));
 }
 
-// A device node: "id class enabled installed [signal] [viewonly]" in the text syntax of Params
-// for its status, e.g. device("eth0", "class=wired enabled:b=true installed:b=true").
-inline Message device(const std::string& id, const std::string& status, bool viewOnly = false)
+// A change in the configuration tree: "add", "delete" or "value" (with the new display value).
+inline void data(const std::string& name, const std::string& type, const std::string& display = "")
 {
-    Message node("node");
-    node.params().set_string("name", id);
-    node.params().set_string("display_name", "Device " + id);
-    if (viewOnly)
-        node.params().set_bool("view_only", true);
-    Message& fields = node.add_child("status");
-    fields.params() = Params(status.c_str());
-    return node;
+    notify("cfgData:" + name, msg("data", "name=" + name + " type=" + type, {msg("descr", "display_value=\"" + display + "\"")}));
 }
 
-// The device-list answer: a devices node with its overall status and one group of devices.
-inline Message deviceList(const std::vector<Message>& devices, int numAlive = -1)
+// Which of the five signal bars icons `pixmap` is; -1 for none.
+inline int barsOf(const QPixmap& pixmap)
 {
-    Message answer("resp");
-    Message& root = answer.add_child("node");
-    root.params().set_string("name", "devices");
-    if (numAlive >= 0)
-        root.add_child("status").params().set_uint("num_alive", unsigned(numAlive));
-    Message& group = root.add_child("group");
-    for (const Message& node : devices)
-        group.add_child(node);
-    return answer;
+    for (int level = 0; level < 5; ++level) {
+        if (pixmap.toImage() == QPixmap(QStringLiteral(":/icons/signal_strength_%1.png").arg(level)).toImage())
+            return level;
+    }
+    return -1;
 }
 
 } // namespace netfeeder

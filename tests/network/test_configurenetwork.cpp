@@ -1,5 +1,6 @@
 #include "configurenetwork.h"
 #include "deviceclassicons.h"
+#include "logcapture.h"
 #include "netfeeder.h"
 #include "platformkey.h"
 
@@ -9,56 +10,58 @@
 #include <QtTest>
 
 namespace {
-// A wireless device as the network manager describes it at depth 1.
-const char* const kWireless = R"(<m n="resp"><m n="node"><s k="name">wlan0</s><s k="display_name">Wireless</s>
-  <s k="type">wifi</s>
-  <m n="status"><b k="enabled">true</b><b k="installed">true</b><s k="class">wifi</s><u k="signal">60</u>
-    <s k="address">10.0.0.5</s><s k="status">Associated</s></m>
-  <m n="command"><s k="name">apply</s></m>
-  <m n="group"><s k="name"></s>
-    <m n="option"><s k="name">power</s><s k="display_name">Power Saving</s><s k="display_value">Off</s>
-      <b k="defaulted">true</b><b k="advanced">true</b></m>
-    <m n="option"><s k="name">region</s><s k="display_name">Region</s><s k="display_value">Europe</s><b k="defaulted">false</b></m></m>
-  <m n="group"><s k="name">loc</s><m n="command"><s k="name">_add</s></m><m n="command"><s k="name">scan</s></m>
-    <m n="node"><s k="name">studio</s><s k="display_name">Studio-Net</s><m n="command"><s k="name">_del</s></m>
-      <m n="group"><s k="name"></s>
-        <m n="option"><s k="name">essid</s><s k="display_name">Network Name</s><s k="display_value">Studio-Net</s></m>
-        <m n="option"><s k="name">channel</s><s k="display_name">Channel</s><s k="display_value">6</s>
-          <b k="defaulted">true</b><b k="advanced">true</b></m></m></m>
-    <m n="node"><s k="name">setup</s><s k="display_name">Setup</s>
-      <m n="group"><s k="name"></s>
-        <m n="option"><s k="name">essid</s><s k="display_name">Network Name</s><s k="display_value">Setup</s></m></m></m>
-  </m></m></m>)";
-const char* const kWired = R"(<m n="resp"><m n="node"><s k="name">eth0</s><s k="display_name">Ethernet</s>
-  <s k="type">wired</s><m n="status"><b k="enabled">false</b><b k="installed">true</b><s k="class">wired</s></m>
-  <m n="group"><s k="name"></s>
-    <m n="option"><s k="name">dhcp</s><s k="display_name">Address Mode</s><s k="display_value">DHCP</s></m></m></m></m>)";
-const char* const kScanResults = R"(<m n="wifi">
-  <m n="net"><s k="essid">Caf&#233;</s><s k="bssid">aa:bb</s><u k="signal">80</u><s k="sec">none</s></m>
-  <m n="net"><s k="essid">Office</s><s k="bssid">cc:dd</s><u k="signal">20</u><s k="sec">wpa2</s></m>
-  <m n="net"><s k="essid">Hidden</s><s k="bssid">ee:ff</s><u k="signal">50</u><s k="sec"></s></m></m>)";
+using netfeeder::barsOf;
+using netfeeder::data;
+using netfeeder::msg;
+using netfeeder::status;
 
-QTreeWidgetItem* findRow(QTreeWidget* tree, const QString& path)
+// A wireless device as the network manager describes it at depth 1: "studio" can be deleted,
+// "setup" cannot; an option without "defaulted" counts as changed.
+const Message kWireless = msg("resp", "", {msg("node", "name=wlan0 display_name=Wireless type=wifi", {
+    msg("status", "enabled:b=true installed:b=true class=wifi signal:u=60 address=10.0.0.5 status=Associated"),
+    msg("command", "name=apply"),
+    msg("group", "name=", {msg("option", "name=power display_name=Power display_value=Off defaulted:b=true advanced:b=true"),
+                           msg("option", "name=region display_name=Region display_value=EU defaulted:b=false"),
+                           msg("option", "name=dhcp display_name=Mode display_value=DHCP defaulted:b=true")}),
+    msg("group", "name=loc", {msg("command", "name=_add"), msg("command", "name=scan"),
+        msg("node", "name=studio display_name=Studio", {msg("command", "name=_del"), msg("group", "name=", {
+            msg("option", "name=essid display_name=Name display_value=Studio"),
+            msg("option", "name=channel display_name=Channel display_value=6 defaulted:b=true advanced:b=true")})}),
+        msg("node", "name=setup display_name=Setup", {msg("command", "name=apply"), msg("group", "name=", {
+            msg("option", "name=essid display_name=Name display_value=Setup defaulted:b=true")})})})})});
+const Message kWired = msg("resp", "", {msg("node", "name=eth0 display_name=Ethernet type=wired", {
+    msg("status", "enabled:b=false installed:b=true class=wired"), msg("group", "name=", {msg("option", "name=dhcp")})})});
+const Message kScanResults = msg("wifi", "", {msg("net", "essid=Café bssid=aa:bb signal:u=80 sec=none"),
+                                              msg("net", "essid=Office bssid=cc:dd signal:u=20 sec=wpa2")});
+
+// A row as "text=value" with marks: * bold, ~ hidden, + expanded, # selected, x deletable.
+QString rowText(const QTreeWidgetItem* row)
 {
-    return ConfigParser::selectPath(tree, path) ? tree->currentItem() : nullptr;
+    QString text = row->text(0) + (row->text(1).isEmpty() ? "" : "=" + row->text(1));
+    const std::pair<bool, const char*> marks[] = {{row->font(1).bold(), "*"}, {row->isHidden(), "~"},
+        {row->isExpanded(), "+"}, {row->isSelected(), "#"}, {row->data(0, ConfigParser::DeletableRole).toBool(), "x"}};
+    for (const auto& [on, mark] : marks)
+        text += on ? mark : "";
+    return text;
 }
 
-std::string tree(const char* xmls)
+QString treeText(const QTreeWidget* tree)
 {
-    return cachefeeder::tree(xmls);
+    QStringList rows;
+    for (int i = 0; i < tree->topLevelItemCount(); ++i) {
+        rows << rowText(tree->topLevelItem(i));
+        for (int c = 0; c < tree->topLevelItem(i)->childCount(); ++c)
+            rows << " " + rowText(tree->topLevelItem(i)->child(c));
+    }
+
+    return rows.join(',');
 }
 
-// Answers the next question box with the given button, once it is up.
-void answerQuestion(QMessageBox::StandardButton button, QString* text)
+std::string command(const char* params)
 {
-    QTimer::singleShot(0, [button, text] {
-        auto* box = qobject_cast<QMessageBox*>(QApplication::activeModalWidget());
-        if (!box)
-            return;
-        *text = box->windowTitle() + "|" + box->text();
-        box->button(button)->click();
-    });
+    return Message("cfgCmd", Params(params)).dump_text();
 }
+
 } // namespace
 
 class TestConfigureNetwork : public QObject {
@@ -66,283 +69,271 @@ class TestConfigureNetwork : public QObject {
 
 private slots:
     void initTestCase() { deviceclassicons::fill(); }
-    void init();
+    void init()
+    {
+        m_screen = new ConfigureNetwork;
+        QVERIFY(showActive(m_screen));
+    }
+
     void cleanup() { delete m_screen; }
-    void describesTheDevice();
-    void scanPageOnlyForWireless();
-    void locationButtonsFollowSelection();
-    void editPathsAndSelectionSurviveReturn();
-    void advancedShowsRowsWithoutRereading();
-    void scan();
-    void locationCommands();
-    void notifications();
-    void keypad();
+    void describesTheDevice()
+    {
+        show("wlan0", Message("resp"));
+        cachefeeder::answer("networkDevice", kWireless);
+        QCOMPARE(header(), QString("Wireless|wlan0|Current address '10.0.0.5'.|Associated|3|4 Apply Add Scan"));
+        QCOMPARE(treeText(m_screen->treeSettings), QString("Power=Off~,Region=EU*,Mode=DHCP"));
+        QCOMPARE(treeText(m_screen->treeLocations), QString("Studiox, Name=Studio*, Channel=6~,Setup, Name=Setup"));
+        QCOMPARE(m_screen->treeLocations->topLevelItem(0)->foreground(0), QBrush(QColor(128, 128, 128)));
+        QCOMPARE(m_screen->treeLocations->topLevelItem(0)->child(0)->foreground(1), QBrush(Qt::black));
+        QCOMPARE(m_screen->treeSettings->topLevelItem(0)->foreground(1).style(), Qt::NoBrush);
+        QCOMPARE(treeText(m_screen->treeScan), QString("Scan to see nearby wifi networks."));
+        // Only this screen's last answer counts: later ones belong to whoever asked.
+        cachefeeder::answer("networkDevice", kWired);
+        QCOMPARE(m_screen->labelDeviceName->text(), QString("Wireless"));
+        // Advanced rows show and hide without the device being read again.
+        cachefeeder::RequestLog log;
+        m_screen->checkAdvanced->setChecked(true);
+        QCOMPARE(treeText(m_screen->treeSettings) + treeText(m_screen->treeLocations),
+                 QString("Power=Off,Region=EU*,Mode=DHCPStudiox, Name=Studio*, Channel=6,Setup, Name=Setup"));
+        QVERIFY(log.requests().empty());
+        m_screen->paneAboutToHide();
+        show("wlan0", kWireless);
+        QCOMPARE(treeText(m_screen->treeSettings), QString("Power=Off,Region=EU*,Mode=DHCP"));
+        m_screen->checkAdvanced->setChecked(false);
+        QCOMPARE(treeText(m_screen->treeSettings) + treeText(m_screen->treeLocations),
+                 QString("Power=Off~,Region=EU*,Mode=DHCPStudiox, Name=Studio*, Channel=6~,Setup, Name=Setup"));
+
+        m_screen->paneAboutToHide();
+        show("eth0", kWired);
+        QCOMPARE(header(), QString("Ethernet|eth0|Installed but disabled.||-1|3"));
+        QCOMPARE(m_screen->labelDeviceIcon->pixmap(Qt::ReturnByValue).toImage(),
+                 QIcon(":/icons/wired_x.png").pixmap(32, 32).toImage());
+    }
+
+    void selectionEditsAndSurvivesRereading_data()
+    {
+        QTest::addColumn<bool>("inLocations");
+        QTest::addColumn<QString>("path");
+        QTest::addColumn<bool>("resolves");
+        QTest::addColumn<QString>("buttons");
+        QTest::addColumn<QString>("edits");
+
+        QTest::newRow("setting") << false << "region" << true << " Edit" << "netmgr.devices.wlan0.region";
+        QTest::newRow("deletable location") << true << "studio" << true << " Delete" << "";
+        QTest::newRow("fixed location") << true << "setup" << true << "" << "";
+        QTest::newRow("location option") << true << "studio.essid" << true << " Edit" << "netmgr.devices.wlan0.studio.essid";
+        QTest::newRow("option of a later location") << true << "setup.essid" << true << " Edit" << "netmgr.devices.wlan0.setup.essid";
+        QTest::newRow("unknown option of a location") << true << "studio.key" << false << "" << "";
+        QTest::newRow("unknown setting") << false << "gateway" << false << "" << "";
+        QTest::newRow("nothing") << false << "" << false << "" << "";
+    }
+
+    // Back from the editor the device is read again and the same row comes back selected.
+    void selectionEditsAndSurvivesRereading()
+    {
+        QFETCH(bool, inLocations);
+        QFETCH(QString, path);
+        QFETCH(bool, resolves);
+        QFETCH(QString, buttons);
+        QTreeWidget* tree = inLocations ? m_screen->treeLocations : m_screen->treeSettings;
+        QStringList edits;
+        connect(m_screen, &ConfigureNetwork::editNetworkSetting, [&edits](const std::string& p) { edits << p.c_str(); });
+        show("wlan0", kWireless);
+        QCOMPARE(ConfigParser::selectPath(tree, path), resolves);
+        for (int pass = 0; pass < 2; ++pass) {
+            QCOMPARE(ConfigParser::selectedPath(tree), resolves ? path : QString());
+            QCOMPARE(this->buttons(), " Apply Add Scan" + buttons);
+            for (int i = 0; resolves && path.contains('.') && i < tree->topLevelItemCount(); ++i)
+                QCOMPARE(tree->topLevelItem(i)->isExpanded(), tree->topLevelItem(i) == tree->currentItem()->parent());
+            m_screen->paneAboutToHide();
+            show("wlan0", kWireless);
+        }
+        LogCapture trace(LOG_DEBUG);
+        QTest::mouseClick(m_screen->buttonEditSetting, Qt::LeftButton);
+        QTest::mouseClick(m_screen->buttonEditLocationSetting, Qt::LeftButton);
+        QTEST(edits.join(' '), "edits");
+        const std::string logged = (inLocations ? "edit location setting path=" : "edit config setting path=") + edits.join(' ').toStdString();
+        QVERIFY(edits.isEmpty() || trace.all().find(logged) != std::string::npos);
+    }
+
+    void scan()
+    {
+        show("wlan0", kWireless);
+        cachefeeder::RequestLog log;
+        QTest::mouseClick(m_screen->buttonScan, Qt::LeftButton);
+        QCOMPARE(log.lastTree(), command("name=scan path=netmgr.devices.wlan0 group=loc"));
+        QCOMPARE(buttons(), QString(" Apply Add"));
+        QCOMPARE(treeText(m_screen->treeScan), QString("Scanning..."));
+        // Results for another device leave the scan running.
+        netfeeder::notify("wifi:wlan1", kScanResults);
+        QCOMPARE(treeText(m_screen->treeScan), QString("Scanning..."));
+        netfeeder::notify("wifi:wlan0", kScanResults);
+        QTreeWidget* results = m_screen->treeScan;
+        QCOMPARE(treeText(results), QString("80%=Café#,20%=Office"));
+        QStringList shown;
+        for (const QTreeWidgetItem* row : {results->topLevelItem(0), results->topLevelItem(1)}) {
+            const bool locked = row->icon(2).pixmap(16).toImage() == QIcon(":/icons/locked.png").pixmap(16).toImage();
+            shown << QString::number(barsOf(row->icon(0).pixmap(256))) + (locked ? " locked " : " open ") + row->text(2)
+                     + row->data(0, ConfigParser::NameRole).toString() + row->foreground(0).color().name();
+        }
+        QCOMPARE(shown, QStringList({"4 open  Café#606060", "1 locked  Office#606060"}));
+        QCOMPARE(QApplication::focusWidget(), results);
+        QCOMPARE(buttons(), QString(" Apply Add Scan Create Location"));
+
+        results->setCurrentItem(results->topLevelItem(1));
+        QTest::mouseClick(m_screen->buttonCreateLocation, Qt::LeftButton);
+        QCOMPARE(log.requests().back().dump_text(),
+                 command("name=pick path=netmgr.devices.wlan0.scanner group= seq=pickWifiNetwork sel=cc:dd"));
+        results->clearSelection();
+        QTest::mouseClick(m_screen->buttonCreateLocation, Qt::LeftButton);
+        QCOMPARE(log.requests().size(), std::size_t(2));
+        m_screen->paneAboutToHide();
+        QCOMPARE(m_screen->tabNetwork->indexOf(m_screen->tabScan), -1);
+    }
+
+    void commands()
+    {
+        show("wlan0", kWireless);
+        cachefeeder::RequestLog log;
+        QTest::mouseClick(m_screen->buttonAddLocation, Qt::LeftButton);
+        QCOMPARE(log.requests().back().dump_text(), command("name=_add path=netmgr.devices.wlan0 group=loc seq=addLocation"));
+        // Deleting a location asks first; the keypad drives the question meanwhile.
+        QSignalSpy modal(m_screen, &ConfigureNetwork::changeModal);
+        ConfigParser::selectPath(m_screen->treeLocations, "studio");
+        QString question;
+        for (QMessageBox::StandardButton answer : {QMessageBox::No, QMessageBox::Yes}) {
+            QTimer::singleShot(0, [answer, &question] {
+                auto* box = qobject_cast<QMessageBox*>(QApplication::activeModalWidget());
+                question = box->windowTitle() + "|" + box->text();
+                box->button(answer)->click();
+            });
+            QTest::mouseClick(m_screen->buttonDeleteLocation, Qt::LeftButton);
+            QCOMPARE(question, QString("Warning!|Do you really wish to delete this network location?\n\nStudio"));
+            QCOMPARE(log.requests().size(), std::size_t(answer == QMessageBox::Yes ? 2 : 1));
+        }
+        QCOMPARE(log.requests().back().dump_text(), command("name=_del path=netmgr.devices.wlan0.studio seq=deleteLocation"));
+        QCOMPARE(modal.count(), 4);
+        QCOMPARE(modal.at(0).first().toBool() && !modal.at(1).first().toBool(), true);
+
+        QSignalSpy done(m_screen, &ConfigureNetwork::configureDone);
+        QTest::mouseClick(m_screen->buttonApply, Qt::LeftButton);
+        QCOMPARE(log.requests().back().dump_text(), command("name=apply path=netmgr.devices.wlan0"));
+        QTest::mouseClick(m_screen->buttonDone, Qt::LeftButton);
+        m_screen->saveSettings();
+        m_screen->cancelConfigure();
+        QCOMPARE(done.count(), 4);
+        QCOMPARE(log.requests().size(), std::size_t(3));
+    }
+
+    void notifications()
+    {
+        LogCapture trace(LOG_DEBUG);
+        show("wlan0", kWireless);
+        cachefeeder::RequestLog log;
+        for (const char* other : {"netmgr.devices.wlan1.home", "netmgr.devices.eth0.home", "netmgr.devices.wlan0", "netmgr.x.wlan0.home"})
+            data(other, "add");
+        QVERIFY(log.requests().empty());
+        data("netmgr.devices.wlan0.home", "add");
+        QCOMPARE(log.lastTree(), Message("cfgDescribe", Params("path=netmgr.devices.wlan0.home status=raw depth:u=0")).dump_text());
+        ConfigParser::selectPath(m_screen->treeLocations, "setup.essid");
+        cachefeeder::answer("networkDeviceLocation", msg("resp", "", {msg("node", "name=home display_name=Home", {
+                                                         msg("group", "name=", {msg("option", "name=essid display_name=Name")})})}));
+        QCOMPARE(treeText(m_screen->treeLocations), QString("Studiox, Name=Studio*, Channel=6~,Setup, Name=Setup,Home+#, Name*"));
+        QCOMPARE(m_screen->tabNetwork->currentWidget(), m_screen->tabLocations);
+        // Only the answer to this screen's own question counts; a second one replaces the row.
+        cachefeeder::answer("networkDeviceLocation", msg("resp", "", {msg("node", "name=other")}));
+        data("netmgr.devices.wlan0.home", "add");
+        cachefeeder::answer("networkDeviceLocation", msg("resp", "", {msg("node", "name=home display_name=Home2")}));
+        data("netmgr.devices.wlan0.studio", "delete");
+        data("netmgr.devices.wlan0.setup.essid", "delete");
+        QCOMPARE(treeText(m_screen->treeLocations), QString("Setup, Name=Setup,Home2+#"));
+
+        status("eth0", "status=Other");
+        status("wlan0", "enabled:b=false installed:b=true status=Off");
+        QCOMPARE(header(), QString("Wireless|wlan0|Installed but disabled.|Off|-1|4 Apply Add Scan"));
+        // Hidden, the screen no longer follows the device.
+        m_screen->paneAboutToHide();
+        status("wlan0", "status=Again");
+        data("netmgr.devices.wlan0.setup", "delete");
+        QCOMPARE(m_screen->labelStatus2->text(), QString("Off"));
+        QCOMPARE(m_screen->treeLocations->topLevelItemCount(), 2);
+        for (const char* line : {"setSelectedID wlan0", "handleRecvNetworkDevice()", "clearing tree locations: selected=\n",
+                                 "handleUnsoNetmgrData id=cfgData:netmgr.devices.wlan0.home", "add location id=home for device id=wlan0",
+                                 "handleRecvNetworkDeviceLocation()", "removing location id=studio for device id=wlan0"})
+            QVERIFY2(trace.all().find(line) != std::string::npos, line);
+    }
+
+    void keypad()
+    {
+        show("wlan0", kWireless);
+        m_screen->tabNetwork->setCurrentWidget(m_screen->tabSettings);
+        m_screen->showStatusTab();
+        auto press = [this](std::initializer_list<int> keys, QWidget* focus) {
+            for (int key : keys) {
+                m_screen->handleKey(key, true, false);
+                m_screen->handleKey(key, false, false);
+            }
+            return QApplication::focusWidget() == focus;
+        };
+        // Enter on the Status page goes nowhere; on Settings into the tree, then to its Edit button.
+        QVERIFY(press({Qt::Key_Enter}, m_screen->tabNetwork->focusProxy()));
+        QVERIFY(press({Qt::Key_Right, Qt::Key_Enter}, m_screen->treeSettings));
+        QCOMPARE(ConfigParser::selectedPath(m_screen->treeSettings), QString("region"));
+        QVERIFY(press({Qt::Key_Enter}, m_screen->buttonEditSetting));
+        m_screen->tabNetwork->setFocus();
+        QVERIFY(press({Qt::Key_Right, Qt::Key_Enter}, m_screen->treeLocations));
+        // In a tree Down moves the row and Right opens a location; elsewhere Down and Up move the focus.
+        QVERIFY(press({Qt::Key_Down, Qt::Key_Right, Qt::Key_Down, Qt::Key_Enter}, m_screen->buttonEditLocationSetting));
+        QCOMPARE(ConfigParser::selectedPath(m_screen->treeLocations), QString("setup.essid"));
+        m_screen->buttonApply->setFocus();
+        QVERIFY(press({Qt::Key_Down}, m_screen->buttonDone));
+        QSignalSpy done(m_screen, &ConfigureNetwork::configureDone);
+        QVERIFY(press({Qt::Key_Enter}, m_screen->buttonDone));
+        QCOMPARE(done.count(), 1);
+        QVERIFY(press({Qt::Key_Up}, m_screen->buttonApply));
+        // A scan row takes Enter to Create; without a result it goes back to Scan.
+        m_screen->tabNetwork->setCurrentWidget(m_screen->tabScan);
+        m_screen->tabNetwork->setFocus();
+        QVERIFY(press({Qt::Key_Enter}, m_screen->tabNetwork->focusProxy()));
+        QTest::mouseClick(m_screen->buttonScan, Qt::LeftButton);
+        netfeeder::notify("wifi:wlan0", kScanResults);
+        QVERIFY(press({Qt::Key_Enter}, m_screen->buttonCreateLocation));
+        m_screen->tabNetwork->setFocus();
+        QVERIFY(press({Qt::Key_Enter, Qt::Key_Enter}, m_screen->buttonCreateLocation));
+    }
 
 private:
-    void show(const std::string& id, const char* answer);
+    // As the stack does it: the device id, the screen on show (which asks), the answer.
+    void show(const std::string& id, const Message& answer)
+    {
+        cachefeeder::RequestLog log;
+        m_screen->setSelectedID(id);
+        m_screen->paneAboutToShow();
+        QCOMPARE(log.lastTree(), Message("cfgDescribe", Params(("path=netmgr.devices." + id + " status=raw depth:u=1").c_str())).dump_text());
+        cachefeeder::answer("networkDevice", answer);
+    }
+
+    // The labels of the Status page, the number of pages and the buttons that can be pressed.
+    QString header() const
+    {
+        const ConfigureNetwork& s = *m_screen;
+        const int bars = s.labelSignalIcon->isVisibleTo(&s) ? barsOf(s.labelSignalIcon->pixmap(Qt::ReturnByValue)) : -1;
+        return QStringList({s.labelDeviceName->text(), s.labelID->text(), s.labelStatus->text(), s.labelStatus2->text(),
+                            QString::number(bars), QString::number(s.tabNetwork->count())}).join('|') + buttons();
+    }
+
+    QString buttons() const
+    {
+        QString text;
+        for (const QPushButton* button : {m_screen->buttonApply, m_screen->buttonAddLocation, m_screen->buttonScan,
+                                          m_screen->buttonEditSetting, m_screen->buttonEditLocationSetting,
+                                          m_screen->buttonDeleteLocation, m_screen->buttonCreateLocation})
+            text += button->isEnabled() && !button->isHidden() ? " " + button->text() : "";
+        return text;
+    }
 
     ConfigureNetwork* m_screen = nullptr;
 };
-
-void TestConfigureNetwork::init()
-{
-    m_screen = new ConfigureNetwork;
-    QVERIFY(showActive(m_screen));
-}
-
-// As the stack does it: the device id, the screen on show (which asks), the answer.
-void TestConfigureNetwork::show(const std::string& id, const char* answer)
-{
-    cachefeeder::RequestLog log;
-    m_screen->setSelectedID(id);
-    m_screen->paneAboutToShow();
-    QCOMPARE(log.lastTree(),
-             Message("cfgDescribe", Params(("path=netmgr.devices." + id + " status=raw depth:u=1").c_str())).dump_text());
-    cachefeeder::answer("networkDevice", answer);
-}
-
-void TestConfigureNetwork::describesTheDevice()
-{
-    show("wlan0", kWireless);
-    QCOMPARE(m_screen->labelDeviceName->text(), QString("Wireless"));
-    QCOMPARE(m_screen->labelID->text(), QString("wlan0"));
-    QCOMPARE(m_screen->labelStatus->text(), QString("Current address '10.0.0.5'."));
-    QCOMPARE(m_screen->labelStatus2->text(), QString("Associated"));
-    QVERIFY(m_screen->labelSignalIcon->isVisibleTo(m_screen));
-    QCOMPARE(m_screen->labelSignalIcon->pixmap(Qt::ReturnByValue).toImage(), QPixmap(":/icons/signal_strength_3.png").toImage());
-    QVERIFY(m_screen->buttonApply->isEnabled());
-    QVERIFY(m_screen->buttonAddLocation->isEnabled());
-    QCOMPARE(m_screen->treeSettings->topLevelItemCount(), 2);
-    QCOMPARE(m_screen->treeLocations->topLevelItemCount(), 2);
-    QCOMPARE(m_screen->treeScan->topLevelItem(0)->text(0), QString("Scan to see nearby wifi networks."));
-
-    // Only this screen's last answer counts: later ones belong to whoever asked.
-    cachefeeder::answer("networkDevice", kWired);
-    QCOMPARE(m_screen->labelDeviceName->text(), QString("Wireless"));
-
-    show("eth0", kWired);
-    QVERIFY(!m_screen->buttonApply->isEnabled());
-    QCOMPARE(m_screen->labelStatus->text(), QString("Installed but disabled."));
-    QVERIFY(!m_screen->labelSignalIcon->isVisibleTo(m_screen));
-    QCOMPARE(m_screen->labelDeviceIcon->pixmap(Qt::ReturnByValue).toImage(),
-             deviceclassicons::lookup("wired", false, true).pixmap(32, 32).toImage());
-}
-
-void TestConfigureNetwork::scanPageOnlyForWireless()
-{
-    show("wlan0", kWireless);
-    QVERIFY(m_screen->tabNetwork->indexOf(m_screen->tabScan) >= 0);
-    QVERIFY(!m_screen->buttonScan->isHidden());
-    m_screen->paneAboutToHide();
-    QCOMPARE(m_screen->tabNetwork->indexOf(m_screen->tabScan), -1);
-    show("eth0", kWired);
-    QCOMPARE(m_screen->tabNetwork->indexOf(m_screen->tabScan), -1);
-    QCOMPARE(m_screen->tabNetwork->count(), 3);
-}
-
-void TestConfigureNetwork::locationButtonsFollowSelection()
-{
-    show("wlan0", kWireless);
-    QTreeWidget* locations = m_screen->treeLocations;
-    auto state = [this] {
-        return QString("%1%2").arg(m_screen->buttonEditLocationSetting->isEnabled() ? "edit" : "-",
-                                   m_screen->buttonDeleteLocation->isEnabled() ? " delete" : "");
-    };
-    findRow(locations, "studio");
-    QCOMPARE(state(), QString("- delete"));
-    findRow(locations, "setup");
-    QCOMPARE(state(), QString("-"));
-    findRow(locations, "setup.essid");
-    QCOMPARE(state(), QString("edit"));
-    locations->clearSelection();
-    QCOMPARE(state(), QString("-"));
-}
-
-void TestConfigureNetwork::editPathsAndSelectionSurviveReturn()
-{
-    std::vector<std::string> paths;
-    connect(m_screen, &ConfigureNetwork::editNetworkSetting, [&paths](const std::string& p) { paths.push_back(p); });
-    show("wlan0", kWireless);
-    findRow(m_screen->treeSettings, "region");
-    QVERIFY(m_screen->buttonEditSetting->isEnabled());
-    QTest::mouseClick(m_screen->buttonEditSetting, Qt::LeftButton);
-    findRow(m_screen->treeLocations, "studio.essid");
-    QTest::mouseClick(m_screen->buttonEditLocationSetting, Qt::LeftButton);
-    QCOMPARE(paths, (std::vector<std::string>{"netmgr.devices.wlan0.region", "netmgr.devices.wlan0.studio.essid"}));
-
-    // Back from the editor: the device is read again and the same rows come back selected.
-    m_screen->paneAboutToHide();
-    show("wlan0", kWireless);
-    QCOMPARE(ConfigParser::selectedPath(m_screen->treeSettings), QString("region"));
-    QCOMPARE(ConfigParser::selectedPath(m_screen->treeLocations), QString("studio.essid"));
-    QVERIFY(m_screen->buttonEditLocationSetting->isEnabled());
-}
-
-void TestConfigureNetwork::advancedShowsRowsWithoutRereading()
-{
-    show("wlan0", kWireless);
-    QTreeWidgetItem* power = m_screen->treeSettings->topLevelItem(0);
-    QTreeWidgetItem* channel = m_screen->treeLocations->topLevelItem(0)->child(1);
-    QVERIFY(power->isHidden() && channel->isHidden());
-    cachefeeder::RequestLog log;
-    m_screen->checkAdvanced->setChecked(true);
-    QVERIFY(!power->isHidden() && !channel->isHidden());
-    m_screen->checkAdvanced->setChecked(false);
-    QVERIFY(power->isHidden() && channel->isHidden());
-    QVERIFY(log.requests().empty());
-}
-
-void TestConfigureNetwork::scan()
-{
-    show("wlan0", kWireless);
-    cachefeeder::RequestLog log;
-    QTest::mouseClick(m_screen->buttonScan, Qt::LeftButton);
-    QCOMPARE(log.lastTree(), tree(R"(<m n="cfgCmd"><s k="name">scan</s><s k="path">netmgr.devices.wlan0</s><s k="group">loc</s></m>)"));
-    QVERIFY(!m_screen->buttonScan->isEnabled());
-    QCOMPARE(m_screen->treeScan->topLevelItem(0)->text(0), QString("Scanning..."));
-
-    // Results for another device leave the scan running.
-    netfeeder::notify("wifi:wlan1", kScanResults);
-    QCOMPARE(m_screen->treeScan->topLevelItemCount(), 1);
-    netfeeder::notify("wifi:wlan0", kScanResults);
-    QTreeWidget* results = m_screen->treeScan;
-    QCOMPARE(results->topLevelItemCount(), 3);
-    QStringList shown;
-    for (int i = 0; i < 3; ++i) {
-        const QTreeWidgetItem* row = results->topLevelItem(i);
-        const bool locked = row->icon(2).pixmap(16).toImage() == QIcon(":/icons/locked.png").pixmap(16).toImage();
-        shown << row->text(0) + " " + row->text(1) + (locked ? " locked" : " open");
-    }
-    QCOMPARE(shown, QStringList({"80% Café open", "20% Office locked", "50% Hidden locked"}));
-    QCOMPARE(results->topLevelItem(1)->icon(0).pixmap(16).toImage(),
-             QIcon(":/icons/signal_strength_1.png").pixmap(16).toImage());
-    QCOMPARE(results->topLevelItem(1)->foreground(0).color(), QColor(96, 96, 96));
-    QCOMPARE(results->topLevelItem(1)->data(0, ConfigParser::NameRole).toString(), QString("Office"));
-    QCOMPARE(QApplication::focusWidget(), results);
-    QVERIFY(m_screen->buttonScan->isEnabled());
-    QVERIFY(m_screen->buttonCreateLocation->isEnabled());
-    QVERIFY(results->topLevelItem(0)->isSelected());
-
-    results->topLevelItem(1)->setSelected(true);
-    results->topLevelItem(0)->setSelected(false);
-    QTest::mouseClick(m_screen->buttonCreateLocation, Qt::LeftButton);
-    QCOMPARE(log.requests().back().dump_text(), tree(R"(<m n="cfgCmd"><s k="name">pick</s>
-        <s k="path">netmgr.devices.wlan0.scanner</s><s k="group"></s><s k="seq">pickWifiNetwork</s><s k="sel">cc:dd</s></m>)"));
-}
-
-void TestConfigureNetwork::locationCommands()
-{
-    show("wlan0", kWireless);
-    cachefeeder::RequestLog log;
-    QTest::mouseClick(m_screen->buttonAddLocation, Qt::LeftButton);
-    QCOMPARE(log.requests().back().dump_text(), tree(R"(<m n="cfgCmd"><s k="name">_add</s>
-        <s k="path">netmgr.devices.wlan0</s><s k="group">loc</s><s k="seq">addLocation</s></m>)"));
-
-    QSignalSpy modal(m_screen, &ConfigureNetwork::changeModal);
-    findRow(m_screen->treeLocations, "studio");
-    QString question;
-    answerQuestion(QMessageBox::No, &question);
-    QTest::mouseClick(m_screen->buttonDeleteLocation, Qt::LeftButton);
-    QCOMPARE(question, QString("Warning!|Do you really wish to delete this network location?\n\nStudio-Net"));
-    QCOMPARE(log.requests().size(), std::size_t(1));
-    answerQuestion(QMessageBox::Yes, &question);
-    QTest::mouseClick(m_screen->buttonDeleteLocation, Qt::LeftButton);
-    QCOMPARE(log.requests().back().dump_text(), tree(R"(<m n="cfgCmd"><s k="name">_del</s>
-        <s k="path">netmgr.devices.wlan0.studio</s><s k="seq">deleteLocation</s></m>)"));
-    QCOMPARE(modal.count(), 4);
-
-    QSignalSpy done(m_screen, &ConfigureNetwork::configureDone);
-    QTest::mouseClick(m_screen->buttonApply, Qt::LeftButton);
-    QCOMPARE(log.requests().back().dump_text(), tree(R"(<m n="cfgCmd"><s k="name">apply</s><s k="path">netmgr.devices.wlan0</s></m>)"));
-    QTest::mouseClick(m_screen->buttonDone, Qt::LeftButton);
-    QCOMPARE(done.count(), 2);
-}
-
-void TestConfigureNetwork::notifications()
-{
-    show("wlan0", kWireless);
-    cachefeeder::RequestLog log;
-    auto data = [](const std::string& name, const std::string& type) {
-        Message msg("data");
-        msg.params().set_string("name", name);
-        msg.params().set_string("type", type);
-        netfeeder::notify("cfgData:" + name, msg);
-    };
-    data("netmgr.devices.wlan1", "add");
-    data("netmgr.devices.eth0.home", "add");
-    QVERIFY(log.requests().empty());
-    data("netmgr.devices.wlan0.home", "add");
-    QCOMPARE(log.lastTree(), Message("cfgDescribe", Params("path=netmgr.devices.wlan0.home status=raw depth:u=0")).dump_text());
-    m_screen->tabNetwork->setCurrentWidget(m_screen->tabStatus);
-    cachefeeder::answer("networkDeviceLocation", R"(<m n="resp"><m n="node"><s k="name">home</s>
-        <s k="display_name">Home</s><m n="command"><s k="name">_del</s></m><m n="group"><s k="name"></s>
-        <m n="option"><s k="name">essid</s><s k="display_name">Network Name</s><s k="display_value">Home</s></m></m></m></m>)");
-    QCOMPARE(m_screen->treeLocations->topLevelItemCount(), 3);
-    QTreeWidgetItem* home = m_screen->treeLocations->currentItem();
-    QCOMPARE(home->text(0), QString("Home"));
-    QVERIFY(home->isExpanded());
-    QVERIFY(!m_screen->treeLocations->topLevelItem(0)->isExpanded());
-    QCOMPARE(m_screen->tabNetwork->currentWidget(), m_screen->tabLocations);
-
-    // A second answer for the same location replaces its row.
-    data("netmgr.devices.wlan0.home", "add");
-    cachefeeder::answer("networkDeviceLocation", R"(<m n="resp"><m n="node"><s k="name">home</s>
-        <s k="display_name">Home 2</s></m></m>)");
-    QCOMPARE(m_screen->treeLocations->topLevelItemCount(), 3);
-    QCOMPARE(m_screen->treeLocations->topLevelItem(2)->text(0), QString("Home 2"));
-
-    data("netmgr.devices.wlan0.studio", "delete");
-    QCOMPARE(m_screen->treeLocations->topLevelItemCount(), 2);
-
-    netfeeder::notify("cfgStatus:netmgr.devices.wlan0", R"(<m n="node"><s k="name">wlan0</s><b k="enabled">false</b>
-        <b k="installed">true</b><s k="status">Switched off</s></m>)");
-    QCOMPARE(m_screen->labelStatus->text(), QString("Installed but disabled."));
-    QCOMPARE(m_screen->labelStatus2->text(), QString("Switched off"));
-    QVERIFY(!m_screen->labelSignalIcon->isVisibleTo(m_screen));
-
-    // Hidden, the screen no longer follows the device.
-    m_screen->paneAboutToHide();
-    netfeeder::notify("cfgStatus:netmgr.devices.wlan0", R"(<m n="node"><s k="name">wlan0</s><s k="status">Again</s></m>)");
-    QCOMPARE(m_screen->labelStatus2->text(), QString("Switched off"));
-}
-
-void TestConfigureNetwork::keypad()
-{
-    show("wlan0", kWireless);
-    m_screen->showStatusTab();
-    QCOMPARE(QApplication::focusWidget(), m_screen->tabNetwork->focusProxy());
-    // Enter on the Status page goes nowhere; on Settings into the tree, then to its Edit button.
-    m_screen->handleKey(Qt::Key_Enter, true, false);
-    QCOMPARE(QApplication::focusWidget(), m_screen->tabNetwork->focusProxy());
-    m_screen->tabNetwork->setCurrentWidget(m_screen->tabSettings);
-    m_screen->handleKey(Qt::Key_Enter, true, false);
-    QCOMPARE(QApplication::focusWidget(), m_screen->treeSettings);
-    QCOMPARE(ConfigParser::selectedPath(m_screen->treeSettings), QString("region"));
-    m_screen->handleKey(Qt::Key_Enter, true, false);
-    QCOMPARE(QApplication::focusWidget(), m_screen->buttonEditSetting);
-    m_screen->tabNetwork->setCurrentWidget(m_screen->tabLocations);
-    m_screen->tabNetwork->setFocus();
-    m_screen->handleKey(Qt::Key_Enter, true, false);
-    QCOMPARE(QApplication::focusWidget(), m_screen->treeLocations);
-    QCOMPARE(ConfigParser::selectedPath(m_screen->treeLocations), QString("studio"));
-    // In a tree Down moves the row and Right opens a location; elsewhere Down and Up move the focus.
-    for (int keycode : {Qt::Key_Down, Qt::Key_Right, Qt::Key_Down}) {
-        m_screen->handleKey(keycode, true, false);
-        m_screen->handleKey(keycode, false, false);
-    }
-    QCOMPARE(ConfigParser::selectedPath(m_screen->treeLocations), QString("setup.essid"));
-    m_screen->handleKey(Qt::Key_Enter, true, false);
-    QCOMPARE(QApplication::focusWidget(), m_screen->buttonEditLocationSetting);
-    m_screen->buttonApply->setFocus();
-    m_screen->handleKey(Qt::Key_Down, true, false);
-    QCOMPARE(QApplication::focusWidget(), m_screen->buttonDone);
-    m_screen->handleKey(Qt::Key_Up, true, false);
-    QCOMPARE(QApplication::focusWidget(), m_screen->buttonApply);
-
-    m_screen->tabNetwork->setCurrentWidget(m_screen->tabSettings);
-    m_screen->showStatusTab();
-    QCOMPARE(m_screen->tabNetwork->currentWidget(), m_screen->tabStatus);
-}
 
 QTEST_MAIN(TestConfigureNetwork)
 #include "test_configurenetwork.moc"
