@@ -82,7 +82,6 @@ QMenu* Menu::addMenu(QWidget* parent, const char* objectName, const QString& tit
 void Menu::build(QMenuBar* menuBar)
 {
     m_menuBar = menuBar;
-    mainWindow.setMenuBar(menuBar);
 
     for (const ActionEntry& entry : actions()) {
         QAction* action = new QAction(tr(entry.text), this);

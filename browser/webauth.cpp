@@ -8,7 +8,6 @@ WebAuth::WebAuth(QWidget* parent)
 {
     setupUi(this);
     setWindowFlags((windowFlags() & ~Qt::WindowTitleHint) | Qt::FramelessWindowHint);
-    setModal(true);
     move(0, 0);
 
     auto* keyboard = new PickBoard(keyboardWidget);

@@ -48,8 +48,9 @@ QString farEndMarkup(const std::string& received)
     for (int i = 0; i < text.size(); ++i) {
         const QChar c = text.at(i);
         if (c == QLatin1Char('<')) {
+            // Without a closing '>' this is the rest of the line, which no tag matches.
             const int end = text.indexOf(QLatin1Char('>'), i);
-            const QString kept = end < 0 ? QString() : allowedTag(text.mid(i, end - i + 1));
+            const QString kept = allowedTag(text.mid(i, end - i + 1));
             if (!kept.isEmpty()) {
                 markup += kept;
                 i = end;

@@ -19,10 +19,7 @@ for encoding in compact xmls; do
     findings=$root/fuzz/crash-$encoding
     log=$build/fuzz-$encoding.log
     mkdir -p "$corpus" "$findings"
-    "$build/bin/fuzz_seeds" "$encoding" "$corpus"
-    if [ "$encoding" = xmls ] && ls "$root"/sim/scenarios/*.xml >/dev/null 2>&1; then
-        cp "$root"/sim/scenarios/*.xml "$corpus"/
-    fi
+    "$build/bin/fuzz_seeds" "$encoding" "$corpus" "$root/sim/scenarios/default.xml"
     "$build/bin/fuzz_$encoding" "$corpus" -max_total_time="$seconds" -workers=1 -max_len=16384 \
         -timeout=10 -dict="$root/fuzz/$encoding.dict" -artifact_prefix="$findings/" -print_final_stats=1 \
         >"$log" 2>&1 || true

@@ -59,7 +59,7 @@ bool KnownUnits::pinned(const std::string& unit, std::string& fingerprint, std::
         std::istringstream fields(line);
         std::string name;
         std::string value;
-        if (!(fields >> name) || name[0] == '#' || name != unit)
+        if (!(fields >> name) || name != unit)
             continue;
         fields >> value;
         fingerprint = normalise_fingerprint(value);

@@ -9,6 +9,7 @@
 
 #include <QCheckBox>
 
+#include <algorithm>
 #include <array>
 
 namespace {
@@ -167,8 +168,7 @@ void BraidStats::sendMaxDelay(const Direction& direction)
     const TunnelSession* session = m_tunnel.session();
     if (!session)
         return;
-    if (direction.slider->value() < kMinDelayMs)
-        direction.slider->setValue(kMinDelayMs);
+    direction.slider->setValue(std::max(direction.slider->value(), kMinDelayMs));
     const bool automatic = direction.automatic->isChecked();
     Message request("setMaxDelay");
     request.params().set_bool("remote", direction.remote);

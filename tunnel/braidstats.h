@@ -63,7 +63,6 @@ private:
     static void applyDelays(Direction& direction, const TunnelDirectionStats& stats);
     // "setMaxDelay" for the direction, with the slider's delay unless the backend chooses it.
     void sendMaxDelay(const Direction& direction);
-    // Left and Right step the focused slider; the delay goes out when the key is let go.
 
     TunnelInfo m_tunnel;
     Direction m_tx;

@@ -70,9 +70,10 @@ void DelaySlider::paintEvent(QPaintEvent* event)
         QPainter painter(this);
         const int span = width() - 2 * kMargin + 1;
         int x = kMargin;
-        for (int zone = 0; zone < kZones; ++zone) {
-            const int w = m_zones[std::size_t(zone)] * span / 100;
-            painter.fillRect(x, kBarTop, w, kBarHeight, kZoneColours[std::size_t(zone)]);
+        auto colour = kZoneColours.begin();
+        for (int zone : m_zones) {
+            const int w = zone * span / 100;
+            painter.fillRect(x, kBarTop, w, kBarHeight, *colour++);
             x += w;
         }
         painter.setRenderHint(QPainter::Antialiasing);

@@ -44,8 +44,6 @@ void TunnelConnection::parseConnNode(const Message& conn)
 bool TunnelConnection::updateConnectionStatus(const Message& conn)
 {
     const Params& params = conn.params();
-    if (params.get_int("li", 0) != m_li || params.get_int("ri", 0) != m_ri)
-        return false;
     const std::string ldesc = params.get_string("ldesc", "");
     const std::string rdesc = params.get_string("rdesc", "");
     const std::string name = params.get_string("name", "");

@@ -23,8 +23,9 @@ bool TunnelDirectionStats::readDelays(const Params& sess, const std::string& pre
 {
     bool changed = assign(max_packet_delay, sess.get_int(prefix + "d", 0));
     changed |= assign(max_allowed_delay, sess.get_int(prefix + "dm", 0));
-    for (int point = 0; point < kDelayPoints; ++point)
-        changed |= assign(delay_points[point], sess.get_int(prefix + "d" + std::to_string(point + 1), 0));
+    int number = 0;
+    for (int& point : delay_points)
+        changed |= assign(point, sess.get_int(prefix + "d" + std::to_string(++number), 0));
     changed |= assign(delay_mode_auto, sess.get_bool(prefix + "dma", false));
     return changed;
 }

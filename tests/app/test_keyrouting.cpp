@@ -1,6 +1,7 @@
 #include "shellfixture.h"
 
 #include "offline.h"
+#include "pickboardkeys.h"
 #include "platformkey.h"
 #include "statusbar.h"
 #include "transientpopup.h"
@@ -80,184 +81,205 @@ private slots:
         m_keySource.reset();
         m_shell.reset();
     }
-    void routesEachKey_data();
-    void routesEachKey();
-    void capturesNumberFromOneAndCountFailures();
-    void menuClosedByEscapeGivesTheKeysBack();
-    void contactClosureFollowsF2BothWays();
+    void routesEachKey_data()
+    {
+        QTest::addColumn<int>("state");
+        QTest::addColumn<int>("flags");
+        QTest::addColumn<int>("key");
+        QTest::addColumn<int>("modifiers");
+        QTest::addColumn<bool>("press");
+        QTest::addColumn<QStringList>("handled");   // what the screen's handler got
+        QTest::addColumn<QStringList>("injected");  // what was typed into the focused widget
+        QTest::addColumn<int>("after");
+
+        const auto row = [](const char* name, int state, int flags, int key, int modifiers, bool press,
+                            const QStringList& handled, const QStringList& injected, int after) {
+            QTest::newRow(name) << state << flags << key << modifiers << press << handled << injected << after;
+        };
+        const int ready = IPCClient::IPC_READY;
+        const int offline = IPCClient::IPC_DISCONNECTED;
+        const int ctrl = Qt::ControlModifier;
+        row("popup closed, key goes on", ready, Popup, Qt::Key_Down, 0, true, {"Down+"}, {}, None);
+        row("popup stays while calibrating", ready, Popup | Calibrating, Qt::Key_Down, 0, true, {}, {}, Popup);
+        row("ctrl+F1 captures offline", offline, None, Qt::Key_F1, ctrl, true, {}, {}, Captured);
+        row("ctrl+F25 captures when ready", ready, None, Qt::Key_F25, ctrl, true, {}, {}, Captured);
+        row("ctrl+F1 release captures nothing", ready, None, Qt::Key_F1, ctrl, false, {}, {}, None);
+        row("F1 dropped while logging in", IPCClient::IPC_LOGGED_IN, None, Qt::Key_F1, 0, true, {}, {}, None);
+        row("F2 dropped while offline", offline, None, Qt::Key_F2, 0, true, {}, {}, None);
+        row("arrow dropped while updating", IPCClient::IPC_UPDATING, None, Qt::Key_Up, 0, true, {}, {}, None);
+        row("calibrating: F2 press ignored", ready, Calibrating, Qt::Key_F2, 0, true, {}, {}, None);
+        row("calibrating: F2 release aborts", ready, Calibrating, Qt::Key_F2, 0, false, {}, {}, Aborted);
+        row("calibrating: other keys ignored", ready, Calibrating, Qt::Key_Enter, 0, true, {}, {}, None);
+        // Qt reports a Shift key's own bit flipped: Shift down, then up.
+        row("modal: Left is back-tab", ready, Modal, Qt::Key_Left, 0, true, {}, {"Shift+", "S-Tab+", "S-Shift+"}, None);
+        row("modal: Right is tab", ready, Modal, Qt::Key_Right, 0, false, {}, {"Tab-"}, None);
+        row("modal: Enter passes", ready, Modal, Qt::Key_Enter, 0, true, {}, {"Enter+"}, None);
+        row("modal: F1 ignored", ready, Modal, Qt::Key_F1, 0, true, {}, {}, None);
+        row("F1 opens the menu", ready, None, Qt::Key_F1, 0, true, {}, {}, MenuOpen);
+        row("F1 release does nothing", ready, None, Qt::Key_F1, 0, false, {}, {}, None);
+        row("F1 closes an open menu", ready, MenuOpen, Qt::Key_F1, 0, true, {}, {}, None);
+        row("F2 press goes to the stack", ready, None, Qt::Key_F2, 0, true, {}, {}, Meters);
+        row("menu: Enter becomes Return", ready, MenuOpen, Qt::Key_Enter, 0, false, {}, {"Return-"}, MenuOpen);
+        row("menu: arrows go to the menu", ready, MenuOpen, Qt::Key_Down, 0, true, {}, {"Down+"}, MenuOpen);
+        row("screen gets the rest", ready, None, Qt::Key_Asterisk, 0, false, {"Asterisk-"}, {}, None);
+    }
+    void routesEachKey()
+    {
+        QFETCH(int, state);
+        QFETCH(int, flags);
+        QFETCH(int, key);
+        QFETCH(int, modifiers);
+        QFETCH(bool, press);
+        QFETCH(QStringList, handled);
+        QFETCH(QStringList, injected);
+        QFETCH(int, after);
+
+        MainWindow& window = *m_shell->window;
+        m_shell->setState(IPCClient::IPC_READY);
+        chooseF2Mode(window, KeypadSetup::F2ToggleMeters);
+        m_shell->setState(IPCClient::IPC_STATE(state));
+
+        RecordingHandler handler;
+        window.setKeypadHandler(&handler);
+        if (flags & Popup)
+            window.popup().showMessage(QStringLiteral("note"), 0, 0);
+        window.setCalibrating(flags & Calibrating);
+        window.setModal(flags & Modal);
+        if (flags & MenuOpen)
+            window.menu().openForCurrentScreen();
+        QSignalSpy abortSpy(&window, &MainWindow::abortCalibration);
+        InjectedKeys typed;
+
+        sendPlatformKey(focusedWindow(m_keySource.get()), press, key, Qt::KeyboardModifiers(modifiers));
+
+        QCOMPARE(handler.keys, handled);
+        QCOMPARE(typed.keys, injected);
+        QCOMPARE(window.menu().isMenuOpen(), bool(after & MenuOpen));
+        QCOMPARE(window.pane().currentScreen(), int(after & Meters ? Pane::ScreenMeters : Pane::ScreenPeerList));
+        QCOMPARE(QFile::exists(window.captureFileName(1)), bool(after & Captured));
+        QCOMPARE(abortSpy.count(), after & Aborted ? 1 : 0);
+        if (after & Aborted)
+            QVERIFY(!window.isCalibrating());
+        QCOMPARE(window.popup().isVisible(), bool(after & Popup));
+
+        window.menu().closeMenu();
+        window.setKeypadHandler(nullptr);
+    }
+    void capturesNumberFromOneAndCountFailures()
+    {
+        MainWindow& window = *m_shell->window;
+        QCOMPARE(window.captureFileName(1), m_shell->dir() + "/cap00001.png");
+
+        sendPlatformKey(focusedWindow(m_keySource.get()), true, Qt::Key_F1, Qt::ControlModifier);
+        window.setCaptureDirectory(m_shell->dir() + "/missing");
+        sendPlatformKey(focusedWindow(m_keySource.get()), true, Qt::Key_F1, Qt::ControlModifier);
+        window.setCaptureDirectory(m_shell->dir());
+        sendPlatformKey(focusedWindow(m_keySource.get()), true, Qt::Key_F1, Qt::ControlModifier);
+
+        QVERIFY(QFile::exists(m_shell->dir() + "/cap00001.png"));
+        QVERIFY(!QFile::exists(m_shell->dir() + "/cap00002.png"));
+        QVERIFY(QFile::exists(m_shell->dir() + "/cap00003.png"));
+        QVERIFY(!QImage(m_shell->dir() + "/cap00003.png").isNull());
+    }
+    // Escape on an attached keyboard closes the menu by Qt's own means, behind the keypad's back.
+    void menuClosedByEscapeGivesTheKeysBack()
+    {
+        MainWindow& window = *m_shell->window;
+        m_shell->setState(IPCClient::IPC_READY);
+        RecordingHandler handler;
+        window.setKeypadHandler(&handler);
+        sendPlatformKey(focusedWindow(m_keySource.get()), true, Qt::Key_F1);
+        QVERIFY(window.menu().isMenuOpen());
+
+        sendPlatformKey(focusedWindow(m_keySource.get()), true, Qt::Key_Escape);
+        sendPlatformKey(focusedWindow(m_keySource.get()), false, Qt::Key_Escape);
+        QTRY_VERIFY(!QApplication::activePopupWidget());
+        QVERIFY(!window.menu().isMenuOpen());
+        sendPlatformKey(focusedWindow(m_keySource.get()), true, Qt::Key_Down);
+        QCOMPARE(handler.keys, QStringList{"Down+"});
+        QVERIFY(!window.menuBar()->hasFocus());
+
+        sendPlatformKey(focusedWindow(m_keySource.get()), true, Qt::Key_F1);
+        QVERIFY(window.menu().isMenuOpen());
+        QVERIFY(window.menu().menuRemotes->isVisible());
+        window.menu().closeMenu();
+        window.setKeypadHandler(nullptr);
+    }
+    // The navigation the screens share: a list screen, a form, and the default of typing the key.
+    void screenNavigation_data()
+    {
+        QTest::addColumn<int>("screen");
+        QTest::addColumn<bool>("comboOpen");
+        QTest::addColumn<int>("key");
+        QTest::addColumn<QStringList>("injected");
+        enum { Default, List, Form };
+        const QStringList backtab{"Shift+", "S-Tab+", "S-Shift+"};
+        QTest::newRow("default types the key") << int(Default) << false << int(Qt::Key_Up) << QStringList{"Up+"};
+        QTest::newRow("list: Enter presses") << int(List) << false << int(Qt::Key_Enter) << QStringList{"Space+"};
+        QTest::newRow("list: Left goes back") << int(List) << false << int(Qt::Key_Left) << backtab;
+        QTest::newRow("list: Right goes on") << int(List) << false << int(Qt::Key_Right) << QStringList{"Tab+"};
+        QTest::newRow("list: Down moves in it") << int(List) << false << int(Qt::Key_Down) << QStringList{"Down+"};
+        QTest::newRow("list: F1 ignored") << int(List) << false << int(Qt::Key_F1) << QStringList();
+        QTest::newRow("form: Up goes back") << int(Form) << false << int(Qt::Key_Up) << backtab;
+        QTest::newRow("form: Down goes on") << int(Form) << false << int(Qt::Key_Down) << QStringList{"Tab+"};
+        QTest::newRow("form: open combo list") << int(Form) << true << int(Qt::Key_Up) << QStringList{"Up+"};
+    }
+    void screenNavigation()
+    {
+        QFETCH(int, screen);
+        QFETCH(bool, comboOpen);
+        QFETCH(int, key);
+        QFETCH(QStringList, injected);
+        struct Screen : KeypadHandler {
+            using KeypadHandler::handleListScreenKey;
+            using KeypadHandler::moveThroughForm;
+        } handler;
+        QWidget list;
+        QWidget comboList(nullptr, Qt::Popup);
+        if (comboOpen)
+            comboList.show();
+        InjectedKeys typed;
+        if (screen == 0)
+            handler.handleKey(key, true, false);
+        else if (screen == 1)
+            Screen::handleListScreenKey(&list, key, true, false);
+        else
+            Screen::moveThroughForm(key, true, false);
+        QCoreApplication::processEvents();
+        QCOMPARE(typed.keys, injected);
+    }
+    void onScreenKeyboardTypes()
+    {
+        MainWindow& window = *m_shell->window;
+        m_shell->setState(IPCClient::IPC_READY);
+        window.handlePopupKeyboard();
+        QVERIFY(window.keyboardVisible());
+        InjectedKeys typed;
+        QVERIFY(clickPickBoard(*window.findChild<PickBoard*>(), {"a"}));
+        QCOMPARE(typed.keys, (QStringList{"A+", "A-"}));
+    }
+    // The far unit's contact closes while F2 is held and opens when it is released.
+    void contactClosureFollowsF2BothWays()
+    {
+        MainWindow& window = *m_shell->window;
+        m_shell->setState(IPCClient::IPC_READY);
+        chooseF2Mode(window, KeypadSetup::F2RemoteContactClosure);
+        m_shell->sent.clear();
+        for (bool press : {true, false})
+            sendPlatformKey(focusedWindow(m_keySource.get()), press, Qt::Key_F2);
+
+        QStringList closures;
+        for (const Message& msg : m_shell->sent) {
+            if (msg.name == "setRemoteCC")
+                closures << QString::fromStdString(msg.params().get_bool("state", false) ? "closed" : "open");
+        }
+        QCOMPARE(closures, (QStringList{"closed", "open"}));
+    }
 
 private:
     std::unique_ptr<ShellFixture> m_shell;
     std::unique_ptr<QWidget> m_keySource;
 };
-
-void TestKeyRouting::routesEachKey_data()
-{
-    QTest::addColumn<int>("state");
-    QTest::addColumn<int>("flags");
-    QTest::addColumn<int>("key");
-    QTest::addColumn<int>("modifiers");
-    QTest::addColumn<bool>("press");
-    QTest::addColumn<QStringList>("handled");   // what the screen's handler got
-    QTest::addColumn<QStringList>("injected");  // what was typed into the focused widget
-    QTest::addColumn<int>("after");
-
-    const int ready = IPCClient::IPC_READY;
-    const int offline = IPCClient::IPC_DISCONNECTED;
-    const int ctrl = Qt::ControlModifier;
-    const QStringList none;
-
-    QTest::newRow("popup closed, key goes on") << ready << int(Popup) << int(Qt::Key_Down) << 0 << true
-                                                << QStringList{"Down+"} << none << int(None);
-    QTest::newRow("popup stays while calibrating") << ready << (Popup | Calibrating) << int(Qt::Key_Down) << 0 << true
-                                                    << none << none << int(Popup);
-    QTest::newRow("ctrl+F1 captures offline") << offline << int(None) << int(Qt::Key_F1) << ctrl << true << none << none
-                                              << int(Captured);
-    QTest::newRow("ctrl+F25 captures when ready") << ready << int(None) << int(Qt::Key_F25) << ctrl << true << none
-                                                  << none << int(Captured);
-    QTest::newRow("ctrl+F1 release captures nothing") << ready << int(None) << int(Qt::Key_F1) << ctrl << false << none
-                                                      << none << int(None);
-    QTest::newRow("F1 dropped while logging in") << int(IPCClient::IPC_LOGGED_IN) << int(None) << int(Qt::Key_F1) << 0
-                                                 << true << none << none << int(None);
-    QTest::newRow("F2 dropped while offline") << offline << int(None) << int(Qt::Key_F2) << 0 << true << none << none
-                                              << int(None);
-    QTest::newRow("arrow dropped while updating") << int(IPCClient::IPC_UPDATING) << int(None) << int(Qt::Key_Up) << 0
-                                                  << true << none << none << int(None);
-    QTest::newRow("calibrating: F2 press ignored") << ready << int(Calibrating) << int(Qt::Key_F2) << 0 << true << none
-                                                   << none << int(None);
-    QTest::newRow("calibrating: F2 release aborts") << ready << int(Calibrating) << int(Qt::Key_F2) << 0 << false
-                                                    << none << none << int(Aborted);
-    QTest::newRow("calibrating: other keys ignored") << ready << int(Calibrating) << int(Qt::Key_Enter) << 0 << true
-                                                     << none << none << int(None);
-    // Qt reports a Shift key's own bit flipped: Shift down, then up.
-    QTest::newRow("modal: Left is back-tab") << ready << int(Modal) << int(Qt::Key_Left) << 0 << true << none
-                                             << QStringList{"Shift+", "S-Tab+", "S-Shift+"} << int(None);
-    QTest::newRow("modal: Right is tab") << ready << int(Modal) << int(Qt::Key_Right) << 0 << false << none
-                                         << QStringList{"Tab-"} << int(None);
-    QTest::newRow("modal: Enter passes") << ready << int(Modal) << int(Qt::Key_Enter) << 0 << true << none
-                                         << QStringList{"Enter+"} << int(None);
-    QTest::newRow("modal: F1 ignored") << ready << int(Modal) << int(Qt::Key_F1) << 0 << true << none << none
-                                       << int(None);
-    QTest::newRow("F1 opens the menu") << ready << int(None) << int(Qt::Key_F1) << 0 << true << none << none
-                                       << int(MenuOpen);
-    QTest::newRow("F1 release does nothing") << ready << int(None) << int(Qt::Key_F1) << 0 << false << none << none
-                                             << int(None);
-    QTest::newRow("F1 closes an open menu") << ready << int(MenuOpen) << int(Qt::Key_F1) << 0 << true << none << none
-                                            << int(None);
-    QTest::newRow("F2 press goes to the stack") << ready << int(None) << int(Qt::Key_F2) << 0 << true << none << none
-                                                << int(Meters);
-    QTest::newRow("F2 release goes to the stack") << ready << int(None) << int(Qt::Key_F2) << 0 << false << none
-                                                  << none << int(None);
-    QTest::newRow("menu: Enter becomes Return") << ready << int(MenuOpen) << int(Qt::Key_Enter) << 0 << false << none
-                                                << QStringList{"Return-"} << int(MenuOpen);
-    QTest::newRow("menu: arrows go to the menu") << ready << int(MenuOpen) << int(Qt::Key_Down) << 0 << true << none
-                                                 << QStringList{"Down+"} << int(MenuOpen);
-    QTest::newRow("screen gets the rest") << ready << int(None) << int(Qt::Key_Asterisk) << 0 << false
-                                          << QStringList{"Asterisk-"} << none << int(None);
-}
-
-void TestKeyRouting::routesEachKey()
-{
-    QFETCH(int, state);
-    QFETCH(int, flags);
-    QFETCH(int, key);
-    QFETCH(int, modifiers);
-    QFETCH(bool, press);
-    QFETCH(QStringList, handled);
-    QFETCH(QStringList, injected);
-    QFETCH(int, after);
-
-    MainWindow& window = *m_shell->window;
-    m_shell->setState(IPCClient::IPC_READY);
-    chooseF2Mode(window, KeypadSetup::F2ToggleMeters);
-    m_shell->setState(IPCClient::IPC_STATE(state));
-
-    RecordingHandler handler;
-    window.setKeypadHandler(&handler);
-    if (flags & Popup)
-        window.popup().showMessage(QStringLiteral("note"), 0, 0);
-    window.setCalibrating(flags & Calibrating);
-    window.setModal(flags & Modal);
-    if (flags & MenuOpen)
-        window.menu().openForCurrentScreen();
-    QSignalSpy abortSpy(&window, &MainWindow::abortCalibration);
-    InjectedKeys typed;
-
-    sendPlatformKey(focusedWindow(m_keySource.get()), press, key, Qt::KeyboardModifiers(modifiers));
-
-    QCOMPARE(handler.keys, handled);
-    QCOMPARE(typed.keys, injected);
-    QCOMPARE(window.menu().isMenuOpen(), bool(after & MenuOpen));
-    QCOMPARE(window.pane().currentScreen(), int(after & Meters ? Pane::ScreenMeters : Pane::ScreenPeerList));
-    QCOMPARE(QFile::exists(window.captureFileName(1)), bool(after & Captured));
-    QCOMPARE(abortSpy.count(), after & Aborted ? 1 : 0);
-    if (after & Aborted)
-        QVERIFY(!window.isCalibrating());
-    QCOMPARE(window.popup().isVisible(), bool(after & Popup));
-
-    window.menu().closeMenu();
-    window.setKeypadHandler(nullptr);
-}
-
-void TestKeyRouting::capturesNumberFromOneAndCountFailures()
-{
-    MainWindow& window = *m_shell->window;
-    QCOMPARE(window.captureFileName(1), m_shell->dir() + "/cap00001.png");
-
-    sendPlatformKey(focusedWindow(m_keySource.get()), true, Qt::Key_F1, Qt::ControlModifier);
-    window.setCaptureDirectory(m_shell->dir() + "/missing");
-    sendPlatformKey(focusedWindow(m_keySource.get()), true, Qt::Key_F1, Qt::ControlModifier);
-    window.setCaptureDirectory(m_shell->dir());
-    sendPlatformKey(focusedWindow(m_keySource.get()), true, Qt::Key_F1, Qt::ControlModifier);
-
-    QVERIFY(QFile::exists(m_shell->dir() + "/cap00001.png"));
-    QVERIFY(!QFile::exists(m_shell->dir() + "/cap00002.png"));
-    QVERIFY(QFile::exists(m_shell->dir() + "/cap00003.png"));
-    QVERIFY(!QImage(m_shell->dir() + "/cap00003.png").isNull());
-}
-
-// Escape on an attached keyboard closes the menu by Qt's own means, behind the keypad's back.
-void TestKeyRouting::menuClosedByEscapeGivesTheKeysBack()
-{
-    MainWindow& window = *m_shell->window;
-    m_shell->setState(IPCClient::IPC_READY);
-    RecordingHandler handler;
-    window.setKeypadHandler(&handler);
-    sendPlatformKey(focusedWindow(m_keySource.get()), true, Qt::Key_F1);
-    QVERIFY(window.menu().isMenuOpen());
-
-    sendPlatformKey(focusedWindow(m_keySource.get()), true, Qt::Key_Escape);
-    sendPlatformKey(focusedWindow(m_keySource.get()), false, Qt::Key_Escape);
-    QTRY_VERIFY(!QApplication::activePopupWidget());
-    QVERIFY(!window.menu().isMenuOpen());
-    sendPlatformKey(focusedWindow(m_keySource.get()), true, Qt::Key_Down);
-    QCOMPARE(handler.keys, QStringList{"Down+"});
-    QVERIFY(!window.menuBar()->hasFocus());
-
-    sendPlatformKey(focusedWindow(m_keySource.get()), true, Qt::Key_F1);
-    QVERIFY(window.menu().isMenuOpen());
-    QVERIFY(window.menu().menuRemotes->isVisible());
-    window.menu().closeMenu();
-    window.setKeypadHandler(nullptr);
-}
-
-// The far unit's contact closes while F2 is held and opens when it is released.
-void TestKeyRouting::contactClosureFollowsF2BothWays()
-{
-    MainWindow& window = *m_shell->window;
-    m_shell->setState(IPCClient::IPC_READY);
-    chooseF2Mode(window, KeypadSetup::F2RemoteContactClosure);
-    m_shell->sent.clear();
-    for (bool press : {true, false})
-        sendPlatformKey(focusedWindow(m_keySource.get()), press, Qt::Key_F2);
-
-    QStringList closures;
-    for (const Message& msg : m_shell->sent) {
-        if (msg.name == "setRemoteCC")
-            closures << QString::fromStdString(msg.params().get_bool("state", false) ? "closed" : "open");
-    }
-    QCOMPARE(closures, (QStringList{"closed", "open"}));
-}
 
 QTEST_MAIN(TestKeyRouting)
 #include "test_keyrouting.moc"

@@ -98,32 +98,22 @@ void LocalWebServer::readRequest(QTcpSocket* socket)
             authorization = line.mid(line.indexOf(':') + 1).trimmed();
     }
     m_requests << path;
-    emit requested(path);
-
     if (path == QLatin1String("/slow")) {
         m_slow = socket;
         return;
     }
-    if (path == QLatin1String("/login")) {
-        const QByteArray expected = "Basic " + QByteArray(kUser).append(':').append(kPassword).toBase64();
-        if (authorization != expected) {
-            answer(socket, "401 Unauthorized", "WWW-Authenticate: Basic realm=\"Press Centre\"\r\n", kRefusedPage);
-            return;
-        }
+    const QByteArray login = "Basic " + QByteArray(kUser).append(':').append(kPassword).toBase64();
+    if (path == QLatin1String("/login") && authorization != login) {
+        answer(socket, "401 Unauthorized", "WWW-Authenticate: Basic realm=\"Press Centre\"\r\n", kRefusedPage);
+    } else if (path == QLatin1String("/login")) {
         ++m_authorised;
         answer(socket, "200 OK", QByteArray(), kOnlinePage);
-        return;
     }
-    if (path == QLatin1String("/logo.svg")) {
-        // Cacheable for an hour: only a cache that outlives the page could spare the next request.
+    // Cacheable for an hour: only a cache that outlives the page could spare the next request.
+    else if (path == QLatin1String("/logo.svg"))
         answer(socket, "200 OK", "Cache-Control: max-age=3600\r\n", kLogo, "image/svg+xml");
-        return;
-    }
-    if (path == QLatin1String("/script")) {
-        answer(socket, "200 OK", QByteArray(), kScriptPage);
-        return;
-    }
-    answer(socket, "200 OK", QByteArray(), portalPage(path));
+    else
+        answer(socket, "200 OK", QByteArray(), path == QLatin1String("/script") ? kScriptPage : portalPage(path));
 }
 
 void LocalWebServer::answer(QTcpSocket* socket, const QByteArray& status, const QByteArray& extraHeaders,

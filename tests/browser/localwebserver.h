@@ -36,9 +36,6 @@ public:
     // The connection of the last /slow request is still open.
     bool slowOpen() const;
 
-signals:
-    void requested(const QString& path);
-
 protected:
     void incomingConnection(qintptr descriptor) override;
 

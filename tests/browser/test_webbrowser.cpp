@@ -1,3 +1,5 @@
+// The browser against a local web server: addresses from typed text, buttons through loads, the
+// keypad, logins, certificates, and what goes when the screen is hidden.
 #include "modalwatch.h"
 #include "portallogin.h"
 #include "webbrowser.h"
@@ -5,45 +7,236 @@
 #include <QApplication>
 #include <QClipboard>
 #include <QSignalSpy>
-#include <QTimer>
 #include <QWebElement>
 #include <QWebFrame>
 #include <QWebHistory>
 #include <QWebPage>
 #include <QtTest>
 
-#include <functional>
-#include <memory>
-
 namespace {
 constexpr int kLoadMs = 15000;
+
+// "stop reload back forward go progress", each 1 when enabled (shown for the progress bar).
+QString buttons(WebBrowser* w)
+{
+    QString out;
+    for (QWidget* widget : std::initializer_list<QWidget*>{w->buttonStop, w->buttonReload, w->buttonBack, w->buttonForward,
+                                                          w->buttonGo})
+        out += widget->isEnabled() ? '1' : '0';
+    return out + (w->progressLoad->isVisible() ? '1' : '0');
+}
 } // namespace
 
 class TestWebBrowser : public QObject {
     Q_OBJECT
 
 private slots:
-    void init();
-    void cleanup();
+    void init()
+    {
+        m_server = std::make_unique<LocalWebServer>();
+        QVERIFY(m_server->start());
+        m_browser = std::make_unique<WebBrowser>();
+        m_browser->resize(640, 430);
+        m_browser->show();
+        m_dialogs = 0;
+    }
+    void cleanup()
+    {
+        m_dialogWatch.stop();
+        m_dialogWatch.disconnect();
+        m_browser.reset();
+        m_server.reset();
+    }
+    void addressRule_data()
+    {
+        QTest::addColumn<QString>("typed");
+        QTest::addColumn<QString>("address");
 
-    void addressRule_data();
-    void addressRule();
-    void buttonsFollowTheLoads();
-    void keypadWalksThePage();
-    void login_data();
-    void login();
-    void selfSignedCertificateLoads();
-    void hidingDropsTheLoadAndShowingStartsAfresh();
-    void hidingWhileAskingClosesTheDialog();
-    void textSizeResetsOnShow();
-    void scriptsRunWithoutTheClipboard();
+        QTest::newRow("scheme kept") << "https://portal.example/login?x=1" << "https://portal.example/login?x=1";
+        QTest::newRow("dotted name") << "portal.example/a b" << "http://portal.example/a%20b";
+        QTest::newRow("address with port") << "  10.0.0.1:8080/x  " << "http://10.0.0.1:8080/x";
+        QTest::newRow("ftp in any case") << "FTP.example.org/pub" << "ftp://ftp.example.org/pub";
+        QTest::newRow("ftp only before the first dot") << "ftpmirror.example.org" << "http://ftpmirror.example.org";
+        QTest::newRow("scheme before a dot") << "mailto:desk@press.example" << "mailto:desk@press.example";
+        QTest::newRow("dotted but no address, as typed") << "host1:80.example" << "host1:80.example";
+        QTest::newRow("plain word") << " portal " << "portal";
+    }
+    void addressRule()
+    {
+        QFETCH(QString, typed);
+        QFETCH(QString, address);
+        QCOMPARE(QString::fromLatin1(WebBrowser::addressFromText(typed).toEncoded()), address);
+    }
+    void buttonsFollowTheLoads()
+    {
+        auto* w = m_browser.get();
+        QStringList whileLoading;
+        connect(w->webView, &QWebView::loadStarted, this, [&] { whileLoading << buttons(w).remove(4, 1); });
+        show("/", false);
+        QCOMPARE(w->lineURL->text(), m_server->url("/").toString());
+        QCOMPARE(w->focusWidget(), static_cast<QWidget*>(w->webView));
+        QVERIFY(waitForLoad());
+        QCOMPARE(buttons(w), QString("010000"));
+        QCOMPARE(w->progressLoad->value(), 100);
+
+        w->lineURL->setText(QStringLiteral("127.0.0.1:%1/terms").arg(m_server->serverPort()));
+        QCOMPARE(buttons(w), QString("010010"));
+        QTest::mouseClick(w->buttonGo, Qt::LeftButton);
+        QVERIFY(waitForLoad());
+        // The logo comes from the cache on the second page.
+        QCOMPARE(m_server->requests(), QStringList({"/", "/logo.svg", "/terms"}));
+        QCOMPARE(w->lineURL->text(), m_server->url("/terms").toString());
+        QCOMPARE(buttons(w), QString("011000"));
+
+        QTest::mouseClick(w->buttonBack, Qt::LeftButton);
+        QTRY_COMPARE_WITH_TIMEOUT(buttons(w), QString("010100"), kLoadMs);
+        QCOMPARE(w->lineURL->text(), m_server->url("/").toString());
+        QTest::mouseClick(w->buttonForward, Qt::LeftButton);
+        QTRY_COMPARE_WITH_TIMEOUT(w->lineURL->text(), m_server->url("/terms").toString(), kLoadMs);
+        w->lineURL->setText(m_server->url("/").toString());
+        QTest::keyClick(w->lineURL, Qt::Key_Return);
+        QVERIFY(waitForLoad());
+        QTest::mouseClick(w->buttonReload, Qt::LeftButton);
+        QVERIFY(waitForLoad());
+        QCOMPARE(buttons(w), QString("011000"));
+        QCOMPARE(whileLoading.join(" "), QString("10001 ").repeated(6).trimmed());
+    }
+    void keypadWalksThePage()
+    {
+        show("/");
+        QWebFrame* frame = livePage()->mainFrame();
+        QStringList focused;
+        for (auto [keycode, pressed] : std::initializer_list<std::pair<int, bool>>{
+                 {Qt::Key_Down, false}, {Qt::Key_Down, true}, {Qt::Key_Down, true}, {Qt::Key_Up, true}, {Qt::Key_Down, true}}) {
+            key(keycode, pressed);
+            focused << frame->evaluateJavaScript("document.activeElement.id").toString();
+        }
+        QCOMPARE(focused, QStringList({"", "signin", "next", "signin", "next"}));
+        // Enter follows the focused link; Left and Right go back and forward on their press.
+        key(Qt::Key_Enter);
+        key(Qt::Key_Enter, false);
+        QVERIFY(waitForLoad());
+        QCOMPARE(m_server->requests().last(), QStringLiteral("/terms"));
+        key(Qt::Key_Left);
+        QTRY_COMPARE_WITH_TIMEOUT(m_browser->webView->url(), m_server->url("/"), kLoadMs);
+        QTRY_VERIFY_WITH_TIMEOUT(m_browser->buttonForward->isEnabled(), kLoadMs);
+        key(Qt::Key_Right, false);
+        QTest::qWait(100);
+        QCOMPARE(m_browser->webView->url(), m_server->url("/"));
+        key(Qt::Key_Right);
+        QTRY_COMPARE_WITH_TIMEOUT(m_browser->webView->url(), m_server->url("/terms"), kLoadMs);
+        QTest::mouseClick(m_browser->buttonHome, Qt::LeftButton);
+        QTRY_COMPARE_WITH_TIMEOUT(m_browser->webView->url(), m_server->url("/"), kLoadMs);
+    }
+    void login_data()
+    {
+        QTest::addColumn<bool>("ok");
+        QTest::addColumn<QString>("title");
+        QTest::newRow("OK") << true << "Signed in";
+        QTest::newRow("Cancel") << false << "Unauthorized";
+    }
+    void login()
+    {
+        QFETCH(bool, ok);
+        QFETCH(QString, title);
+
+        onDialog([ok](WebAuth& dialog) {
+            QCOMPARE(dialog.pos(), QPoint(0, 0));
+            QVERIFY(dialog.windowFlags() & Qt::FramelessWindowHint);
+            QCOMPARE(dialog.focusWidget(), dialog.lineUsername);
+            QVERIFY(typePortalLogin(dialog));
+            QCOMPARE(dialog.linePassword->text(), QString(LocalWebServer::kPassword));
+            QTest::mousePress(ok ? dialog.buttonOK : dialog.buttonCancel, Qt::LeftButton);
+        });
+        show("/login", false);
+        QTRY_COMPARE_WITH_TIMEOUT(m_browser->webView->title(), title, kLoadMs);
+        QCOMPARE(m_dialogs, 1);
+        QCOMPARE(m_server->authorised(), int(ok));
+        // The login left with the page: a new showing asks again.
+        m_browser->paneAboutToHide();
+        m_browser->paneAboutToShow();
+        QTRY_COMPARE_WITH_TIMEOUT(m_dialogs, 2, kLoadMs);
+    }
+    void hidingDropsTheLoadAndShowingStartsAfresh()
+    {
+        show("/");
+        m_browser->lineURL->setText(m_server->url("/slow").toString());
+        QTest::mouseClick(m_browser->buttonGo, Qt::LeftButton);
+        QTRY_VERIFY_WITH_TIMEOUT(m_server->slowOpen(), kLoadMs);
+        m_browser->paneAboutToHide();
+        QVERIFY(!livePage());
+        QCOMPARE(buttons(m_browser.get()).remove(4, 1), QString("00000"));
+        QTRY_VERIFY_WITH_TIMEOUT(!m_server->slowOpen(), kLoadMs);
+        // A new home while hidden is only remembered; nothing of the first showing serves the second.
+        m_browser->browserHomeChanged(m_server->url("/terms").toString());
+        QCOMPARE(m_server->requests(), QStringList({"/", "/logo.svg", "/slow"}));
+        m_browser->paneAboutToShow();
+        QVERIFY(waitForLoad());
+        QCOMPARE(m_server->requests(), QStringList({"/", "/logo.svg", "/slow", "/terms", "/logo.svg"}));
+        QVERIFY(!m_browser->webView->history()->canGoBack());
+    }
+    // A login dialog still open when the screen goes is closed, and the page goes after it.
+    void hidingWhileAskingClosesTheDialog()
+    {
+        onDialog([this](WebAuth& dialog) {
+            // Up and Down walk the dialog's fields, not the page waiting under it.
+            key(Qt::Key_Down);
+            QCOMPARE(dialog.focusWidget(), dialog.linePassword);
+            key(Qt::Key_Up);
+            QCOMPARE(dialog.focusWidget(), dialog.lineUsername);
+            key(Qt::Key_Left);
+            QCOMPARE(dialog.focusWidget(), dialog.lineUsername);
+            m_browser->paneAboutToHide();
+        });
+        show("/login", false);
+        QTRY_COMPARE_WITH_TIMEOUT(m_dialogs, 1, kLoadMs);
+        QTRY_VERIFY_WITH_TIMEOUT(!livePage(), kLoadMs);
+        QVERIFY(!QApplication::activeModalWidget());
+        QCOMPARE(m_server->authorised(), 0);
+    }
+    void textSizeResetsOnShow()
+    {
+        show("/", false);
+        for (QPushButton* button : {m_browser->buttonFontUp, m_browser->buttonFontUp, m_browser->buttonFontDown})
+            QTest::mouseClick(button, Qt::LeftButton);
+        // The engine keeps the factor in single precision.
+        QVERIFY(qAbs(m_browser->webView->zoomFactor() - 1.1) < 1e-6);
+        m_browser->paneAboutToHide();
+        m_browser->paneAboutToShow();
+        QCOMPARE(m_browser->webView->zoomFactor(), 1.0);
+    }
+    void scriptsRunWithoutTheClipboardAndCertificatesPass()
+    {
+        QApplication::clipboard()->setText(QStringLiteral("kept"));
+        show("/script");
+        QCOMPARE(livePage()->mainFrame()->findFirstElement("#ran").toPlainText(), QStringLiteral("yes"));
+        QCOMPARE(QApplication::clipboard()->text(), QStringLiteral("kept"));
+        // A certificate nobody signed: the operator is trusted to know the portal.
+        m_server = std::make_unique<LocalWebServer>(true);
+        QVERIFY(m_server->start());
+        show("/");
+        QCOMPARE(m_browser->webView->title(), QStringLiteral("/"));
+    }
 
 private:
-    void show(const QString& path);
-    bool waitForLoad();
+    void show(const QString& path, bool wait = true)
+    {
+        m_browser->browserHomeChanged(m_server->url(path).toString());
+        m_browser->paneAboutToShow();
+        if (wait)
+            QVERIFY(waitForLoad());
+    }
+    bool waitForLoad() { return QSignalSpy(m_browser->webView, &QWebView::loadFinished).wait(kLoadMs); }
     QWebPage* livePage() const { return m_browser->webView->findChild<QWebPage*>(); }
+    void key(int keycode, bool pressed = true) { m_browser->handleKey(keycode, pressed, false); }
     // Runs `answer` on the authentication dialog whenever one opens, and counts them.
-    void onDialog(const std::function<void(WebAuth&)>& answer);
+    void onDialog(const std::function<void(WebAuth&)>& answer)
+    {
+        answerEveryModal<WebAuth>(m_dialogWatch, [this, answer](WebAuth& dialog) {
+            ++m_dialogs;
+            answer(dialog);
+        });
+    }
 
     std::unique_ptr<LocalWebServer> m_server;
     std::unique_ptr<WebBrowser> m_browser;
@@ -51,251 +244,6 @@ private:
     int m_dialogs = 0;
 };
 
-void TestWebBrowser::init()
-{
-    m_server = std::make_unique<LocalWebServer>();
-    QVERIFY(m_server->start());
-    m_browser = std::make_unique<WebBrowser>();
-    m_browser->resize(640, 430);
-    m_browser->show();
-    m_dialogs = 0;
-}
-
-void TestWebBrowser::cleanup()
-{
-    m_dialogWatch.stop();
-    m_dialogWatch.disconnect();
-    m_browser.reset();
-    m_server.reset();
-}
-
-void TestWebBrowser::show(const QString& path)
-{
-    m_browser->browserHomeChanged(m_server->url(path).toString());
-    m_browser->paneAboutToShow();
-}
-
-bool TestWebBrowser::waitForLoad()
-{
-    QSignalSpy finished(m_browser->webView, &QWebView::loadFinished);
-    return finished.wait(kLoadMs);
-}
-
-void TestWebBrowser::onDialog(const std::function<void(WebAuth&)>& answer)
-{
-    answerEveryModal<WebAuth>(m_dialogWatch, [this, answer](WebAuth& dialog) {
-        ++m_dialogs;
-        answer(dialog);
-    });
-}
-
-void TestWebBrowser::addressRule_data()
-{
-    QTest::addColumn<QString>("typed");
-    QTest::addColumn<QString>("address");
-
-    QTest::newRow("scheme kept") << "https://portal.example/login?x=1" << "https://portal.example/login?x=1";
-    QTest::newRow("other scheme kept") << "about:blank" << "about:blank";
-    QTest::newRow("dotted name") << "portal.example/a b" << "http://portal.example/a%20b";
-    QTest::newRow("address with port") << "  10.0.0.1:8080/x  " << "http://10.0.0.1:8080/x";
-    QTest::newRow("ftp in any case") << "FTP.example.org/pub" << "ftp://ftp.example.org/pub";
-    QTest::newRow("ftp only before the first dot") << "ftpmirror.example.org" << "http://ftpmirror.example.org";
-    QTest::newRow("scheme before a dot") << "mailto:desk@press.example" << "mailto:desk@press.example";
-    QTest::newRow("dotted but no address, as typed") << "host1:80.example" << "host1:80.example";
-    QTest::newRow("plain word") << " portal " << "portal";
-}
-
-void TestWebBrowser::addressRule()
-{
-    QFETCH(QString, typed);
-    QFETCH(QString, address);
-    QCOMPARE(QString::fromLatin1(WebBrowser::addressFromText(typed).toEncoded()), address);
-}
-
-void TestWebBrowser::buttonsFollowTheLoads()
-{
-    auto* w = m_browser.get();
-    QSignalSpy started(w->webView, &QWebView::loadStarted);
-    connect(w->webView, &QWebView::loadStarted, this, [w] {
-        QVERIFY(w->buttonStop->isEnabled());
-        QVERIFY(!w->buttonReload->isEnabled());
-        QVERIFY(!w->buttonBack->isEnabled());
-        QVERIFY(!w->buttonForward->isEnabled());
-        QVERIFY(w->progressLoad->isVisible());
-    });
-    show("/");
-    QCOMPARE(w->lineURL->text(), m_server->url("/").toString());
-    QVERIFY(waitForLoad());
-    QCOMPARE(started.count(), 1);
-    QVERIFY(!w->buttonStop->isEnabled());
-    QVERIFY(w->buttonReload->isEnabled());
-    QVERIFY(!w->progressLoad->isVisible());
-    QCOMPARE(w->progressLoad->value(), 100);
-    QVERIFY(!w->buttonBack->isEnabled());
-    QVERIFY(!w->buttonGo->isEnabled());
-
-    w->lineURL->setText(QStringLiteral("127.0.0.1:%1/terms").arg(m_server->serverPort()));
-    QVERIFY(w->buttonGo->isEnabled());
-    QTest::mouseClick(w->buttonGo, Qt::LeftButton);
-    QVERIFY(waitForLoad());
-    // The logo comes from the cache on the second page.
-    QCOMPARE(m_server->requests(), QStringList({"/", "/logo.svg", "/terms"}));
-    QCOMPARE(w->lineURL->text(), m_server->url("/terms").toString());
-    QVERIFY(!w->buttonGo->isEnabled());
-    QVERIFY(w->buttonBack->isEnabled());
-    QVERIFY(!w->buttonForward->isEnabled());
-
-    QTest::mouseClick(w->buttonBack, Qt::LeftButton);
-    QTRY_COMPARE_WITH_TIMEOUT(w->lineURL->text(), m_server->url("/").toString(), kLoadMs);
-    QTRY_VERIFY_WITH_TIMEOUT(w->buttonForward->isEnabled(), kLoadMs);
-    QVERIFY(!w->buttonBack->isEnabled());
-    QTest::mouseClick(w->buttonForward, Qt::LeftButton);
-    QTRY_COMPARE_WITH_TIMEOUT(w->lineURL->text(), m_server->url("/terms").toString(), kLoadMs);
-    QCOMPARE(started.count(), 4);
-}
-
-void TestWebBrowser::keypadWalksThePage()
-{
-    show("/");
-    QVERIFY(waitForLoad());
-    QWebFrame* frame = livePage()->mainFrame();
-    auto focused = [frame] { return frame->evaluateJavaScript("document.activeElement.id").toString(); };
-    m_browser->handleKey(Qt::Key_Down, false, false);
-    QCOMPARE(focused(), QString());
-    m_browser->handleKey(Qt::Key_Down, true, false);
-    QCOMPARE(focused(), QStringLiteral("signin"));
-    m_browser->handleKey(Qt::Key_Down, true, false);
-    QCOMPARE(focused(), QStringLiteral("next"));
-    m_browser->handleKey(Qt::Key_Up, true, false);
-    QCOMPARE(focused(), QStringLiteral("signin"));
-    m_browser->handleKey(Qt::Key_Down, true, false);
-    // Enter follows the focused link.
-    m_browser->handleKey(Qt::Key_Enter, true, false);
-    m_browser->handleKey(Qt::Key_Enter, false, false);
-    QVERIFY(waitForLoad());
-    QCOMPARE(m_server->requests().last(), QStringLiteral("/terms"));
-
-    m_browser->handleKey(Qt::Key_Left, true, false);
-    QTRY_COMPARE_WITH_TIMEOUT(m_browser->webView->url(), m_server->url("/"), kLoadMs);
-    QTRY_VERIFY_WITH_TIMEOUT(m_browser->buttonForward->isEnabled(), kLoadMs);
-    m_browser->handleKey(Qt::Key_Right, false, false);
-    QTest::qWait(100);
-    QCOMPARE(m_browser->webView->url(), m_server->url("/"));
-    m_browser->handleKey(Qt::Key_Right, true, false);
-    QTRY_COMPARE_WITH_TIMEOUT(m_browser->webView->url(), m_server->url("/terms"), kLoadMs);
-}
-
-void TestWebBrowser::login_data()
-{
-    QTest::addColumn<QString>("answer");
-    QTest::addColumn<QString>("title");
-    QTest::addColumn<int>("authorised");
-
-    QTest::newRow("OK") << "ok" << "Signed in" << 1;
-    QTest::newRow("Cancel") << "cancel" << "Unauthorized" << 0;
-}
-
-void TestWebBrowser::login()
-{
-    QFETCH(QString, answer);
-    QFETCH(QString, title);
-    QFETCH(int, authorised);
-
-    onDialog([answer](WebAuth& dialog) {
-        QCOMPARE(dialog.pos(), QPoint(0, 0));
-        QVERIFY(dialog.windowFlags() & Qt::FramelessWindowHint);
-        QVERIFY(typePortalLogin(dialog));
-        QCOMPARE(dialog.linePassword->text(), QString(LocalWebServer::kPassword));
-        QTest::mousePress(answer == "ok" ? dialog.buttonOK : dialog.buttonCancel, Qt::LeftButton);
-    });
-    show("/login");
-    QTRY_COMPARE_WITH_TIMEOUT(m_browser->webView->title(), title, kLoadMs);
-    QCOMPARE(m_dialogs, 1);
-    QCOMPARE(m_server->authorised(), authorised);
-
-    // The login left with the page: a new showing asks again.
-    m_browser->paneAboutToHide();
-    m_browser->paneAboutToShow();
-    QTRY_COMPARE_WITH_TIMEOUT(m_dialogs, 2, kLoadMs);
-}
-
-void TestWebBrowser::selfSignedCertificateLoads()
-{
-    LocalWebServer secure(true);
-    QVERIFY(secure.start());
-    m_browser->browserHomeChanged(secure.url("/").toString());
-    m_browser->paneAboutToShow();
-    QTRY_COMPARE_WITH_TIMEOUT(m_browser->webView->title(), QStringLiteral("/"), kLoadMs);
-}
-
-void TestWebBrowser::hidingDropsTheLoadAndShowingStartsAfresh()
-{
-    show("/");
-    QVERIFY(waitForLoad());
-    m_browser->lineURL->setText(m_server->url("/slow").toString());
-    QTest::mouseClick(m_browser->buttonGo, Qt::LeftButton);
-    QTRY_VERIFY_WITH_TIMEOUT(m_server->slowOpen(), kLoadMs);
-    QVERIFY(m_browser->buttonStop->isEnabled());
-
-    m_browser->paneAboutToHide();
-    QVERIFY(!livePage());
-    QTRY_VERIFY_WITH_TIMEOUT(!m_server->slowOpen(), kLoadMs);
-    QVERIFY(!m_browser->buttonStop->isEnabled());
-
-    // A new home while hidden is only remembered.
-    m_browser->browserHomeChanged(m_server->url("/terms").toString());
-    QTest::qWait(100);
-    QCOMPARE(m_server->requests(), QStringList({"/", "/logo.svg", "/slow"}));
-    QVERIFY(!livePage());
-
-    m_browser->paneAboutToShow();
-    QVERIFY(waitForLoad());
-    // Nothing of the first showing served the second: not the page, not its logo.
-    QCOMPARE(m_server->requests(), QStringList({"/", "/logo.svg", "/slow", "/terms", "/logo.svg"}));
-    QVERIFY(!m_browser->webView->history()->canGoBack());
-}
-
-// A login dialog still open when the screen goes is closed, and the page goes after it.
-void TestWebBrowser::hidingWhileAskingClosesTheDialog()
-{
-    onDialog([this](WebAuth& dialog) {
-        // Up and Down walk the dialog's fields, not the page waiting under it.
-        m_browser->handleKey(Qt::Key_Down, true, false);
-        QCOMPARE(dialog.focusWidget(), dialog.linePassword);
-        m_browser->handleKey(Qt::Key_Up, true, false);
-        QCOMPARE(dialog.focusWidget(), dialog.lineUsername);
-        m_browser->paneAboutToHide();
-    });
-    show("/login");
-    QTRY_COMPARE_WITH_TIMEOUT(m_dialogs, 1, kLoadMs);
-    QTRY_VERIFY_WITH_TIMEOUT(!livePage(), kLoadMs);
-    QVERIFY(!QApplication::activeModalWidget());
-    QCOMPARE(m_server->authorised(), 0);
-}
-
-void TestWebBrowser::textSizeResetsOnShow()
-{
-    show("/");
-    QTest::mouseClick(m_browser->buttonFontUp, Qt::LeftButton);
-    QTest::mouseClick(m_browser->buttonFontUp, Qt::LeftButton);
-    QTest::mouseClick(m_browser->buttonFontDown, Qt::LeftButton);
-    // The engine keeps the factor in single precision.
-    QVERIFY(qAbs(m_browser->webView->zoomFactor() - 1.1) < 1e-6);
-    QTest::mouseClick(m_browser->buttonFontUp, Qt::LeftButton);
-    QVERIFY(qAbs(m_browser->webView->zoomFactor() - 1.21) < 1e-6);
-    m_browser->paneAboutToHide();
-    m_browser->paneAboutToShow();
-    QCOMPARE(m_browser->webView->zoomFactor(), 1.0);
-}
-
-void TestWebBrowser::scriptsRunWithoutTheClipboard()
-{
-    QApplication::clipboard()->setText(QStringLiteral("kept"));
-    show("/script");
-    QVERIFY(waitForLoad());
-    QCOMPARE(livePage()->mainFrame()->findFirstElement("#ran").toPlainText(), QStringLiteral("yes"));
-    QCOMPARE(QApplication::clipboard()->text(), QStringLiteral("kept"));
-}
 
 QTEST_MAIN(TestWebBrowser)
 #include "test_webbrowser.moc"

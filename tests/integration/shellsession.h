@@ -17,8 +17,6 @@ class ShellSession {
 public:
     static constexpr int kReadyMs = 20000;
     static constexpr int kCommandMs = 10000;
-    // The client retries every 10 s after the link drops.
-    static constexpr int kReconnectMs = 35000;
 
     ShellSession();
     ~ShellSession();

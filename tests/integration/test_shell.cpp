@@ -39,97 +39,76 @@ class TestShell : public QObject {
     Q_OBJECT
 
 private slots:
-    void initTestCase();
-    void offlineUntilReadyThenTheWindow();
-    void metersRunOnceReady();
-    void aboutShowsTheUnit();
-    void contactClosureFromF2();
-    void factoryResetAfterYes();
-    void firmwareUpdateTexts();
-    void defaultPasswordWarningAfterReconnecting();
+    void initTestCase()
+    {
+        QVERIFY(m_shell.startUnit());
+        // A unit still on its factory password warns at the first login.
+        QVERIFY(!m_shell.simCommand("defpwd on").isEmpty());
+        m_shell.openWindow();
+    }
+    void offlineUntilReadyThenTheWindow()
+    {
+        QTRY_VERIFY(window().offlineScreen().isVisible());
+        QVERIFY(!window().isVisible());
+        QVERIFY(m_shell.waitUntilReady());
+        QCOMPARE(window().offlineScreen().labelState->text(), QStringLiteral("Ready."));
+        TransientPopup& popup = window().popup();
+        QVERIFY(popup.isVisible());
+        QVERIFY(popup.findChild<QLabel*>()->text().startsWith(QStringLiteral("WARNING! It is strongly recommended")));
+        QTest::mouseClick(&popup, Qt::LeftButton);
+        QVERIFY(!popup.isVisible());
+    }
+    void metersRunOnceReady()
+    {
+        // The small meter's four bars, the first a pixel under the meter's top.
+        const QString line = m_shell.sim().waitForLine(QStringLiteral("event metering bars=4"), ShellSession::kCommandMs);
+        const QPoint meter = window().statusBarWidget().smallMeterWidget->mapTo(&window(), QPoint(0, 1)) + window().pos();
+        QVERIFY2(line.contains(QStringLiteral("%1,%2,78x2:in0").arg(meter.x()).arg(meter.y())),
+                 qPrintable(m_shell.sim().transcript()));
+    }
+    void aboutShowsTheUnit()
+    {
+        const Message version = scenarioData("version");
+        QVERIFY(!version.params().get_string("version", "").empty());
+        window().pane().showScreen(Pane::ScreenAbout);
+        AboutWidget& about = window().pane().about();
+        QCOMPARE(about.labelVersion->text(), QString::fromStdString(version.params().get_string("version", "")));
+        QCOMPARE(about.labelNodeID->text(), QString::fromStdString(version.params().get_string("node_id", "")));
+    }
+    void contactClosureFromF2()
+    {
+        QComboBox* modes = window().pane().keypadSetup().comboF2KeyMode;
+        modes->setCurrentIndex(modes->findData(int(KeypadSetup::F2RemoteContactClosure)));
+        window().pane().f2Pressed();
+        QVERIFY(!m_shell.sim().waitForLine(QStringLiteral("event remoteCC id=0 state=closed"), ShellSession::kCommandMs).isEmpty());
+        window().pane().f2Released();
+        QVERIFY(!m_shell.sim().waitForLine(QStringLiteral("event remoteCC id=0 state=open"), ShellSession::kCommandMs).isEmpty());
+    }
+    void factoryResetAfterYes()
+    {
+        // No is the default: Left moves to Yes.
+        const QString question = m_shell.answerQuestion([this] { window().menu().actionReset_Configuration->trigger(); },
+                                                        {Qt::Key_Left, Qt::Key_Enter});
+        QVERIFY(question.startsWith(QStringLiteral("This will destroy ALL stored settings")));
+        QVERIFY(!m_shell.simEvent(QStringLiteral("event reset what=cfg")).isEmpty());
+    }
+    void firmwareUpdateTexts()
+    {
+        QVERIFY(!m_shell.simCommand("update start Installing 4.3.0").isEmpty());
+        QTRY_VERIFY_WITH_TIMEOUT(window().offlineScreen().isVisible(), ShellSession::kCommandMs);
+        QVERIFY(!window().isVisible());
+        QCOMPARE(window().offlineScreen().labelState->text(), QStringLiteral("Firmware Updating."));
+        QTRY_COMPARE(window().offlineScreen().labelStatus->text(), QStringLiteral("Installing 4.3.0"));
+
+        QVERIFY(!m_shell.simCommand("update finish").isEmpty());
+        QTRY_VERIFY_WITH_TIMEOUT(m_shell.ready(), ShellSession::kCommandMs);
+    }
 
 private:
     MainWindow& window() { return m_shell.window(); }
 
     ShellSession m_shell;
 };
-
-void TestShell::initTestCase()
-{
-    QVERIFY(m_shell.startUnit());
-    m_shell.openWindow();
-}
-
-void TestShell::offlineUntilReadyThenTheWindow()
-{
-    QTRY_VERIFY(window().offlineScreen().isVisible());
-    QVERIFY(!window().isVisible());
-    QVERIFY(m_shell.waitUntilReady());
-    QCOMPARE(window().offlineScreen().labelState->text(), QStringLiteral("Ready."));
-    QVERIFY(!window().popup().isVisible());
-}
-
-void TestShell::metersRunOnceReady()
-{
-    // The small meter's four bars, the first a pixel under the meter's top.
-    const QString line = m_shell.sim().waitForLine(QStringLiteral("event metering bars=4"), ShellSession::kCommandMs);
-    const QPoint meter = window().statusBarWidget().smallMeterWidget->mapTo(&window(), QPoint(0, 1)) + window().pos();
-    QVERIFY2(line.contains(QStringLiteral("%1,%2,78x2:in0").arg(meter.x()).arg(meter.y())),
-             qPrintable(m_shell.sim().transcript()));
-}
-
-void TestShell::aboutShowsTheUnit()
-{
-    const Message version = scenarioData("version");
-    QVERIFY(!version.params().get_string("version", "").empty());
-    window().pane().showScreen(Pane::ScreenAbout);
-    AboutWidget& about = window().pane().about();
-    QCOMPARE(about.labelVersion->text(), QString::fromStdString(version.params().get_string("version", "")));
-    QCOMPARE(about.labelNodeID->text(), QString::fromStdString(version.params().get_string("node_id", "")));
-}
-
-void TestShell::contactClosureFromF2()
-{
-    QComboBox* modes = window().pane().keypadSetup().comboF2KeyMode;
-    modes->setCurrentIndex(modes->findData(int(KeypadSetup::F2RemoteContactClosure)));
-    window().pane().f2Pressed();
-    QVERIFY(!m_shell.sim().waitForLine(QStringLiteral("event remoteCC id=0 state=closed"), ShellSession::kCommandMs).isEmpty());
-    window().pane().f2Released();
-    QVERIFY(!m_shell.sim().waitForLine(QStringLiteral("event remoteCC id=0 state=open"), ShellSession::kCommandMs).isEmpty());
-}
-
-void TestShell::factoryResetAfterYes()
-{
-    // No is the default: Left moves to Yes.
-    const QString question = m_shell.answerQuestion([this] { window().menu().actionReset_Configuration->trigger(); },
-                                                    {Qt::Key_Left, Qt::Key_Enter});
-    QVERIFY(question.startsWith(QStringLiteral("This will destroy ALL stored settings")));
-    QVERIFY(!m_shell.simEvent(QStringLiteral("event reset what=cfg")).isEmpty());
-}
-
-void TestShell::firmwareUpdateTexts()
-{
-    QVERIFY(!m_shell.simCommand("update start Installing 4.3.0").isEmpty());
-    QTRY_VERIFY_WITH_TIMEOUT(window().offlineScreen().isVisible(), ShellSession::kCommandMs);
-    QVERIFY(!window().isVisible());
-    QCOMPARE(window().offlineScreen().labelState->text(), QStringLiteral("Firmware Updating."));
-    QTRY_COMPARE(window().offlineScreen().labelStatus->text(), QStringLiteral("Installing 4.3.0"));
-
-    QVERIFY(!m_shell.simCommand("update finish").isEmpty());
-    QTRY_VERIFY_WITH_TIMEOUT(m_shell.ready(), ShellSession::kCommandMs);
-}
-
-void TestShell::defaultPasswordWarningAfterReconnecting()
-{
-    QVERIFY(!m_shell.simCommand("defpwd on").isEmpty());
-    QVERIFY(!m_shell.simCommand("drop").isEmpty());
-    QTRY_VERIFY_WITH_TIMEOUT(window().offlineScreen().isVisible(), ShellSession::kCommandMs);
-    QCOMPARE(window().offlineScreen().labelState->text(), QStringLiteral("Please Wait..."));
-    QTRY_VERIFY_WITH_TIMEOUT(m_shell.ready(), ShellSession::kReconnectMs);
-    TransientPopup& popup = window().popup();
-    QVERIFY(popup.isVisible());
-    QVERIFY(popup.findChild<QLabel*>()->text().startsWith(QStringLiteral("WARNING! It is strongly recommended")));
-}
 
 QTEST_MAIN(TestShell)
 #include "test_shell.moc"

@@ -48,11 +48,6 @@ void TestProcess::writeLine(const QString& line)
     m_process.waitForBytesWritten(5000);
 }
 
-void TestProcess::closeInput()
-{
-    m_process.closeWriteChannel();
-}
-
 bool TestProcess::stop()
 {
     if (m_process.state() == QProcess::NotRunning)
@@ -64,11 +59,6 @@ bool TestProcess::stop()
         return false;
     }
     return m_process.exitStatus() == QProcess::NormalExit && m_process.exitCode() == 0;
-}
-
-bool TestProcess::isRunning() const
-{
-    return m_process.state() != QProcess::NotRunning;
 }
 
 QString TestProcess::transcript() const

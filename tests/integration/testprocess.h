@@ -18,10 +18,8 @@ public:
     // Reads lines until one contains `text` and returns it; an empty string on time-out or exit.
     QString waitForLine(const QString& text, int timeoutMs);
     void writeLine(const QString& line);
-    void closeInput();
     // SIGTERM, then SIGKILL if it lingers. True when it ended by itself with exit code 0.
     bool stop();
-    bool isRunning() const;
     // Every line read so far, for failure messages.
     QString transcript() const;
 

@@ -4,28 +4,6 @@
 
 #include <algorithm>
 
-LogCapture::LogCapture(LOG_LEVEL threshold)
-    : m_previousLevel(g_log.log_level())
-{
-    g_log.set_log_level(threshold);
-    m_previousSink = g_log.set_sink([this](unsigned int, LOG_LEVEL level, const std::string& line) {
-        std::lock_guard<std::mutex> guard(m_mutex);
-        m_lines << QString::number(level) + ' ' + QString::fromStdString(line);
-    });
-}
-
-LogCapture::~LogCapture()
-{
-    g_log.set_sink(m_previousSink);
-    g_log.set_log_level(m_previousLevel);
-}
-
-QStringList LogCapture::lines() const
-{
-    std::lock_guard<std::mutex> guard(m_mutex);
-    return m_lines;
-}
-
 SignalLog::SignalLog(IPCClient& client)
 {
     const QMetaObject* meta = client.metaObject();
@@ -78,7 +56,7 @@ Message answer(const std::string& seq, const char* params)
 
 Message cached(IPCClient& client, const std::string& name)
 {
-    QMutexLocker lock(client.mutex());
-    const Message* entry = client.getResponse(name);
-    return entry ? *entry : Message("<none>");
+    Message copy("<none>");
+    client.copyResponse(name, copy);
+    return copy;
 }

@@ -2,34 +2,15 @@
 #define CLIENTPROBE_H
 
 #include "ipcclient.h"
-#include "logger.h"
 
 #include <QMetaMethod>
 #include <QSignalSpy>
 #include <QStringList>
 
 #include <memory>
-#include <mutex>
 #include <vector>
 
 // Test helpers shared by the IPC client suites.
-
-// Collects g_log lines as "<level> <text>" at the given threshold while it lives.
-class LogCapture {
-public:
-    explicit LogCapture(LOG_LEVEL threshold = LOG_DEBUG);
-    ~LogCapture();
-    LogCapture(const LogCapture&) = delete;
-    LogCapture& operator=(const LogCapture&) = delete;
-
-    QStringList lines() const;
-
-private:
-    LOG_LEVEL m_previousLevel;
-    Logger::Sink m_previousSink;
-    mutable std::mutex m_mutex;
-    QStringList m_lines;
-};
 
 // A spy on every signal of one client.
 class SignalLog {

@@ -4,6 +4,7 @@
 #include "clientprobe.h"
 #include "ipcclient.h"
 #include "ipcmanagerqt.h"
+#include "logcapture.h"
 
 #include <QtTest>
 
@@ -51,210 +52,186 @@ class TestIPCClient : public QObject {
     Q_OBJECT
 
 private slots:
-    void init();
+    void init()
+    {
+        qunsetenv("REMOTE_UI");
+        qunsetenv("REMOTE_UI_PASS");
+    }
 
-    void password();
-    void seqRule();
-    void requestOperations();
-    void stateMachine_data();
-    void stateMachine();
-    void answers_data();
-    void answers();
-    void unhandledNamesAreBounded();
-    void notifications_data();
-    void notifications();
+    void password()
+    {
+        const std::pair<const char*, std::string> cases[] = {{nullptr, "velkor"}, {"s3cret pass", "s3cret pass"}, {"", ""}};
+        for (const auto& [value, expected] : cases) {
+            if (value)
+                qputenv("REMOTE_UI_PASS", value);
+            IPCClient client(m_manager);
+            QCOMPARE(client.get_password(), expected);
+        }
+    }
+    void seqRule()
+    {
+        // Request name, the caller's seq, the seq that goes out.
+        const char* const cases[][3] = {{"getPeerList", "", "peerList"}, {"setMetering", "", "metering"},
+                                        {"get", "", ""}, {"loadSettings", "", "loadSettings"},
+                                        {"getPeerList", "mine", "peerList"}};
+        IPCClient client(m_manager);
+        for (const auto& [name, callerSeq, seq] : cases) {
+            Message msg(name);
+            if (*callerSeq)
+                msg.params().set_string("seq", callerSeq);
+            QVERIFY(client.sendRequest(msg));
+            QCOMPARE(msg.params().get_string("seq", "<absent>"), std::string(seq));
+        }
+    }
+    void requestOperations()
+    {
+        // The operation, what goes out (name and params in the text form of Params), and whether the
+        // whole request is written to the debug log.
+        const std::tuple<std::function<void(IPCClient&)>, const char*, const char*, bool> cases[] = {
+            {[](IPCClient& c) { c.requestNetworkList(2); }, "cfgDescribe", "path=netmgr.devices status=raw seq=networkList depth:u=2", true},
+            {[](IPCClient& c) { c.requestNetworkDevice("wlan0", 1); }, "cfgDescribe", "path=netmgr.devices.wlan0 status=raw seq=networkDevice depth:u=1", true},
+            {[](IPCClient& c) { c.requestNetworkPath("netmgr.tunnel", 3); }, "cfgDescribe", "path=netmgr.tunnel status=raw seq=networkDeviceLocation depth:u=3", true},
+            {[](IPCClient& c) { c.requestNetworkDeviceLocation("wlan0", "home"); }, "cfgDescribe", "path=netmgr.devices.wlan0.home status=raw seq=networkDeviceLocation depth:u=0", true},
+            {[](IPCClient& c) { c.requestConfigSetting("netmgr.tunnel.mtu"); }, "cfgDescribe", "path=netmgr.tunnel.mtu seq=configSetting", true},
+            {[](IPCClient& c) { c.requestBraidSettings(); }, "cfgDescribe", "path=netmgr.tunnel seq=braidSettings", true},
+            {[](IPCClient& c) { c.requestTunnelStatus(); }, "cfgGetStatus", "path=netmgr.tunnel seq=statusTunnel", true},
+            {[](IPCClient& c) { c.requestPasswordStatus(); }, "cfgDescribe", "path=netmgr.remote.password seq=pwd", false},
+            {[](IPCClient& c) { c.requestVersion(); }, "getVersion", "seq=version", false},
+        };
+        IPCClient client(m_manager);
+        std::vector<Message> sent;
+        client.setRequestTap([&](const Message& msg) { sent.push_back(msg); });
+        for (const auto& [call, name, params, dumped] : cases) {
+            sent.clear();
+            LogCapture log(LOG_DEBUG);
+            call(client);
+            QCOMPARE(int(sent.size()), 1);
+            QCOMPARE(sent[0].name, std::string(name));
+            QVERIFY2(sent[0].params() == Params(params), params);
+            QCOMPARE(('\n' + log.all()).find('\n' + std::string(name) + ' ') != std::string::npos, dumped);
+        }
+    }
+    void stateMachine_data()
+    {
+        QTest::addColumn<QString>("steps");
+        QTest::addColumn<QString>("trail");
+
+        QTest::newRow("second pwd emits nothing") << "down login pwd pwd" << "1:0 2:0";
+        QTest::newRow("defaulted password") << "login pwd:1" << "1:0 2:1";
+        QTest::newRow("flag change alone emits nothing, travels later") << "login pwd:0 pwd:1 down login" << "1:0 2:0 0:1 1:1";
+        QTest::newRow("update starts and ends") << "login pwd update:1 update:1 update:0" << "1:0 2:0 3:0 2:0";
+        QTest::newRow("update without flag counts as finished") << "login update" << "1:0 2:0";
+    }
+    void stateMachine()
+    {
+        QFETCH(QString, steps);
+        QFETCH(QString, trail);
+
+        IPCClient client(m_manager);
+        QSignalSpy changes(&client, &IPCClient::changedState);
+        for (const QString& step : steps.split(' '))
+            applyStep(client, step);
+        QStringList states;
+        for (const QList<QVariant>& args : changes)
+            states << QStringLiteral("%1:%2").arg(args.at(0).toInt()).arg(int(args.at(1).toBool()));
+        QCOMPARE(states.join(' '), trail);
+    }
+    void answers_data()
+    {
+        QTest::addColumn<QString>("name");
+        QTest::addColumn<QStringList>("fired");
+
+        // name=signals; several signals joined by '+'.
+        const QStringList table = {
+            "peerList=recvPeerList", "profileList=recvProfileList", "addProfile=recvAddProfile",
+            "networkList=recvNetworkList", "networkDevice=recvNetworkDevice",
+            "networkDeviceLocation=recvNetworkDeviceLocation", "configSetting=recvConfigSetting",
+            "braidSettings=recvBraidSettings", "saveOption=recvSaveOption", "codecList=recvCodecList",
+            "currentEncoder=recvCurrentEncoder", "channelOpts=recvChannelOpts", "channelList=recvChannelList",
+            "sysOptions=recvSysOptions", "addPeer=recvAddPeer", "chat=recvChat+recvChatRecord", "version=recvVersion",
+            "setMetering=recvSetMetering", "powerInfo=recvPowerInfo", "loadSettings=recvSettings",
+            "directoryServer=recvDirectoryServer", "sipProxy=recvDirectoryServer", "statusTunnel=recvTunnelStatus",
+            "codeUpdateStatus=recvCodeUpdateStatus+changedState", "pwd=changedState", "metering=", "peerStats="};
+        for (const QString& entry : table) {
+            const QString name = entry.section('=', 0, 0);
+            QTest::newRow(qPrintable(name)) << name << entry.section('=', 1).split('+', Qt::SkipEmptyParts);
+        }
+    }
+    void answers()
+    {
+        QFETCH(QString, name);
+        QFETCH(QStringList, fired);
+
+        Message msg = answer(name.toStdString(), "id:i=-7 on:b=true");
+        msg.add_child("item").params().set_string("label", "Studio A");
+        // A notification of the generic id is dispatched by name like an answer.
+        for (bool asNotification : {false, true}) {
+            IPCClient client(m_manager);
+            SignalLog emitted(client);
+            if (asNotification)
+                feedUnso(client, "unso", msg);
+            else
+                feedAnswer(client, msg);
+            QCOMPARE(emitted.fired(), fired);
+            verifyCarried(emitted, msg, QString());
+            QVERIFY(cached(client, name.toStdString()) == msg);
+        }
+    }
+    // A broken backend sending ever new names: the cache stops growing, and known names still work.
+    void unhandledNamesAreBounded()
+    {
+        IPCClient client(m_manager);
+        for (int i = 0; i < 1000; ++i)
+            feedAnswer(client, answer("unknown" + std::to_string(i), "n:i=1"));
+        QVERIFY(cached(client, "unknown0") == answer("unknown0", "n:i=1"));
+        QVERIFY(cached(client, "unknown255") == answer("unknown255", "n:i=1"));
+        QVERIFY(cached(client, "unknown256") == Message("<none>"));
+        QVERIFY(cached(client, "unknown999") == Message("<none>"));
+        feedAnswer(client, answer("unknown3", "n:i=2"));
+        QVERIFY(cached(client, "unknown3") == answer("unknown3", "n:i=2"));
+        feedAnswer(client, answer("peerList", "n:i=3"));
+        QVERIFY(cached(client, "peerList") == answer("peerList", "n:i=3"));
+    }
+    void notifications_data()
+    {
+        QTest::addColumn<QString>("id");
+        QTest::addColumn<QString>("fired");
+        QTest::addColumn<QString>("cachedAs");
+
+        QTest::newRow("peer_stats, suffix") << "peer_stats:3" << "recvPeerStats" << "peerStats";
+        QTest::newRow("channel_stats") << "channel_stats.1" << "recvChannelStats" << "channelStats";
+        QTest::newRow("tun_conns") << "tun_conns" << "unsoTunConns" << "tunConns";
+        QTest::newRow("tun_stats") << "tun_stats:braid0" << "unsoTunStats" << "tunStats";
+        QTest::newRow("overall device status") << "cfgStatus:netmgr.devices" << "unsoNetmgrOverallStatus" << "";
+        QTest::newRow("one device's status") << "cfgStatus:netmgr.devices.eth0" << "unsoNetmgrStatus" << "";
+        QTest::newRow("device data") << "cfgData:netmgr.devices.wlan0.home" << "unsoNetmgrData" << "";
+        QTest::newRow("tunnel status") << "cfgStatus:netmgr.tunnel" << "unsoTunnelStatus" << "";
+        QTest::newRow("tunnel status is exact") << "cfgStatus:netmgr.tunnel.x" << "" << "";
+        QTest::newRow("wifi scan") << "wifi:wlan0" << "unsoNetmgrWifi" << "";
+        QTest::newRow("wifi without colon") << "wifi" << "" << "";
+        QTest::newRow("prefix in the middle") << "x_peer_stats" << "" << "";
+    }
+    void notifications()
+    {
+        QFETCH(QString, id);
+        QFETCH(QString, fired);
+        QFETCH(QString, cachedAs);
+
+        IPCClient client(m_manager);
+        SignalLog emitted(client);
+        Message msg("stats", Params("rtt:u=120 loss:i=3"));
+        feedUnso(client, id.toStdString(), msg);
+
+        QCOMPARE(emitted.fired(), fired.split(' ', Qt::SkipEmptyParts));
+        verifyCarried(emitted, msg, id);
+        for (const char* key : {"stats", "peerStats", "channelStats", "tunConns", "tunStats"})
+            QCOMPARE(cached(client, key) == msg, cachedAs == key);
+        QVERIFY(!(cached(client, id.toStdString()) == msg));
+    }
 
 private:
     IPCManagerQt m_manager;
 };
-
-void TestIPCClient::init()
-{
-    qunsetenv("REMOTE_UI");
-    qunsetenv("REMOTE_UI_PASS");
-}
-
-void TestIPCClient::password()
-{
-    const std::pair<const char*, std::string> cases[] = {{nullptr, "velkor"}, {"s3cret pass", "s3cret pass"}, {"", ""}};
-    for (const auto& [value, expected] : cases) {
-        if (value)
-            qputenv("REMOTE_UI_PASS", value);
-        IPCClient client(m_manager);
-        QCOMPARE(client.get_password(), expected);
-    }
-}
-
-void TestIPCClient::seqRule()
-{
-    // Request name, the caller's seq, the seq that goes out.
-    const char* const cases[][3] = {{"getPeerList", "", "peerList"}, {"setMetering", "", "metering"},
-                                    {"get", "", ""}, {"loadSettings", "", "loadSettings"},
-                                    {"getPeerList", "mine", "peerList"}};
-    IPCClient client(m_manager);
-    for (const auto& [name, callerSeq, seq] : cases) {
-        Message msg(name);
-        if (*callerSeq)
-            msg.params().set_string("seq", callerSeq);
-        QVERIFY(client.sendRequest(msg));
-        QCOMPARE(msg.params().get_string("seq", "<absent>"), std::string(seq));
-    }
-}
-
-void TestIPCClient::requestOperations()
-{
-    // The operation, what goes out (name and params in the text form of Params), and whether the
-    // whole request is written to the debug log.
-    const std::tuple<std::function<void(IPCClient&)>, const char*, const char*, bool> cases[] = {
-        {[](IPCClient& c) { c.requestNetworkList(2); }, "cfgDescribe", "path=netmgr.devices status=raw seq=networkList depth:u=2", true},
-        {[](IPCClient& c) { c.requestNetworkDevice("wlan0", 1); }, "cfgDescribe", "path=netmgr.devices.wlan0 status=raw seq=networkDevice depth:u=1", true},
-        {[](IPCClient& c) { c.requestNetworkPath("netmgr.tunnel", 3); }, "cfgDescribe", "path=netmgr.tunnel status=raw seq=networkDeviceLocation depth:u=3", true},
-        {[](IPCClient& c) { c.requestNetworkDeviceLocation("wlan0", "home"); }, "cfgDescribe", "path=netmgr.devices.wlan0.home status=raw seq=networkDeviceLocation depth:u=0", true},
-        {[](IPCClient& c) { c.requestConfigSetting("netmgr.tunnel.mtu"); }, "cfgDescribe", "path=netmgr.tunnel.mtu seq=configSetting", true},
-        {[](IPCClient& c) { c.requestBraidSettings(); }, "cfgDescribe", "path=netmgr.tunnel seq=braidSettings", true},
-        {[](IPCClient& c) { c.requestTunnelStatus(); }, "cfgGetStatus", "path=netmgr.tunnel seq=statusTunnel", true},
-        {[](IPCClient& c) { c.requestPasswordStatus(); }, "cfgDescribe", "path=netmgr.remote.password seq=pwd", false},
-        {[](IPCClient& c) { c.requestVersion(); }, "getVersion", "seq=version", false},
-    };
-    IPCClient client(m_manager);
-    std::vector<Message> sent;
-    client.setRequestTap([&](const Message& msg) { sent.push_back(msg); });
-    for (const auto& [call, name, params, dumped] : cases) {
-        sent.clear();
-        LogCapture log;
-        call(client);
-        QCOMPARE(int(sent.size()), 1);
-        QCOMPARE(sent[0].name, std::string(name));
-        QVERIFY2(sent[0].params() == Params(params), params);
-        const QString dump = QStringLiteral("6 %1 ").arg(QString::fromLatin1(name));
-        const QStringList lines = log.lines();
-        QCOMPARE(std::any_of(lines.begin(), lines.end(), [&](const QString& line) { return line.startsWith(dump); }), dumped);
-    }
-}
-
-void TestIPCClient::stateMachine_data()
-{
-    QTest::addColumn<QString>("steps");
-    QTest::addColumn<QString>("trail");
-
-    QTest::newRow("second pwd emits nothing") << "down login pwd pwd" << "1:0 2:0";
-    QTest::newRow("defaulted password") << "login pwd:1" << "1:0 2:1";
-    QTest::newRow("flag change alone emits nothing, travels later") << "login pwd:0 pwd:1 down login" << "1:0 2:0 0:1 1:1";
-    QTest::newRow("update starts and ends") << "login pwd update:1 update:1 update:0" << "1:0 2:0 3:0 2:0";
-    QTest::newRow("update without flag counts as finished") << "login update" << "1:0 2:0";
-}
-
-void TestIPCClient::stateMachine()
-{
-    QFETCH(QString, steps);
-    QFETCH(QString, trail);
-
-    IPCClient client(m_manager);
-    QSignalSpy changes(&client, &IPCClient::changedState);
-    for (const QString& step : steps.split(' '))
-        applyStep(client, step);
-    QStringList states;
-    for (const QList<QVariant>& args : changes)
-        states << QStringLiteral("%1:%2").arg(args.at(0).toInt()).arg(int(args.at(1).toBool()));
-    QCOMPARE(states.join(' '), trail);
-}
-
-void TestIPCClient::answers_data()
-{
-    QTest::addColumn<QString>("name");
-    QTest::addColumn<QStringList>("fired");
-
-    // name=signals; several signals joined by '+'.
-    const QStringList table = {
-        "peerList=recvPeerList", "profileList=recvProfileList", "addProfile=recvAddProfile",
-        "networkList=recvNetworkList", "networkDevice=recvNetworkDevice",
-        "networkDeviceLocation=recvNetworkDeviceLocation", "configSetting=recvConfigSetting",
-        "braidSettings=recvBraidSettings", "saveOption=recvSaveOption", "codecList=recvCodecList",
-        "currentEncoder=recvCurrentEncoder", "channelOpts=recvChannelOpts", "channelList=recvChannelList",
-        "sysOptions=recvSysOptions", "addPeer=recvAddPeer", "chat=recvChat+recvChatRecord", "version=recvVersion",
-        "setMetering=recvSetMetering", "powerInfo=recvPowerInfo", "loadSettings=recvSettings",
-        "directoryServer=recvDirectoryServer", "sipProxy=recvDirectoryServer", "statusTunnel=recvTunnelStatus",
-        "codeUpdateStatus=recvCodeUpdateStatus+changedState", "pwd=changedState", "metering=", "peerStats="};
-    for (const QString& entry : table) {
-        const QString name = entry.section('=', 0, 0);
-        QTest::newRow(qPrintable(name)) << name << entry.section('=', 1).split('+', Qt::SkipEmptyParts);
-    }
-}
-
-void TestIPCClient::answers()
-{
-    QFETCH(QString, name);
-    QFETCH(QStringList, fired);
-
-    Message msg = answer(name.toStdString(), "id:i=-7 on:b=true");
-    msg.add_child("item").params().set_string("label", "Studio A");
-    // A notification of the generic id is dispatched by name like an answer.
-    for (bool asNotification : {false, true}) {
-        IPCClient client(m_manager);
-        SignalLog emitted(client);
-        if (asNotification)
-            feedUnso(client, "unso", msg);
-        else
-            feedAnswer(client, msg);
-        QCOMPARE(emitted.fired(), fired);
-        verifyCarried(emitted, msg, QString());
-        QVERIFY(cached(client, name.toStdString()) == msg);
-    }
-}
-
-// A broken backend sending ever new names: the cache stops growing, and known names still work.
-void TestIPCClient::unhandledNamesAreBounded()
-{
-    IPCClient client(m_manager);
-    for (int i = 0; i < 1000; ++i)
-        feedAnswer(client, answer("unknown" + std::to_string(i), "n:i=1"));
-    QVERIFY(cached(client, "unknown0") == answer("unknown0", "n:i=1"));
-    QVERIFY(cached(client, "unknown255") == answer("unknown255", "n:i=1"));
-    QVERIFY(cached(client, "unknown256") == Message("<none>"));
-    QVERIFY(cached(client, "unknown999") == Message("<none>"));
-    feedAnswer(client, answer("unknown3", "n:i=2"));
-    QVERIFY(cached(client, "unknown3") == answer("unknown3", "n:i=2"));
-    feedAnswer(client, answer("peerList", "n:i=3"));
-    QVERIFY(cached(client, "peerList") == answer("peerList", "n:i=3"));
-}
-
-void TestIPCClient::notifications_data()
-{
-    QTest::addColumn<QString>("id");
-    QTest::addColumn<QString>("fired");
-    QTest::addColumn<QString>("cachedAs");
-
-    QTest::newRow("peer_stats, suffix") << "peer_stats:3" << "recvPeerStats" << "peerStats";
-    QTest::newRow("channel_stats") << "channel_stats.1" << "recvChannelStats" << "channelStats";
-    QTest::newRow("tun_conns") << "tun_conns" << "unsoTunConns" << "tunConns";
-    QTest::newRow("tun_stats") << "tun_stats:braid0" << "unsoTunStats" << "tunStats";
-    QTest::newRow("overall device status") << "cfgStatus:netmgr.devices" << "unsoNetmgrOverallStatus" << "";
-    QTest::newRow("one device's status") << "cfgStatus:netmgr.devices.eth0" << "unsoNetmgrStatus" << "";
-    QTest::newRow("device data") << "cfgData:netmgr.devices.wlan0.home" << "unsoNetmgrData" << "";
-    QTest::newRow("tunnel status") << "cfgStatus:netmgr.tunnel" << "unsoTunnelStatus" << "";
-    QTest::newRow("tunnel status is exact") << "cfgStatus:netmgr.tunnel.x" << "" << "";
-    QTest::newRow("wifi scan") << "wifi:wlan0" << "unsoNetmgrWifi" << "";
-    QTest::newRow("wifi without colon") << "wifi" << "" << "";
-    QTest::newRow("prefix in the middle") << "x_peer_stats" << "" << "";
-}
-
-void TestIPCClient::notifications()
-{
-    QFETCH(QString, id);
-    QFETCH(QString, fired);
-    QFETCH(QString, cachedAs);
-
-    IPCClient client(m_manager);
-    SignalLog emitted(client);
-    Message msg("stats", Params("rtt:u=120 loss:i=3"));
-    feedUnso(client, id.toStdString(), msg);
-
-    QCOMPARE(emitted.fired(), fired.split(' ', Qt::SkipEmptyParts));
-    verifyCarried(emitted, msg, id);
-    for (const char* key : {"stats", "peerStats", "channelStats", "tunConns", "tunStats"})
-        QCOMPARE(cached(client, key) == msg, cachedAs == key);
-    QVERIFY(!(cached(client, id.toStdString()) == msg));
-}
 
 QTEST_GUILESS_MAIN(TestIPCClient)
 #include "test_ipcclient.moc"

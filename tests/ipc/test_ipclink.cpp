@@ -4,6 +4,7 @@
 #include "clientprobe.h"
 #include "ipcclient.h"
 #include "ipcmanagerqt.h"
+#include "loginburst.h"
 #include "testserver.h"
 
 #include <QMetaMethod>
@@ -82,22 +83,13 @@ QStringList describe(const std::vector<Message>& messages)
     return texts;
 }
 
-// "name k=v ..." texts as the client would send them.
 QStringList describe(const QStringList& requests)
 {
     std::vector<Message> messages;
     for (const QString& text : requests)
-        messages.emplace_back(text.section(' ', 0, 0).toStdString(), Params(text.section(' ', 1).toLatin1().constData()));
+        messages.push_back(loginRequest(text));
     return describe(messages);
 }
-
-const QStringList kLoginBurst = {
-    "loadSettings seq=loadSettings", "cfgDescribe path=netmgr.devices status=raw seq=networkList depth:u=2",
-    "getProfileList seq=profileList", "getCodecList seq=codecList", "getDirectoryServer seq=directoryServer",
-    "getPeerList seq=peerList", "getSysOptions seq=sysOptions", "getPowerInfo seq=powerInfo",
-    "getChannelList seq=channelList", "getChannelOpts seq=channelOpts",
-    "cfgGetStatus path=netmgr.tunnel seq=statusTunnel", "getVersion seq=version",
-    "cfgDescribe path=netmgr.remote.password seq=pwd"};
 
 } // namespace
 
@@ -105,59 +97,57 @@ class TestIPCLink : public QObject {
     Q_OBJECT
 
 private slots:
-    void lifecycle();
-};
+    // Login to ready, a reconnection, then requests under REMOTE_UI. Only the first session gets answers:
+    // after the reconnection the cache must still serve them.
+    void lifecycle()
+    {
+        qunsetenv("REMOTE_UI");
+        qunsetenv("REMOTE_UI_PASS");
+        Link link;
+        link.server.set_handler([](TestServer& backend, const IPCSessionInfo& session, const Message& msg) {
+            Message reply = answer(msg.params().get_string("seq", ""), "session:i=1");
+            if (reply.name == "pwd")
+                reply.add_child("option").params().set_bool("defaulted", true);
+            if (backend.logins() == 1)
+                backend.send_response(session.id, reply);
+        });
+        ArrivalLog arrivals(link.client);
+        link.start();
 
-// Login to ready, a reconnection, then requests under REMOTE_UI. Only the first session gets answers:
-// after the reconnection the cache must still serve them.
-void TestIPCLink::lifecycle()
-{
-    qunsetenv("REMOTE_UI");
-    qunsetenv("REMOTE_UI_PASS");
-    Link link;
-    link.server.set_handler([](TestServer& backend, const IPCSessionInfo& session, const Message& msg) {
-        Message reply = answer(msg.params().get_string("seq", ""), "session:i=1");
-        if (reply.name == "pwd")
-            reply.add_child("option").params().set_bool("defaulted", true);
-        if (backend.logins() == 1)
-            backend.send_response(session.id, reply);
-    });
-    ArrivalLog arrivals(link.client);
-    link.start();
+        QTRY_COMPARE(arrivals.states, (QStringList{"1:0", "2:1"}));
+        QCOMPARE(arrivals.names, (QStringList{"changedState", "recvSettings", "recvNetworkList", "recvProfileList",
+                                              "recvCodecList", "recvDirectoryServer", "recvPeerList", "recvSysOptions",
+                                              "recvPowerInfo", "recvChannelList", "recvChannelOpts", "recvTunnelStatus",
+                                              "recvVersion", "changedState"}));
+        QVERIFY(arrivals.allOnOwnThread);
+        QCOMPARE(describe(link.server.commands()), describe(kLoginBurst));
+        const std::vector<std::string> subscriptions = {
+            "peer_stats", "channel_stats", "tun_conns", "tun_stats", "power", "cfgData:netmgr.devices.*",
+            "cfgStatus:netmgr.devices", "cfgStatus:netmgr.devices.*", "cfgStatus:netmgr.tunnel", "wifi:*"};
+        QCOMPARE(link.server.sessions().at(0).subscriptions, subscriptions);
+        const Message peers = cached(link.client, "peerList");
+        QCOMPARE(peers.params().get_int("session", 0), 1);
 
-    QTRY_COMPARE(arrivals.states, (QStringList{"1:0", "2:1"}));
-    QCOMPARE(arrivals.names, (QStringList{"changedState", "recvSettings", "recvNetworkList", "recvProfileList",
-                                          "recvCodecList", "recvDirectoryServer", "recvPeerList", "recvSysOptions",
-                                          "recvPowerInfo", "recvChannelList", "recvChannelOpts", "recvTunnelStatus",
-                                          "recvVersion", "changedState"}));
-    QVERIFY(arrivals.allOnOwnThread);
-    QCOMPARE(describe(link.server.commands()), describe(kLoginBurst));
-    const std::vector<std::string> subscriptions = {
-        "peer_stats", "channel_stats", "tun_conns", "tun_stats", "power", "cfgData:netmgr.devices.*",
-        "cfgStatus:netmgr.devices", "cfgStatus:netmgr.devices.*", "cfgStatus:netmgr.tunnel", "wifi:*"};
-    QCOMPARE(link.server.sessions().at(0).subscriptions, subscriptions);
-    const Message peers = cached(link.client, "peerList");
-    QCOMPARE(peers.params().get_int("session", 0), 1);
+        link.server.drop_sessions();
+        QTRY_COMPARE(arrivals.states, (QStringList{"1:0", "2:1", "0:1", "1:1"}));
+        QCOMPARE(describe(link.commandsFrom(kLoginBurst.size(), kLoginBurst.size())), describe(kLoginBurst));
+        QVERIFY(cached(link.client, "peerList") == peers);
 
-    link.server.drop_sessions();
-    QTRY_COMPARE(arrivals.states, (QStringList{"1:0", "2:1", "0:1", "1:1"}));
-    QCOMPARE(describe(link.commandsFrom(kLoginBurst.size(), kLoginBurst.size())), describe(kLoginBurst));
-    QVERIFY(cached(link.client, "peerList") == peers);
-
-    // Requests keep their order, so once the marker is in, every request before it is in or never comes.
-    Message local("setMetering");
-    QVERIFY(link.client.sendRequest(local));
-    qputenv("REMOTE_UI", "unit.example");
-    for (const char* name : {"setMetering", "getPeerList", "setMeteringMode"}) {
-        Message candidate(name);
-        QVERIFY(link.client.sendRequest(candidate));
+        // Requests keep their order, so once the marker is in, every request before it is in or never comes.
+        Message local("setMetering");
+        QVERIFY(link.client.sendRequest(local));
+        qputenv("REMOTE_UI", "unit.example");
+        for (const char* name : {"setMetering", "getPeerList", "setMeteringMode"}) {
+            Message candidate(name);
+            QVERIFY(link.client.sendRequest(candidate));
+        }
+        link.client.sendRaw(Message("marker"));
+        QStringList names;
+        for (const Message& msg : link.commandsFrom(2 * kLoginBurst.size(), 4))
+            names << QString::fromStdString(msg.name);
+        QCOMPARE(names, (QStringList{"setMetering", "getPeerList", "setMeteringMode", "marker"}));
     }
-    link.client.sendRaw(Message("marker"));
-    QStringList names;
-    for (const Message& msg : link.commandsFrom(2 * kLoginBurst.size(), 4))
-        names << QString::fromStdString(msg.name);
-    QCOMPARE(names, (QStringList{"setMetering", "getPeerList", "setMeteringMode", "marker"}));
-}
+};
 
 
 QTEST_GUILESS_MAIN(TestIPCLink)

@@ -25,44 +25,38 @@ class TestIPCManagerQt : public QObject {
     Q_OBJECT
 
 private slots:
-    void libraryLockIsTheRecursiveQtMutex();
-    void loopRunsOnTheManagerThread();
-    void destroyedWhileRunning();
-};
-
-void TestIPCManagerQt::libraryLockIsTheRecursiveQtMutex()
-{
-    IPCManagerQt manager;
-    manager.get_mutex()->lock();
-    QVERIFY(manager.mutex()->tryLock());
-    manager.mutex()->unlock();
-    QVERIFY(!lockableFromAnotherThread(manager.mutex()));
-    manager.get_mutex()->unlock();
-    QVERIFY(lockableFromAnotherThread(manager.mutex()));
-}
-
-void TestIPCManagerQt::loopRunsOnTheManagerThread()
-{
-    IPCManagerQt manager;
-    std::atomic<QThread*> ranOn{nullptr};
+    void libraryLockIsTheRecursiveQtMutex()
     {
-        QMutexLocker lock(manager.mutex());
-        manager.schedule(std::chrono::milliseconds(0), [&] { ranOn = QThread::currentThread(); });
-    }
-    manager.start(QThread::InheritPriority);
-    QTRY_COMPARE(ranOn.load(), static_cast<QThread*>(&manager));
-}
-
-void TestIPCManagerQt::destroyedWhileRunning()
-{
-    // Once running, and before the loop has been entered.
-    for (const bool waitForLoop : {true, false}) {
         IPCManagerQt manager;
-        manager.start();
-        if (waitForLoop)
-            QTRY_VERIFY(manager.isRunning());
+        manager.get_mutex()->lock();
+        QVERIFY(manager.mutex()->tryLock());
+        manager.mutex()->unlock();
+        QVERIFY(!lockableFromAnotherThread(manager.mutex()));
+        manager.get_mutex()->unlock();
+        QVERIFY(lockableFromAnotherThread(manager.mutex()));
     }
-}
+    void loopRunsOnTheManagerThread()
+    {
+        IPCManagerQt manager;
+        std::atomic<QThread*> ranOn{nullptr};
+        {
+            QMutexLocker lock(manager.mutex());
+            manager.schedule(std::chrono::milliseconds(0), [&] { ranOn = QThread::currentThread(); });
+        }
+        manager.start(QThread::InheritPriority);
+        QTRY_COMPARE(ranOn.load(), static_cast<QThread*>(&manager));
+    }
+    void destroyedWhileRunning()
+    {
+        // Once running, and before the loop has been entered.
+        for (const bool waitForLoop : {true, false}) {
+            IPCManagerQt manager;
+            manager.start();
+            if (waitForLoop)
+                QTRY_VERIFY(manager.isRunning());
+        }
+    }
+};
 
 QTEST_GUILESS_MAIN(TestIPCManagerQt)
 #include "test_ipcmanagerqt.moc"

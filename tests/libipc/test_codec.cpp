@@ -1,4 +1,5 @@
 #include "codec.h"
+#include "utf8.h"
 
 #include <gtest/gtest.h>
 
@@ -215,9 +216,20 @@ TEST(Frame, PrefixesTheBigEndianLengthAndPeekChecksTheLimit)
                                                          {bytes({0, 0x80, 0, 1}), FrameStatus::TooLarge}};
     for (const auto& [buffer, status] : cases)
         EXPECT_EQ(peek_frame(buffer.data(), buffer.size(), payloadSize), status) << buffer.size();
-    const std::string complete = bytes({0, 0, 0, 1, 'a', 0, 0});
+    const std::string complete = bytes({0, 0, 0, 1, 'a'});
     EXPECT_EQ(peek_frame(complete.data(), complete.size(), payloadSize), FrameStatus::Complete);
     EXPECT_EQ(payloadSize, 1u);
+}
+
+TEST(Encoding, NamesParseBackAndUnknownOnesAreRefused)
+{
+    for (const Encoding encoding : {Encoding::Compact, Encoding::Xmls}) {
+        Encoding parsed = encoding == Encoding::Compact ? Encoding::Xmls : Encoding::Compact;
+        EXPECT_TRUE(parse_encoding(encoding_name(encoding), parsed));
+        EXPECT_EQ(parsed, encoding);
+    }
+    Encoding parsed;
+    EXPECT_FALSE(parse_encoding("json", parsed));
 }
 
 TEST(PatternMatches, StarSuffixMatchesPrefixElseExact)
@@ -227,6 +239,18 @@ TEST(PatternMatches, StarSuffixMatchesPrefixElseExact)
         {"*", "", true}, {"a*b", "axb", false}};
     for (const auto& [pattern, identifier, matches] : cases)
         EXPECT_EQ(pattern_matches(pattern, identifier), matches) << pattern << " vs " << identifier;
+}
+
+TEST(Utf8, AcceptsWellFormedTextOnlyAndAsksAboutEveryCodePoint)
+{
+    const std::pair<std::string, bool> cases[] = {
+        {""s, true}, {"\0a"s, true}, {"\xc3\xa9\xe2\x82\xac\xf0\x9f\x8e\x99"s, true}, {"\xf4\x8f\xbf\xbf"s, true},
+        {"\xf4\x90\x80\x80"s, false}, {"\xc0\x80"s, false}, {"\xe0\x9f\xbf"s, false}, {"\xf0\x8f\xbf\xbf"s, false},
+        {"\xed\xa0\x80"s, false}, {"\xe2\x82"s, false}, {"\xe2\x28\xa1"s, false}, {"\xf8\x88\x80\x80\x80"s, false},
+        {"\x80"s, false}};
+    for (const auto& [text, valid] : cases)
+        EXPECT_EQ(utf8_all_of(text, [](char32_t) { return true; }), valid) << testing::PrintToString(text);
+    EXPECT_FALSE(utf8_all_of("ab", [](char32_t c) { return c != 'b'; }));
 }
 
 } // namespace

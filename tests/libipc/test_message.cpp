@@ -178,4 +178,22 @@ TEST(Message, CopiesAreDeepAndAnyChangeAnywhereMakesThemUnequal)
     }
 }
 
+// One line per node, indented by depth, quoted so that no value can break its line.
+TEST(Message, DumpsOneLinePerNodeWithEveryByteVisibleAndOnlyAtAnEnabledLevel)
+{
+    Message root("peer");
+    root.params().set_string("name", std::string("a \"b\"\\\x01\x7f~ \x1f ", 12));
+    root.params().set_int("id", -3);
+    root.add_child("stats").params().set_bool("up", true);
+    const std::string expected = R"(  peer id:i=-3 name:s="a \"b\"\\\x01\x7f~ \x1f "
+    stats up:b=true
+)";
+    EXPECT_EQ(root.dump_text(1), expected);
+    LogCapture log(LOG_VERBOSE);
+    root._dump(LOG_DEBUG, 0, 1);
+    EXPECT_EQ(log.lineCount(), 0u);
+    root._dump(LOG_VERBOSE, 0, 1);
+    EXPECT_EQ(log.all(), expected);
+}
+
 } // namespace

@@ -1,7 +1,9 @@
 #include "codec.h"
 #include "ipcendpoint.h"
 #include "ipcserverlink.h"
+#include "knownunits.h"
 #include "logcapture.h"
+#include "netutil.h"
 #include "login.h"
 #include "tcprelay.h"
 #include "temporarydirectory.h"
@@ -11,24 +13,24 @@
 
 #include <gtest/gtest.h>
 
-#include <arpa/inet.h>
 #include <dlfcn.h>
 #include <netdb.h>
-#include <netinet/in.h>
 #include <poll.h>
 #include <sys/socket.h>
+#include <sys/stat.h>
 #include <sys/un.h>
 #include <unistd.h>
 
 #include <atomic>
 #include <condition_variable>
 #include <cstring>
+#include <filesystem>
 #include <fstream>
 #include <functional>
 #include <memory>
 #include <mutex>
 #include <regex>
-#include <sstream>
+#include <iterator>
 #include <string>
 #include <thread>
 #include <tuple>
@@ -39,47 +41,21 @@ using namespace std::chrono_literals;
 namespace {
 
 // The name server as these tests see it: kSlowHost is answered, as the loopback address, only
-// once the test releases it; every other name goes to the real resolver.
+// once the test stops holding it; every other name goes to the real resolver.
 const char* const kSlowHost = "slow.unit.test";
+struct {
+    std::mutex mutex;
+    std::condition_variable changed;
+    bool held = false;
+    bool asked = false;
+} g_nameServer;
 
-class SlowNameServer {
-public:
-    static SlowNameServer& instance()
-    {
-        static SlowNameServer server;
-        return server;
-    }
-    void hold()
-    {
-        std::lock_guard<std::mutex> lock(m_mutex);
-        m_held = true;
-        m_asked = false;
-    }
-    void release()
-    {
-        std::lock_guard<std::mutex> lock(m_mutex);
-        m_held = false;
-        m_changed.notify_all();
-    }
-    bool wait_asked()
-    {
-        std::unique_lock<std::mutex> lock(m_mutex);
-        return m_changed.wait_for(lock, 10s, [this] { return m_asked; });
-    }
-    void answer_when_released()
-    {
-        std::unique_lock<std::mutex> lock(m_mutex);
-        m_asked = true;
-        m_changed.notify_all();
-        m_changed.wait(lock, [this] { return !m_held; });
-    }
-
-private:
-    std::mutex m_mutex;
-    std::condition_variable m_changed;
-    bool m_held = false;
-    bool m_asked = false;
-};
+void hold_name_server(bool held)
+{
+    std::lock_guard<std::mutex> lock(g_nameServer.mutex);
+    g_nameServer.held = held;
+    g_nameServer.changed.notify_all();
+}
 
 } // namespace
 
@@ -88,7 +64,10 @@ extern "C" int getaddrinfo(const char* node, const char* service, const addrinfo
     using Resolver = int (*)(const char*, const char*, const addrinfo*, addrinfo**);
     static const auto next = reinterpret_cast<Resolver>(dlsym(RTLD_NEXT, "getaddrinfo"));
     if (node && std::strcmp(node, kSlowHost) == 0) {
-        SlowNameServer::instance().answer_when_released();
+        std::unique_lock<std::mutex> lock(g_nameServer.mutex);
+        g_nameServer.asked = true;
+        g_nameServer.changed.notify_all();
+        g_nameServer.changed.wait(lock, [] { return !g_nameServer.held; });
         node = "127.0.0.1";
     }
     return next(node, service, hints, res);
@@ -152,7 +131,13 @@ public:
     std::string get_password() override { return m_password; }
     int retry_interval() const override { return 1; }
     void process_response(const Message& msg) override { m_events.responses.push_back(msg); }
-    void process_unso_id(const std::string& id, const Message& msg) override { m_events.notifications.emplace_back(id, msg); }
+    // The library's own process_unso_id passes the message on to process_unso.
+    void process_unso_id(const std::string& id, const Message& msg) override
+    {
+        m_events.notifications.emplace_back(id, Message());
+        IPCEndpointClient::process_unso_id(id, msg);
+    }
+    void process_unso(const Message& msg) override { m_events.notifications.back().second = msg; }
 
 private:
     TemporaryDirectory m_configuration;
@@ -231,13 +216,12 @@ private:
     bool m_closed = false;
 };
 
-// Logs a raw connection in as "user" the way a client would.
-bool raw_login(RawConnection& raw, ipc::Encoding encoding)
+// Logs a raw connection in as "user" the way a client would, reading the challenge unless given.
+bool raw_login(RawConnection& raw, ipc::Encoding encoding, Message challenge = Message())
 {
-    Message challenge;
     Message result;
     std::string mac;
-    if (!raw.receive(encoding, challenge) || challenge.name != ipc::envelope::kChallenge
+    if ((challenge.name.empty() && !raw.receive(encoding, challenge)) || challenge.name != ipc::envelope::kChallenge
         || !ipc::login::compute_mac(ipc::login::Role::Client, challenge.params().get_string("nonce", ""), "",
                                     kPassword, mac))
         return false;
@@ -253,19 +237,42 @@ void echo_answer(TestServer& server, const IPCSessionInfo& session, const Messag
     server.send_response(session.id, answer);
 }
 
+// Every test ends with the descriptors it started with: sockets, listeners, timers, lookups and
+// TLS sessions are all closed.
+class NoLeaks : public ::testing::Test {
+protected:
+    static long open_descriptors()
+    {
+        return std::distance(std::filesystem::directory_iterator("/proc/self/fd"), std::filesystem::directory_iterator());
+    }
+    void TearDown() override
+    {
+        // A finished lookup's thread lets go of its descriptor a moment after it answers.
+        for (int i = 0; i < 500 && open_descriptors() != m_before; ++i)
+            std::this_thread::sleep_for(2ms);
+        EXPECT_EQ(open_descriptors(), m_before);
+    }
+
+private:
+    const long m_before = open_descriptors();
+};
+using Server = NoLeaks;
+using Client = NoLeaks;
+using RemoteMode = NoLeaks;
+
 } // namespace
 
-class ServerSide : public ::testing::TestWithParam<ipc::Encoding> {};
-
-TEST_P(ServerSide, LoginAndSubscriptionsAgainAfterAReconnectionWrongPasswordRefused)
+// Subscriptions are sent at every login; a refused client closes and tries again after
+// retry_interval() while the other session is untouched.
+TEST_F(Server, LoginAndSubscriptionsAgainAfterAReconnectionWrongPasswordRefused)
 {
     const SocketAddr address(TestServer::unique_local_address(), 0);
     TestServer server(kPassword);
-    ASSERT_TRUE(server.listen(ipc::encoding_name(GetParam()), address));
+    ASSERT_TRUE(server.listen("compact", address));
     TestClient client(kPassword);
     // Made before the link exists: sent at every login.
     client.subscribe_unso("wifi:*", 0);
-    ASSERT_TRUE(client.start(GetParam(), address));
+    ASSERT_TRUE(client.start(ipc::Encoding::Compact, address));
     ASSERT_TRUE(client.wait_until([](const TestClient::Events& e) { return e.logins == 1; }));
     // Made while logged in: sent at once.
     client.subscribe_unso("netmgr", 0);
@@ -274,29 +281,34 @@ TEST_P(ServerSide, LoginAndSubscriptionsAgainAfterAReconnectionWrongPasswordRefu
 
     for (const auto& [id, reached] : {std::pair{"wifi:wlan0", 1u}, {"wifi", 0u}, {"netmgr", 1u}, {"netmgr.devices", 0u}})
         EXPECT_EQ(server.push_unso(id, Message("status", Params((std::string("for=") + id).c_str()))), reached) << id;
-    ASSERT_TRUE(client.wait_until([](const TestClient::Events& e) { return e.notifications.size() >= 2; }));
+    const unsigned int session = server.sessions()[0].id;
+    EXPECT_TRUE(server.push_unso_to(session, "netmgr", Message("status", Params("for=session"))));
+    EXPECT_FALSE(server.push_unso_to(session, "wifi", Message("status")));
+    EXPECT_FALSE(server.push_unso_to(session + 1, "netmgr", Message("status")));
+    ASSERT_TRUE(client.wait_until([](const TestClient::Events& e) { return e.notifications.size() >= 3; }));
     const TestClient::Events events = client.events();
-    ASSERT_EQ(events.notifications.size(), 2u);
+    ASSERT_EQ(events.notifications.size(), 3u);
     EXPECT_EQ(events.notifications[0].first, "wifi:wlan0");
     EXPECT_EQ(events.notifications[1].second.params().get_string("for", ""), "netmgr");
+    EXPECT_EQ(events.notifications[2].second.params().get_string("for", ""), "session");
 
+    LogCapture log;
+    TestClient intruder("velkor");
+    ASSERT_TRUE(intruder.start(ipc::Encoding::Compact, address));
     server.drop_sessions();
+    ASSERT_TRUE(intruder.wait_until([](const TestClient::Events& e) { return e.authFailures >= 2; }));
     ASSERT_TRUE(client.wait_until([](const TestClient::Events& e) { return e.logins == 2; }));
     ASSERT_TRUE(server.wait_until(subscribed));
     EXPECT_EQ(server.push_unso("wifi:wlan1", Message("status")), 1u);
     EXPECT_EQ(client.events().connectionChanges, (std::vector<bool>{true, false, true}));
-
-    // Refused, a client closes and tries again after retry_interval(); the other session is untouched.
-    LogCapture log;
-    TestClient intruder("velkor");
-    ASSERT_TRUE(intruder.start(GetParam(), address));
-    ASSERT_TRUE(intruder.wait_until([](const TestClient::Events& e) { return e.authFailures >= 2; }));
     EXPECT_EQ(intruder.events().logins, 0);
     EXPECT_FALSE(intruder.send_command(Message("getVersion")));
     EXPECT_TRUE(log.wait_for_error("login refused for user \"user\""));
     EXPECT_EQ(server.logins(), 2u);
-    EXPECT_EQ(server.push_unso("netmgr", Message("status")), 1u);
+    EXPECT_EQ(server.logouts(), 1u);
 }
+
+class ServerSide : public NoLeaks, public ::testing::WithParamInterface<ipc::Encoding> {};
 
 // A raw peer that skips the login or misbehaves after it; its connection alone is closed, with a reason.
 TEST_P(ServerSide, CommandBeforeLoginOrMalformedInputClosesOnlyThatConnectionWithALoggedError)
@@ -309,11 +321,15 @@ TEST_P(ServerSide, CommandBeforeLoginOrMalformedInputClosesOnlyThatConnectionWit
     const std::string command = ipc::frame(ipc::encode(encoding, Message(ipc::envelope::kCommand, Params("seq=x"))));
     const std::tuple<std::string, const char*, bool> cases[] = {
         {command, "\"command\" before login; connection closed", false},
+        {ipc::frame(ipc::encode(encoding, Message(ipc::envelope::kLogin, Params("user=user mac=00")))),
+         "login refused for user \"user\"", false},
         {std::string("\x00\x00\x04\x01", 4) + std::string(1025, 'x'), "frame larger than 1024 bytes", false},
         {ipc::frame("\xff\x01<not a message>\x80\x00"), "undecodable frame", true},
         {std::string("\x7f\xff\xff\xf0", 4) + "tail", "frame larger than", true},
         {command.substr(0, command.size() - 3), "closed by peer inside a frame", true},
-        {ipc::frame(ipc::encode(encoding, deep)), "undecodable frame", true}};
+        {ipc::frame(ipc::encode(encoding, deep)), "undecodable frame", true},
+        {ipc::frame(ipc::encode(encoding, Message(ipc::envelope::kSubscribe))), "malformed \"subscribe\" envelope", true},
+        {command, "malformed \"command\" envelope", true}};
 
     const std::string name = TestServer::unique_local_address();
     TestServer server(kPassword);
@@ -340,16 +356,19 @@ TEST_P(ServerSide, CommandBeforeLoginOrMalformedInputClosesOnlyThatConnectionWit
     EXPECT_EQ(client.events().connectionChanges, std::vector<bool>{true});
 }
 
-TEST_P(ServerSide, ReaderThatFallsTooFarBehindIsCutOff)
+TEST_F(Server, ReaderThatFallsTooFarBehindIsCutOff)
 {
     LogCapture log;
     const std::string name = TestServer::unique_local_address();
     TestServer server(kPassword);
-    ASSERT_TRUE(server.listen(ipc::encoding_name(GetParam()), SocketAddr(name, 0)));
+    ASSERT_TRUE(server.listen("compact", SocketAddr(name, 0)));
     RawConnection raw(local_socket(name, false));
-    ASSERT_TRUE(raw_login(raw, GetParam()));
-    raw.send(GetParam(), Message(ipc::envelope::kSubscribe, Params("pattern=bulk")));
-    ASSERT_TRUE(server.wait_until([&] { return server.sessions().at(0).subscriptions.size() == 1; }));
+    ASSERT_TRUE(raw_login(raw, ipc::Encoding::Compact));
+    // A pattern given twice is kept once.
+    for (const char* pattern : {"pattern=bulk", "pattern=bulk", "pattern=last"})
+        raw.send(ipc::Encoding::Compact, Message(ipc::envelope::kSubscribe, Params(pattern)));
+    ASSERT_TRUE(server.wait_until([&] { return server.sessions().at(0).subscriptions.size() == 2; }));
+    EXPECT_EQ(server.sessions().at(0).subscriptions, (std::vector<std::string>{"bulk", "last"}));
 
     // The raw peer never reads; a megabyte at a time overflows the output queue.
     const Message bulk("bulk", Params(("data=" + std::string(1 << 20, 'x')).c_str()));
@@ -365,13 +384,11 @@ TEST_P(ServerSide, ReaderThatFallsTooFarBehindIsCutOff)
 INSTANTIATE_TEST_SUITE_P(Encodings, ServerSide, ::testing::Values(ipc::Encoding::Compact, ipc::Encoding::Xmls));
 
 // The client against a server played by hand: the password never crosses the link, only its MAC over
-// the nonce; a server that says yes without its own MAC, garbage or silence drop the link with a
+// the nonce; a server that says yes without its own MAC, a malformed answer or silence drop the link with a
 // logged error, and the client tries again.
-class ClientSide : public ::testing::TestWithParam<ipc::Encoding> {};
-
-TEST_P(ClientSide, LogsInWithAMacAndRecoversFromAnImpostorGarbageOrSilence)
+TEST_F(Client, LogsInWithAMacAndRecoversFromAnImpostorAMalformedAnswerOrSilence)
 {
-    const ipc::Encoding encoding = GetParam();
+    const ipc::Encoding encoding = ipc::Encoding::Xmls;
     const std::string name = TestServer::unique_local_address();
     const int listener = local_socket(name, true);
     const auto accept_one = [listener] {
@@ -395,15 +412,17 @@ TEST_P(ClientSide, LogsInWithAMacAndRecoversFromAnImpostorGarbageOrSilence)
         RawConnection raw(accept_one());
         raw.send(encoding, challenge);
         ASSERT_TRUE(raw.receive(encoding, login));
+        EXPECT_FALSE(client.send_command(Message("getVersion")));
         EXPECT_EQ(login, Message(ipc::envelope::kLogin, Params(("user=user mac=" + kKnownMac).c_str())));
         raw.send(encoding, Message(ipc::envelope::kLoginResult, Params(("ok:b=true mac=" + kKnownUnitMac).c_str())));
         ASSERT_TRUE(client.wait_until([](const TestClient::Events& e) { return e.logins == 1; }));
         EXPECT_EQ(raw.received().find(kPassword), std::string::npos);
 
-        raw.send_bytes(ipc::frame("\x01\x02\x03 garbage"));
+        raw.send(encoding, Message(ipc::envelope::kResponse));
         EXPECT_TRUE(raw.wait_closed());
+        EXPECT_TRUE(client.loop().wait_until([&client] { return !client.is_logged_in(); }));
     }
-    EXPECT_TRUE(log.wait_for_error("IPC link to " + name + ": undecodable frame"));
+    EXPECT_TRUE(log.wait_for_error("IPC link to " + name + ": malformed \"response\" envelope"));
     RawConnection silent(accept_one());
     EXPECT_TRUE(silent.wait_closed());
     ASSERT_TRUE(client.wait_until([](const TestClient::Events& e) { return e.connectionChanges.size() >= 6; }));
@@ -414,22 +433,23 @@ TEST_P(ClientSide, LogsInWithAMacAndRecoversFromAnImpostorGarbageOrSilence)
     close(listener);
 }
 
-INSTANTIATE_TEST_SUITE_P(Encodings, ClientSide, ::testing::Values(ipc::Encoding::Compact, ipc::Encoding::Xmls));
 
 // The host name of a remote unit is looked up off the loop: while the name server is silent the
 // loop keeps running and its lock stays free for the user interface.
-TEST(ClientLookup, ASilentNameServerHoldsNeitherTheLoopNorItsLock)
+TEST_F(Client, ASilentNameServerHoldsNeitherTheLoopNorItsLock)
 {
     const int port = TestServer::free_tcp_port();
     TestServer server(kPassword);
     ASSERT_TRUE(server.listen("xmls", SocketAddr("127.0.0.1", port)));
-    SlowNameServer::instance().hold();
+    hold_name_server(true);
+    // Released whatever happens, so that the lookup's thread ends.
+    const std::shared_ptr<void> releaseAtEnd(nullptr, [](void*) { hold_name_server(false); });
     TestClient client(kPassword);
-    struct ReleaseAtEnd {
-        ~ReleaseAtEnd() { SlowNameServer::instance().release(); }
-    } releaseAtEnd;
     ASSERT_TRUE(client.start(ipc::Encoding::Xmls, SocketAddr(kSlowHost, port)));
-    ASSERT_TRUE(SlowNameServer::instance().wait_asked());
+    {
+        std::unique_lock<std::mutex> lock(g_nameServer.mutex);
+        ASSERT_TRUE(g_nameServer.changed.wait_for(lock, 10s, [] { return g_nameServer.asked; }));
+    }
 
     ASSERT_TRUE(client.loop().lock_free_within(2s));
     std::atomic<bool> timerRan{false};
@@ -437,7 +457,7 @@ TEST(ClientLookup, ASilentNameServerHoldsNeitherTheLoopNorItsLock)
     EXPECT_TRUE(client.loop().wait_until([&timerRan] { return timerRan.load(); }, 2s));
     EXPECT_FALSE(client.send_command(Message("getVersion")));
 
-    SlowNameServer::instance().release();
+    hold_name_server(false);
     EXPECT_TRUE(client.wait_until([](const TestClient::Events& e) { return e.logins == 1; }));
 }
 
@@ -458,9 +478,7 @@ bool tls_record_types(const std::string& stream, std::vector<unsigned char>& typ
 std::string file_text(const std::string& path)
 {
     std::ifstream in(path);
-    std::ostringstream text;
-    text << in.rdbuf();
-    return text.str();
+    return std::string(std::istreambuf_iterator<char>(in), {});
 }
 
 // The fingerprint of the identity a server keeps in `directory`.
@@ -476,18 +494,14 @@ std::string identity_fingerprint(const std::string& directory)
 std::string with_colons_upper_case(const std::string& hex)
 {
     std::string text;
-    for (std::size_t i = 0; i < hex.size(); i += 2)
-        text += (i ? ":" : "") + hex.substr(i, 2);
-    for (char& c : text)
-        c = static_cast<char>(std::toupper(static_cast<unsigned char>(c)));
+    for (std::size_t i = 0; i < hex.size(); ++i)
+        text += (i && i % 2 == 0 ? ":" : "") + std::string(1, static_cast<char>(std::toupper(hex[i])));
     return text;
 }
 
-const SocketAddr kLoopback("127.0.0.1", 0);
-
 SocketAddr loopback(int port)
 {
-    return SocketAddr(kLoopback.host(), port);
+    return SocketAddr("127.0.0.1", port);
 }
 
 } // namespace
@@ -495,7 +509,7 @@ SocketAddr loopback(int port)
 // A remote session as an eavesdropper on the wire records it: TLS records only, application
 // data after the hellos, and none of the password, the names, the answers or the login's nonce and
 // MACs, so the capture gives nothing to test a password guess against.
-TEST(RemoteMode, ACaptureHoldsOnlyEncryptedRecords)
+TEST_F(RemoteMode, ACaptureHoldsOnlyEncryptedRecords)
 {
     const int port = TestServer::free_tcp_port();
     TestServer server(kPassword);
@@ -517,14 +531,14 @@ TEST(RemoteMode, ACaptureHoldsOnlyEncryptedRecords)
 
     // The nonce and both MACs, as the client's debug trace of what it received and sent shows them.
     std::vector<std::string> secrets = {kPassword, "getPeerList", "peerList", "remote-s3cret", "challenge", "login"};
-    std::istringstream trace(log.all());
+    const std::string trace = log.all();
     const std::regex loginValue("(nonce|mac):s=\"([0-9a-f]{64})");
-    std::smatch found;
-    for (std::string line; std::getline(trace, line);) {
-        if (std::regex_search(line, found, loginValue))
-            secrets.push_back(found[2]);
-    }
+    for (std::sregex_iterator found(trace.begin(), trace.end(), loginValue), end; found != end; ++found)
+        secrets.push_back((*found)[2]);
     ASSERT_EQ(secrets.size(), 9u);
+    EXPECT_NE(trace.find(": message tracing on"), std::string::npos);
+    EXPECT_NE(trace.find("IPC client test sends:"), std::string::npos);
+    EXPECT_NE(trace.find("IPC client test received:"), std::string::npos);
 
     for (const std::string& stream : {tap.toServer(), tap.toClient()}) {
         for (const std::string& secret : secrets)
@@ -538,9 +552,45 @@ TEST(RemoteMode, ACaptureHoldsOnlyEncryptedRecords)
     }
 }
 
+// The unit's identity is made once and kept; half an identity, a damaged one or a place where none
+// can be written is an error, never a new identity.
+TEST_F(RemoteMode, TheUnitsIdentityIsMadeOnceAndKept)
+{
+    TemporaryDirectory home;
+    const std::string directory = home.file("unit");
+    const std::string first = identity_fingerprint(directory);
+    EXPECT_EQ(ipc::tls::normalise_fingerprint(first), first);
+    EXPECT_EQ(identity_fingerprint(directory), first);
+    struct stat key {};
+    ASSERT_EQ(stat((directory + "/unit.key").c_str(), &key), 0);
+    EXPECT_EQ(key.st_mode & 0777, 0600u);
+    identity_fingerprint(home.file("other"));
+    std::filesystem::create_directories(home.file("unwritable/unit.key.new"));
+    std::ofstream(home.file("file")) << "x";
+    const std::function<void()> damages[] = {
+        [&] { std::filesystem::remove(directory + "/unit.crt"); },
+        [&] { std::ofstream(directory + "/unit.crt") << "-----BEGIN CERTIFICATE-----\n"; },
+        [&] { std::filesystem::copy_file(home.file("other/unit.crt"), directory + "/unit.crt",
+                                         std::filesystem::copy_options::overwrite_existing); }};
+    const std::pair<std::string, std::string> refused[] = {
+        {directory, "only one of " + directory + "/unit.key and " + directory + "/unit.crt exists"},
+        {directory, directory + "/unit.crt"},
+        {directory, "identity in " + directory},
+        {home.file("unwritable"), "cannot write " + home.file("unwritable/unit.key.new")},
+        {home.file("file/unit"), "cannot create " + home.file("file/unit")}};
+    for (std::size_t i = 0; i < std::size(refused); ++i) {
+        if (i < std::size(damages))
+            damages[i]();
+        std::string fingerprint;
+        std::string error;
+        EXPECT_FALSE(ipc::tls::server_context(refused[i].first, fingerprint, error));
+        EXPECT_NE(error.find(refused[i].second), std::string::npos) << error;
+    }
+}
+
 // The first unit is pinned at the first login; another certificate on that address is refused,
 // unless the expected fingerprint given (as REMOTE_UI_FINGERPRINT would) is the new one's.
-TEST(RemoteMode, PinsTheFirstUnitRefusesAChangedOneHonoursAnExpectedFingerprint)
+TEST_F(RemoteMode, PinsTheFirstUnitRefusesAChangedOneHonoursAnExpectedFingerprint)
 {
     const int port = TestServer::free_tcp_port();
     const std::string unit = loopback(port).to_string();
@@ -584,9 +634,57 @@ TEST(RemoteMode, PinsTheFirstUnitRefusesAChangedOneHonoursAnExpectedFingerprint)
     EXPECT_EQ(second.logins(), 1u);
 }
 
+// The pin file keeps comments, blank lines and other units' lines; only the unit's own line is
+// replaced, and only a malformed line of the unit asked about is an error.
+TEST(KnownUnits, PinsOneLinePerUnitAndReadsItBack)
+{
+    TemporaryDirectory home;
+    const std::string one(64, 'a');
+    const std::string two(64, 'b');
+    const ipc::tls::KnownUnits units(home.file("a/b/known_units"));
+    std::string fingerprint = "stale";
+    std::string error;
+    EXPECT_TRUE(units.pinned("unit:1", fingerprint, error));
+    EXPECT_EQ(fingerprint, "");
+    ASSERT_TRUE(units.pin("unit:9", two, error)) << error;
+    struct stat directory {};
+    ASSERT_EQ(stat(home.file("a/b").c_str(), &directory), 0);
+    EXPECT_EQ(directory.st_mode & 0777, 0700u);
+    std::ofstream(units.file()) << "# unit:1 " << two << "\nunit:2 nonsense\n\nunit:1 " << with_colons_upper_case(one) << "\n";
+
+    const std::tuple<const char*, bool, std::string, const char*> reads[] = {
+        {"unit:1", true, one, ""}, {"unit:3", true, "", ""}, {"unit:2", false, "", "known_units:2: not a SHA-256 fingerprint: nonsense"}};
+    for (const auto& [unit, ok, pinned, reason] : reads) {
+        error.clear();
+        EXPECT_EQ(units.pinned(unit, fingerprint, error), ok) << unit;
+        EXPECT_EQ(fingerprint, pinned) << unit;
+        EXPECT_NE(error.find(reason), std::string::npos) << error;
+    }
+    ASSERT_TRUE(units.pin("unit:1", two, error)) << error;
+    EXPECT_EQ(file_text(units.file()), "# unit:1 " + two + "\nunit:2 nonsense\n\nunit:1 " + two + "\n");
+    EXPECT_FALSE(ipc::tls::KnownUnits(home.path()).pin("unit:1", one, error));
+    EXPECT_NE(error.find("cannot write " + home.path()), std::string::npos) << error;
+    EXPECT_FALSE(ipc::tls::KnownUnits(units.file() + "/c/known_units").pin("unit:1", one, error));
+    EXPECT_NE(error.find("cannot create " + units.file() + "/c"), std::string::npos) << error;
+    EXPECT_FALSE(ipc::tls::KnownUnits("").pin("unit:1", one, error));
+    EXPECT_NE(error.find("no file to keep it in"), std::string::npos) << error;
+}
+
+TEST(KnownUnits, LiveUnderXdgConfigHomeElseUnderHome)
+{
+    const char* const cases[][3] = {
+        {"/xdg", "/home/op", "/xdg/orvane/known_units"}, {"relative", "/home/op", "/home/op/.config/orvane/known_units"},
+        {"", "relative", ""}};
+    for (const auto& [xdg, home, file] : cases) {
+        setenv("XDG_CONFIG_HOME", xdg, 1);
+        setenv("HOME", home, 1);
+        EXPECT_EQ(ipc::tls::KnownUnits::default_file(), file) << xdg << " " << home;
+    }
+}
+
 // A relay that ends the client's TLS session and opens its own to the unit forwards every byte of
 // the login, yet the login is bound to the client's session and fails at the unit; nothing is pinned.
-TEST(RemoteMode, ALoginRelayedThroughASecondTlsSessionFails)
+TEST_F(RemoteMode, ALoginRelayedThroughASecondTlsSessionFails)
 {
     const int port = TestServer::free_tcp_port();
     TestServer server(kPassword);
@@ -608,62 +706,9 @@ TEST(RemoteMode, ALoginRelayedThroughASecondTlsSessionFails)
     EXPECT_EQ(file_text(configuration.file("known_units")), "");
 }
 
-// Sixty-four idle connections that never say a word, each reopened as soon as the unit closes it,
-// do not keep a real client out: the oldest waiting connection makes room for the newest.
-TEST(ServerFlood, IdleConnectionsDoNotKeepARealClientOut)
-{
-    const int port = TestServer::free_tcp_port();
-    TestServer server(kPassword);
-    ASSERT_TRUE(server.listen("xmls", loopback(port)));
-    std::atomic<bool> stop{false};
-    std::atomic<int> opened{0};
-    std::thread flood([&] {
-        const auto open_one = [&] {
-            const int fd = socket(AF_INET, SOCK_STREAM | SOCK_CLOEXEC, 0);
-            sockaddr_in sa{};
-            sa.sin_family = AF_INET;
-            sa.sin_addr.s_addr = htonl(INADDR_LOOPBACK);
-            sa.sin_port = htons(static_cast<uint16_t>(port));
-            connect(fd, reinterpret_cast<sockaddr*>(&sa), sizeof sa);
-            ++opened;
-            return pollfd{fd, POLLIN, 0};
-        };
-        std::vector<pollfd> idle;
-        for (int i = 0; i < 64; ++i)
-            idle.push_back(open_one());
-        // Bounded in time and count, whatever happens to the test.
-        const auto end = std::chrono::steady_clock::now() + 30s;
-        while (!stop && opened < 20000 && std::chrono::steady_clock::now() < end) {
-            poll(idle.data(), idle.size(), 10);
-            for (pollfd& entry : idle) {
-                char byte;
-                if (entry.revents && recv(entry.fd, &byte, 1, MSG_DONTWAIT) <= 0) {
-                    close(entry.fd);
-                    entry = open_one();
-                }
-            }
-        }
-        for (const pollfd& entry : idle)
-            close(entry.fd);
-    });
-    while (opened < 64)
-        std::this_thread::sleep_for(2ms);
-
-    const auto start = std::chrono::steady_clock::now();
-    TestClient client(kPassword);
-    ASSERT_TRUE(client.start(ipc::Encoding::Xmls, loopback(port)));
-    const bool loggedIn = client.wait_until([](const TestClient::Events& e) { return e.logins == 1; });
-    const auto elapsed = std::chrono::duration_cast<std::chrono::milliseconds>(std::chrono::steady_clock::now() - start);
-    stop = true;
-    flood.join();
-    EXPECT_TRUE(loggedIn);
-    std::printf("login under a flood of 64 idle connections (%d opened in all): %lld ms\n", opened.load(),
-                static_cast<long long>(elapsed.count()));
-}
-
 // The limit of connections waiting for their login, exactly: the seventeenth closes the first, and
 // the second can still log in.
-TEST(ServerFlood, TheConnectionBeyondTheWaitingLimitClosesTheOldest)
+TEST_F(Server, TheConnectionBeyondTheWaitingLimitClosesTheOldest)
 {
     const std::string name = TestServer::unique_local_address();
     TestServer server(kPassword);
@@ -676,11 +721,112 @@ TEST(ServerFlood, TheConnectionBeyondTheWaitingLimitClosesTheOldest)
         ASSERT_TRUE(waiting.back()->receive(ipc::Encoding::Compact, challenges.back())) << i;
     }
     EXPECT_TRUE(waiting[0]->wait_closed());
-    std::string mac;
-    ASSERT_TRUE(ipc::login::compute_mac(ipc::login::Role::Client, challenges[1].params().get_string("nonce", ""), "",
-                                        kPassword, mac));
-    waiting[1]->send(ipc::Encoding::Compact, Message(ipc::envelope::kLogin, Params(("user=user mac=" + mac).c_str())));
-    Message result;
-    ASSERT_TRUE(waiting[1]->receive(ipc::Encoding::Compact, result));
-    EXPECT_TRUE(result.params().get_bool("ok", false));
+    EXPECT_TRUE(raw_login(*waiting[1], ipc::Encoding::Compact, challenges[1]));
+}
+
+// Every failure to listen or connect says why and leaves no socket open; peers are named by
+// process or by address and port.
+TEST_F(Server, SocketsListenConnectAndAcceptOrSayWhyNot)
+{
+    const std::string name = TestServer::unique_local_address();
+    const int port = TestServer::free_tcp_port();
+    std::string error;
+    std::string peer;
+    const int local = ipc::net::listen_stream(SocketAddr(name, 0), error);
+    const int tcp = ipc::net::listen_stream(loopback(port), error);
+    ASSERT_TRUE(local >= 0 && tcp >= 0) << error;
+    EXPECT_EQ(ipc::net::accept_stream(local, peer, error), -1);
+    EXPECT_EQ(error, "");
+    const std::pair<SocketAddr, const char*> refused[] = {
+        {SocketAddr(name, 0), "bind/listen: Address already in use"}, {loopback(port), "bind/listen: Address already in use"},
+        {SocketAddr("/" + std::string(108, 'x'), 0), "local address too long"}};
+    for (const auto& [address, reason] : refused) {
+        EXPECT_EQ(ipc::net::listen_stream(address, error), -1) << address.to_string();
+        EXPECT_NE(error.find(reason), std::string::npos) << error;
+    }
+    EXPECT_EQ(ipc::net::connect_local(SocketAddr(name + "-none", 0), error), -1);
+    EXPECT_EQ(error, "connect: Connection refused");
+
+    const int client = ipc::net::connect_local(SocketAddr(name, 0), error);
+    const int served = ipc::net::accept_stream(local, peer, error);
+    EXPECT_EQ(peer, "local pid " + std::to_string(getpid()));
+    const auto connect_tcp = [&](const char* host) {
+        const addrinfo hints{0, AF_INET, SOCK_STREAM, 0, 0, nullptr, nullptr, nullptr};
+        addrinfo* addresses = nullptr;
+        bool pending = true;
+        getaddrinfo(host, std::to_string(port).c_str(), &hints, &addresses);
+        const int fd = ipc::net::connect_tcp(addresses, pending, error);
+        freeaddrinfo(addresses);
+        return fd;
+    };
+    EXPECT_EQ(connect_tcp("255.255.255.255"), -1);
+    EXPECT_EQ(error, "connect: Network is unreachable");
+    const int tcpClient = connect_tcp("127.0.0.1");
+    pollfd writable{tcpClient, POLLOUT, 0};
+    ASSERT_EQ(poll(&writable, 1, 5000), 1);
+    EXPECT_EQ(ipc::net::connect_result(tcpClient), "");
+    const int tcpServed = ipc::net::accept_stream(tcp, peer, error);
+    EXPECT_EQ(peer.rfind("127.0.0.1:", 0), 0u) << peer;
+    for (const int fd : {local, tcp, client, served, tcpClient, tcpServed})
+        close(fd);
+
+    setenv("LIBIPC_LOCAL_ADDR", "/elsewhere", 1);
+    EXPECT_EQ(ipc::net::effective_address(SocketAddr("/orvane", 0)).host(), "/elsewhere");
+    EXPECT_EQ(ipc::net::effective_address(loopback(port)).host(), "127.0.0.1");
+    unsetenv("LIBIPC_LOCAL_ADDR");
+}
+
+// A server endpoint outside a loop has nobody to serve and refuses every user; one that leaves its
+// loop closes its listener with it. Misuse of the loop is refused with a logged reason.
+TEST_F(Server, EndpointsOutsideTheLoopOrMisusingItServeNothing)
+{
+    struct Bare : IPCEndpointServer {
+        void process_command(const IPCSessionInfo&, const Message&) override {}
+    };
+    const std::string name = TestServer::unique_local_address();
+    const SocketAddr address(name, 0);
+    ThreadedManager loop;
+    IPCEndpointClient client;
+    IPCEndpointClient other;
+    LogCapture log;
+    std::unique_ptr<RawConnection> raw;
+    {
+        Bare bare;
+        std::string password;
+        EXPECT_FALSE(bare.password_for("user", password));
+        EXPECT_EQ(bare.push_unso(IPCEndpointServer::kGenericUnso, Message("status")), 0u);
+        ASSERT_TRUE(loop.add_server("bare", &bare) && loop.add_client("client", &client));
+        ASSERT_TRUE(loop.connect_client("xmls", "stream", address, "client", 0, ""));
+        const std::pair<bool, const char*> misuses[] = {
+            {loop.add_server("bare", nullptr), "cannot register server bare"},
+            {loop.add_server("again", &bare), "cannot register server again"},
+            {loop.listen_server("json", "stream", address, "bare"), "server bare: unsupported encoding json or transport stream"},
+            {loop.listen_server("xmls", "dgram", address, "bare"), "server bare: unsupported encoding xmls or transport dgram"},
+            {loop.listen_server("xmls", "stream", address, "nobody"), "server nobody: no such server"},
+            {loop.add_client("client", &other), "cannot register client client"},
+            {loop.add_client("again", &client), "cannot register client again"},
+            {loop.connect_client("json", "stream", address, "client", 0, ""), "client client: unsupported encoding json"},
+            {loop.connect_client("xmls", "dgram", address, "client", 0, ""), "client client: unsupported encoding xmls or transport dgram"},
+            {loop.connect_client("xmls", "stream", address, "nobody", 0, ""), "client nobody: no such client"},
+            {loop.connect_client("xmls", "stream", address, "client", 0, ""), "client client: already connecting"}};
+        for (const auto& [accepted, reason] : misuses) {
+            EXPECT_FALSE(accepted) << reason;
+            EXPECT_TRUE(log.wait_for_error(reason)) << reason;
+        }
+        loop.remove_client("client");
+        EXPECT_TRUE(loop.add_client("other", &client));
+        ASSERT_TRUE(loop.listen_server("compact", "stream", address, "bare"));
+        loop.start_thread();
+        raw = std::make_unique<RawConnection>(local_socket(name, false));
+        Message challenge;
+        EXPECT_TRUE(raw->receive(ipc::Encoding::Compact, challenge));
+    }
+    EXPECT_TRUE(raw->wait_closed());
+    raw.reset();
+    // The loop closes the listener on its next turn.
+    EXPECT_TRUE(loop.wait_until([&] {
+        const int late = local_socket(name, false);
+        close(late);
+        return late < 0;
+    }));
 }

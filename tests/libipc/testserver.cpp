@@ -66,6 +66,12 @@ std::size_t TestServer::logins()
     return m_logins;
 }
 
+std::size_t TestServer::logouts()
+{
+    IPCLockGuard lock(m_manager.get_mutex());
+    return m_logouts;
+}
+
 bool TestServer::wait_until(const std::function<bool()>& condition, std::chrono::milliseconds timeout)
 {
     return m_manager.wait_until(condition, timeout);
@@ -82,6 +88,11 @@ bool TestServer::password_for(const std::string& user, std::string& password) co
 void TestServer::session_opened(const IPCSessionInfo&)
 {
     ++m_logins;
+}
+
+void TestServer::session_closed(const IPCSessionInfo&)
+{
+    ++m_logouts;
 }
 
 void TestServer::process_command(const IPCSessionInfo& session, const Message& msg)

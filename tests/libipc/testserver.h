@@ -34,6 +34,8 @@ public:
 
     std::vector<Message> commands();
     std::size_t logins();
+    // Logged-in sessions that have ended.
+    std::size_t logouts();
     // Polls `condition` under the server's lock.
     bool wait_until(const std::function<bool()>& condition,
                     std::chrono::milliseconds timeout = std::chrono::seconds(10));
@@ -41,6 +43,7 @@ public:
 
     bool password_for(const std::string& user, std::string& password) const override;
     void session_opened(const IPCSessionInfo& session) override;
+    void session_closed(const IPCSessionInfo& session) override;
     void process_command(const IPCSessionInfo& session, const Message& msg) override;
 
 private:
@@ -51,6 +54,7 @@ private:
     Handler m_handler;
     std::vector<Message> m_commands;
     std::size_t m_logins = 0;
+    std::size_t m_logouts = 0;
 };
 
 #endif

@@ -1,51 +1,60 @@
 // The tunnel statistics screen fed through the shared client: the view of each direction, the
-// delay requests it sends, the keypad, and the status bar's tunnel indicator.
+// graphs, the delays and the requests they send, and the keypad.
 #include "braidstats.h"
+#include "cachefeeder.h"
 #include "delayslider.h"
 #include "ifcbutton.h"
-#include "offline.h"
+#include "logcapture.h"
+#include "losslaterecoverygrapher.h"
 #include "platformkey.h"
-#include "shellfixture.h"
-#include "statusbar.h"
 #include "tunnelsession.h"
+#include "tunneltree.h"
+#include "utilizationgrapher.h"
 
 #include <QCheckBox>
-#include <QMutexLocker>
 #include <QtTest>
 
 namespace {
 
-void notify(const std::string& id, const Message& msg)
+void notify(const QString& text)
 {
     QMutexLocker lock(g_ipcClient.mutex());
-    g_ipcClient.process_unso_id(id, msg);
+    g_ipcClient.process_unso_id("tun_stats", tunnelTree(text));
 }
 
-// A "tun_stats" of session 3 with two connections, its delays and rates given as params.
-Message tunStats(const std::string& sessParams, const std::string& txCodec = std::string())
+// Session 3 with connections 1:1 and 2:2 (and 3:3 when `third`), its delays and rates given as params.
+QString tunStats(const QString& sessParams, bool third = false)
 {
-    Message stats("tun_stats");
-    if (!txCodec.empty())
-        stats.add_child("codec").add_child(Message("enc", Params(txCodec.c_str())));
-    Message& sess = stats.add_child(Message("sess", Params(("sid:i=3 addr=198.51.100.23 " + sessParams).c_str())));
-    sess.add_child(Message("conn", Params("li:i=1 ri:i=1 tp:i=640000 rtp:i=320000")));
-    sess.add_child(Message("conn", Params("li:i=2 ri:i=2 tp:i=128000 rtp:i=64000")));
-    return stats;
+    return "tun_stats {sess sid:i=3 " + sessParams + " {conn li:i=1 ri:i=1 tp:i=640000 rtp:i=320000} "
+           "{conn li:i=2 ri:i=2 tp:i=128000 rtp:i=64000}" + (third ? " {conn li:i=3 ri:i=3}}" : "}");
 }
 
 const char* const kDelays = "d:i=120 dm:i=300 d1:i=50 d2:i=100 d3:i=150 d4:i=200 d5:i=400 dma:b=false "
                             "rd:i=60 rdm:i=200 rd1:i=40 rd2:i=80 rd3:i=120 rd4:i=160 rd5:i=200 rdma:b=true";
 
-// "remote=false sid=3 delay=10 auto=false", absent keys left out.
-QString describe(const Message& request)
+// A "setMaxDelay" request with these parameters, as the screen sends it.
+void checkRequest(const Message& request, const char* params)
 {
-    QStringList out;
-    const Params& p = request.params();
-    for (const char* key : {"remote", "sid", "delay", "auto"}) {
-        if (p.has_param(key))
-            out << QString("%1=%2").arg(key, QString::fromStdString(p.get_string(key, "")));
+    QCOMPARE(request.name, std::string("setMaxDelay"));
+    QCOMPARE(request.params(), Params((std::string(params) + " sid:i=3 seq=maxDelay").c_str()));
+}
+
+// Which of the direction's widgets and connection buttons are not hidden: "tx 2 rx 0".
+QString shown(BraidStats& stats)
+{
+    const TunnelSession* session = stats.tunnelInfo().session();
+    QString out;
+    for (bool rx : {false, true}) {
+        const std::vector<QWidget*> widgets = {rx ? stats.rxSlider() : stats.txSlider(), rx ? stats.rxAuto() : stats.txAuto(),
+                                               stats.utilizationGraph(rx), stats.lossGraph(rx)};
+        int count = 0;
+        for (QWidget* widget : widgets)
+            count += widget && !widget->isHidden();
+        for (const auto& entry : !session ? TunnelSession::Buttons() : rx ? session->rxButtons() : session->txButtons())
+            count += !entry.second->isHidden();
+        out += QString(rx ? " rx %1" : "tx %1").arg(count);
     }
-    return request.name.c_str() + QString(" ") + out.join(' ');
+    return out;
 }
 
 } // namespace
@@ -54,169 +63,136 @@ class TestBraidStats : public QObject {
     Q_OBJECT
 
 private slots:
-    void init();
-    void cleanup();
-    void sessionShowsTransmitView();
-    void delayUpdateSetsSliders();
-    void delayRequests_data();
-    void delayRequests();
-    void nothingSentWithoutSession();
-    void keypad();
-    void indicatorColours_data();
-    void indicatorColours();
+    void init()
+    {
+        m_requests = std::make_unique<cachefeeder::RequestLog>();
+        m_stats = std::make_unique<BraidStats>();
+    }
+    void cleanup()
+    {
+        m_stats.reset();
+        m_requests.reset();
+    }
+    void viewFollowsDirectionAndSession()
+    {
+        LogCapture log(LOG_DEBUG);
+        QCOMPARE(shown(*m_stats), QString("tx 2 rx 0"));
+        notify(tunStats("pl:i=40 rpl:i=70"));
+        QVERIFY(m_stats->radioTx->isChecked());
+        QCOMPARE(shown(*m_stats), QString("tx 6 rx 0"));
+        QVERIFY(log.all().find("Tunnel Session Stats Update") != std::string::npos);
+        m_stats->radioRx->click();
+        QCOMPARE(shown(*m_stats), QString("tx 0 rx 6"));
+        // Buttons of a new connection show in the direction on show.
+        notify(tunStats("", true));
+        QCOMPARE(shown(*m_stats), QString("tx 0 rx 7"));
+        emit m_stats->radioTx->clicked(false);
+        emit m_stats->radioRx->clicked(false);
+        QCOMPARE(shown(*m_stats), QString("tx 0 rx 7"));
+
+        // Each graph shows the session's own history, the transmit rates of the transmit direction.
+        int min = 0;
+        int max = 0;
+        for (bool rx : {false, true}) {
+            QCOMPARE(m_stats->utilizationGraph(rx)->key(), 3);
+            m_stats->utilizationGraph(rx)->range(3, &min, &max);
+            QCOMPARE(max, rx ? 320 : 640);
+            QCOMPARE(m_stats->lossGraph(rx)->key(), 3);
+            m_stats->lossGraph(rx)->range(3, &min, &max);
+            QCOMPARE(max, rx ? 70 : 40);
+        }
+        // A new session: the old one's buttons and history go, the graphs stay for the new one.
+        UtilizationGrapher* graph = m_stats->utilizationGraph(false);
+        notify("tun_stats {sess sid:i=4}");
+        QVERIFY(m_stats->radioTx->isChecked());
+        QCOMPARE(shown(*m_stats), QString("tx 4 rx 0"));
+        QCOMPARE(m_stats->utilizationGraph(false), graph);
+        QCOMPARE(graph->key(), 4);
+        for (bool rx : {false, true}) {
+            QVERIFY(!m_stats->utilizationGraph(rx)->hasHistory(3));
+            QVERIFY(!m_stats->lossGraph(rx)->hasHistory(3));
+            QVERIFY(m_stats->lossGraph(rx)->hasHistory(4));
+        }
+    }
+    void delayUpdateSetsSliders()
+    {
+        LogCapture log(LOG_DEBUG);
+        notify(tunStats(kDelays));
+        const DelaySlider* tx = m_stats->txSlider();
+        QCOMPARE(tx->value(), 300);
+        QCOMPARE(tx->maximum(), 400);
+        QCOMPARE(tx->marker(), 30);
+        QCOMPARE(tx->zones(), (std::array<int, 5>{12, 12, 12, 12, 52}));
+        QVERIFY(tx->isEnabled() && !tx->isAuto() && !m_stats->txAuto()->isChecked());
+        const DelaySlider* rx = m_stats->rxSlider();
+        QCOMPARE(rx->value(), 200);
+        QCOMPARE(rx->marker(), 30);
+        QCOMPARE(rx->zones(), (std::array<int, 5>{20, 20, 20, 20, 20}));
+        QVERIFY(!rx->isEnabled() && rx->isAuto() && m_stats->rxAuto()->isChecked());
+        // The check box that changed reports the change to the unit like a click.
+        QCOMPARE(m_requests->requests().size(), std::size_t(1));
+        checkRequest(m_requests->requests().back(), "remote:b=true auto:b=true");
+        for (const char* line : {"Tunnel Session Delay Update", "TunnelSession id=3", "  setMaxDelay "})
+            QVERIFY2(log.all().find(line) != std::string::npos, line);
+    }
+    void delayRequests_data()
+    {
+        QTest::addColumn<QString>("stats");
+        QTest::addColumn<bool>("receive");
+        QTest::addColumn<bool>("automatic");
+        QTest::addColumn<int>("value");
+        QTest::addColumn<QString>("request");
+
+        const QString stats = tunStats("d5:i=400 rd5:i=400");
+        QTest::newRow("released at 5 sends 10") << stats << false << false << 5 << "remote:b=false delay:i=10 auto:b=false";
+        QTest::newRow("receive") << stats << true << false << 150 << "remote:b=true delay:i=150 auto:b=false";
+        QTest::newRow("automatic sends no delay") << stats << false << true << 250 << "remote:b=false auto:b=true";
+        QTest::newRow("receive automatic") << stats << true << true << 250 << "remote:b=true auto:b=true";
+        QTest::newRow("no session, nothing sent") << "tun_stats" << false << false << 250 << "";
+    }
+    void delayRequests()
+    {
+        QFETCH(QString, stats);
+        QFETCH(bool, receive);
+        QFETCH(bool, automatic);
+        QFETCH(int, value);
+        QFETCH(QString, request);
+
+        notify(stats);
+        DelaySlider* slider = receive ? m_stats->rxSlider() : m_stats->txSlider();
+        slider->setValue(value);
+        const std::size_t before = m_requests->requests().size();
+        if (automatic)
+            (receive ? m_stats->rxAuto() : m_stats->txAuto())->setChecked(true);
+        else
+            emit slider->sliderReleased();
+        QCOMPARE(m_requests->requests().size(), before + !request.isEmpty());
+        if (!request.isEmpty())
+            checkRequest(m_requests->requests().back(), request.toUtf8().constData());
+    }
+    // Left and Right swap the direction buttons on a press; Up and Down leave the focus where it is;
+    // Enter presses the one with the focus.
+    void keypad()
+    {
+        QVERIFY(showActive(m_stats.get()));
+        m_stats->radioTx->setFocus();
+        m_stats->handleKey(Qt::Key_Right, true, false);
+        QVERIFY(m_stats->radioRx->hasFocus());
+        m_stats->handleKey(Qt::Key_Right, false, false);
+        QVERIFY(m_stats->radioRx->hasFocus());
+        for (int key : {Qt::Key_Down, Qt::Key_Up, Qt::Key_Enter})
+            m_stats->handleKey(key, true, false);
+        m_stats->handleKey(Qt::Key_Enter, false, false);
+        QTRY_VERIFY(m_stats->radioRx->isChecked());
+        QVERIFY(m_stats->radioRx->hasFocus());
+        m_stats->handleKey(Qt::Key_Left, true, false);
+        QVERIFY(m_stats->radioTx->hasFocus());
+    }
 
 private:
-    std::unique_ptr<ShellFixture> m_shell;
-    BraidStats* m_stats = nullptr;
+    std::unique_ptr<cachefeeder::RequestLog> m_requests;
+    std::unique_ptr<BraidStats> m_stats;
 };
-
-void TestBraidStats::init()
-{
-    m_shell = std::make_unique<ShellFixture>();
-    // Ready only after the offline screen came up by itself, as at start: it would otherwise
-    // come up later and take the window's activation away.
-    QTRY_VERIFY(m_shell->window->offlineScreen().isVisible());
-    m_shell->setState(IPCClient::IPC_READY);
-    m_shell->window->pane().showScreen(Pane::ScreenBraidStats);
-    m_stats = &m_shell->window->pane().braidStats();
-}
-
-void TestBraidStats::cleanup()
-{
-    // The session goes with a "tun_stats" without "sess", as the unit ends a call.
-    notify("tun_stats", Message("tun_stats"));
-    m_shell.reset();
-}
-
-void TestBraidStats::sessionShowsTransmitView()
-{
-    notify("tun_stats", tunStats(kDelays));
-    QVERIFY(m_stats->radioTx->isChecked());
-    QVERIFY(m_stats->txSlider()->isVisible());
-    QVERIFY(!m_stats->rxSlider()->isVisible());
-    const TunnelSession& session = *m_stats->tunnelInfo().session();
-    QCOMPARE(session.txButtons().size(), std::size_t(2));
-    for (const auto& entry : session.txButtons())
-        QVERIFY(entry.second->isVisible());
-    for (const auto& entry : session.rxButtons())
-        QVERIFY(!entry.second->isVisible());
-
-    m_stats->radioRx->click();
-    QVERIFY(m_stats->rxAuto()->isVisible());
-    QVERIFY(!m_stats->txAuto()->isVisible());
-    for (const auto& entry : session.txButtons())
-        QVERIFY(!entry.second->isVisible());
-    for (const auto& entry : session.rxButtons())
-        QVERIFY(entry.second->isVisible());
-}
-
-void TestBraidStats::delayUpdateSetsSliders()
-{
-    notify("tun_stats", tunStats(kDelays));
-    const DelaySlider* tx = m_stats->txSlider();
-    QCOMPARE(tx->value(), 300);
-    QCOMPARE(tx->maximum(), 400);
-    QCOMPARE(tx->marker(), 30);
-    QCOMPARE(tx->zones(), (std::array<int, 5>{12, 12, 12, 12, 52}));
-    QVERIFY(tx->isEnabled());
-    QVERIFY(!tx->isAuto());
-    QVERIFY(!m_stats->txAuto()->isChecked());
-
-    const DelaySlider* rx = m_stats->rxSlider();
-    QCOMPARE(rx->value(), 200);
-    QCOMPARE(rx->marker(), 30);
-    QVERIFY(!rx->isEnabled());
-    QVERIFY(rx->isAuto());
-    QVERIFY(m_stats->rxAuto()->isChecked());
-}
-
-void TestBraidStats::delayRequests_data()
-{
-    QTest::addColumn<bool>("receive");
-    QTest::addColumn<bool>("automatic");
-    QTest::addColumn<int>("value");
-    QTest::addColumn<QString>("request");
-
-    QTest::newRow("released at 5 sends 10") << false << false << 5 << "setMaxDelay remote=false sid=3 delay=10 auto=false";
-    QTest::newRow("released at 250") << false << false << 250 << "setMaxDelay remote=false sid=3 delay=250 auto=false";
-    QTest::newRow("receive direction") << true << false << 150 << "setMaxDelay remote=true sid=3 delay=150 auto=false";
-    QTest::newRow("automatic sends no delay") << false << true << 250 << "setMaxDelay remote=false sid=3 auto=true";
-}
-
-void TestBraidStats::delayRequests()
-{
-    QFETCH(bool, receive);
-    QFETCH(bool, automatic);
-    QFETCH(int, value);
-    QFETCH(QString, request);
-
-    notify("tun_stats", tunStats("d5:i=400 rd5:i=400"));
-    DelaySlider* slider = receive ? m_stats->rxSlider() : m_stats->txSlider();
-    QCheckBox* check = receive ? m_stats->rxAuto() : m_stats->txAuto();
-    slider->setValue(value);
-    m_shell->sent.clear();
-    if (automatic)
-        check->setChecked(true);
-    else
-        emit slider->sliderReleased();
-    QCOMPARE(m_shell->sent.size(), std::size_t(1));
-    QCOMPARE(describe(m_shell->sent.back()), request);
-    QCOMPARE(QString::fromStdString(m_shell->sent.back().params().get_string("seq", "")), QString("maxDelay"));
-}
-
-void TestBraidStats::nothingSentWithoutSession()
-{
-    m_shell->sent.clear();
-    emit m_stats->txSlider()->sliderReleased();
-    m_stats->rxAuto()->setChecked(true);
-    QVERIFY(m_shell->sent.empty());
-}
-
-// Left and Right swap the direction buttons on a press; Up and Down leave the focus where it is.
-void TestBraidStats::keypad()
-{
-    QVERIFY(showActive(m_shell->window.get()));
-    notify("tun_stats", tunStats(kDelays));
-    m_stats->radioTx->setFocus();
-    m_stats->handleKey(Qt::Key_Right, true, false);
-    QVERIFY(m_stats->radioRx->hasFocus());
-    m_stats->handleKey(Qt::Key_Right, false, false);
-    QVERIFY(m_stats->radioRx->hasFocus());
-    m_stats->handleKey(Qt::Key_Left, true, false);
-    QVERIFY(m_stats->radioTx->hasFocus());
-    m_stats->handleKey(Qt::Key_Down, true, false);
-    m_stats->handleKey(Qt::Key_Up, true, false);
-    QVERIFY(m_stats->radioTx->hasFocus());
-}
-
-void TestBraidStats::indicatorColours_data()
-{
-    QTest::addColumn<QString>("sess");
-    QTest::addColumn<QString>("txCodec");
-    QTest::addColumn<QString>("colour");
-
-    QTest::newRow("green") << "pl:i=100" << "" << "green";
-    QTest::newRow("yellow") << "" << "nbr:i=2000000 tbr:i=1500000" << "yellow";
-    QTest::newRow("red") << "rplt:i=101" << "" << "red";
-    QTest::newRow("gray") << "" << "" << "gray";
-}
-
-void TestBraidStats::indicatorColours()
-{
-    QFETCH(QString, sess);
-    QFETCH(QString, txCodec);
-    QFETCH(QString, colour);
-
-    QLabel* indicator = m_shell->window->statusBarWidget().labelBraidStatus;
-    QVERIFY(!indicator->isVisible());
-    notify("tun_stats", tunStats(""));
-    if (colour == "gray")
-        notify("tun_stats", Message("tun_stats"));
-    else
-        notify("tun_stats", tunStats(sess.toStdString(), txCodec.toStdString()));
-    QVERIFY(indicator->isVisible());
-    QCOMPARE(indicator->pixmap(Qt::ReturnByValue).toImage(), QPixmap(":/icons/braid_" + colour + ".png").toImage());
-}
 
 QTEST_MAIN(TestBraidStats)
 #include "test_braidstats.moc"

@@ -1,7 +1,8 @@
-// The tunnel screen's own widgets: connection buttons and the delay slider, painting checked by
-// pixels.
+// The tunnel screen's own widgets: connection buttons, the delay slider and the two graphs, their
+// painting checked by pixels.
 #include "delayslider.h"
 #include "ifcbutton.h"
+#include "logcapture.h"
 #include "losslaterecoverygrapher.h"
 #include "utilizationgrapher.h"
 
@@ -9,224 +10,170 @@
 #include <QLabel>
 #include <QtTest>
 
-class TestTunnelWidgets : public QObject {
-    Q_OBJECT
-
-private slots:
-    void buttonLabels_data();
-    void buttonLabels();
-    void sliderZones_data();
-    void sliderZones();
-    void sliderPainting_data();
-    void sliderPainting();
-    void graphColumns_data();
-    void graphColumns();
-};
-
 namespace {
-const QColor kBackground(30, 30, 30);
-
-QImage paint(QWidget& graph)
+QImage paint(QWidget& widget, const QColor& background)
 {
-    QImage image(graph.size(), QImage::Format_RGB32);
-    image.fill(Qt::white);
-    graph.render(&image);
+    QImage image(widget.size(), QImage::Format_RGB32);
+    image.fill(background);
+    widget.render(&image, QPoint(), QRegion(), QWidget::RenderFlags());
     return image;
 }
 } // namespace
 
-void TestTunnelWidgets::buttonLabels_data()
-{
-    QTest::addColumn<QString>("first");
-    QTest::addColumn<QString>("second");
-    QTest::addColumn<QString>("text");
+class TestTunnelWidgets : public QObject {
+    Q_OBJECT
 
-    QTest::newRow("both labels") << "Wired" << "Far Wired" << "(2) Wired>Far Wired";
-    QTest::newRow("first label changed") << "Wired" << "labels" << "(2) Wired>labels";
-    QTest::newRow("empty first") << "" << "Far Wired" << "Connection eth0";
-    QTest::newRow("empty second") << "Wired" << "" << "Connection eth0";
-}
+private slots:
+    void buttonLabels_data()
+    {
+        QTest::addColumn<QString>("first");
+        QTest::addColumn<QString>("second");
+        QTest::addColumn<QString>("text");
 
-void TestTunnelWidgets::buttonLabels()
-{
-    QFETCH(QString, first);
-    QFETCH(QString, second);
-    QFETCH(QString, text);
-
-    QWidget ifc;
-    ifc.resize(200, 120);
-    IFCButton button(&ifc, 2, "eth0", "old", "labels");
-    QCOMPARE(button.size(), QSize(200, 16));
-    QCOMPARE(button.y(), 120 - 3 * 20);
-    QVERIFY(button.isFlat());
-    QVERIFY(!button.isEnabled());
-
-    button.setLabels(first, second, false);
-    QCOMPARE(button.text(), text);
-    // A moved button renumbers itself.
-    button.setPosition(0);
-    QCOMPARE(button.y(), 100);
-    QCOMPARE(button.text(), QString(text).replace("(2)", "(0)"));
-    const QList<QColor> palette = {QColor(204, 0, 204), QColor(0, 0, 255),   QColor(0, 255, 0),
-                                   QColor(204, 204, 0), QColor(204, 119, 0), QColor(221, 0, 0)};
-    for (int position = 0; position < palette.size(); ++position) {
-        button.setPosition(position);
-        QCOMPARE(button.palette().color(QPalette::ButtonText), palette[position]);
+        QTest::newRow("both labels") << "Wired" << "Far Wired" << "(2) Wired>Far Wired";
+        QTest::newRow("first label changed") << "Wired" << "labels" << "(2) Wired>labels";
+        QTest::newRow("second label changed") << "old" << "Far" << "(2) old>Far";
+        QTest::newRow("empty first") << "" << "Far Wired" << "Connection eth0";
+        QTest::newRow("empty second") << "Wired" << "" << "Connection eth0";
     }
-}
+    void buttonLabels()
+    {
+        QFETCH(QString, first);
+        QFETCH(QString, second);
+        QFETCH(QString, text);
 
-void TestTunnelWidgets::sliderZones_data()
-{
-    QTest::addColumn<QList<int>>("points");
-    QTest::addColumn<int>("range");
-    QTest::addColumn<QList<int>>("zones");
-    QTest::addColumn<QString>("right");
-
-    QTest::newRow("even steps") << QList<int>{50, 100, 150, 200, 400} << 400 << QList<int>{12, 12, 12, 12, 52}
-                                << "400ms";
-    QTest::newRow("all at the top") << QList<int>{0, 0, 0, 300, 300} << 300 << QList<int>{0, 0, 0, 100, 0} << "300ms";
-    QTest::newRow("no range keeps the last") << QList<int>{50, 100, 150, 200, 0} << 0 << QList<int>{0, 0, 0, 0, 0}
-                                             << "100ms";
-}
-
-void TestTunnelWidgets::sliderZones()
-{
-    QFETCH(QList<int>, points);
-    QFETCH(int, range);
-    QFETCH(QList<int>, zones);
-    QFETCH(QString, right);
-
-    QWidget placeholder;
-    placeholder.resize(400, 50);
-    DelaySlider slider(&placeholder);
-    slider.setZones({points[0], points[1], points[2], points[3], points[4]}, range);
-    QCOMPARE(QList<int>(slider.zones().begin(), slider.zones().end()), zones);
-    QCOMPARE(slider.rightLabel()->text(), right);
-    QCOMPARE(slider.maximum(), range > 0 ? range : 99);
-
-    slider.setMarker(range / 4, range);
-    QCOMPARE(slider.marker(), range > 0 ? 25 : 0);
-    // "0ms" at the left, the range at the right, "Delay" in the middle, along the top.
-    QCOMPARE(slider.rightLabel()->geometry().topLeft(), QPoint(340, 0));
-    QCOMPARE(slider.rightLabel()->width(), 60);
-    QVERIFY(slider.rightLabel()->alignment() & Qt::AlignRight);
-    QLabel* centre = nullptr;
-    for (QLabel* label : slider.findChildren<QLabel*>()) {
-        if (label->text() == "Delay")
-            centre = label;
+        LogCapture log(LOG_DEBUG);
+        QWidget ifc;
+        ifc.resize(200, 120);
+        IFCButton button(&ifc, 2, "eth0", "old", "labels");
+        QCOMPARE(button.y(), 120 - 3 * 20);
+        QCOMPARE(IFCButton(&ifc, 0, "eth1", "", "").text(), QString("Connection eth1"));
+        button.setLabels(first, second, false);
+        QCOMPARE(button.text(), text);
+        QVERIFY(log.all().find(QString("setlabels %1 %2 2").arg(first, second).toStdString()) != std::string::npos);
+        // A moved button renumbers itself.
+        button.setPosition(0);
+        QCOMPARE(button.y(), 100);
+        QCOMPARE(button.text(), QString(text).replace("(2)", "(0)"));
     }
-    QVERIFY(centre);
-    QCOMPARE(centre->geometry().topLeft(), QPoint(180, 0));
-    QCOMPARE(centre->width(), 40);
-}
+    void sliderZones_data()
+    {
+        QTest::addColumn<QList<int>>("points");
+        QTest::addColumn<int>("range");
+        QTest::addColumn<QList<int>>("zones");
+        QTest::addColumn<QString>("right");
 
-void TestTunnelWidgets::sliderPainting_data()
-{
-    QTest::addColumn<bool>("automatic");
-    QTest::newRow("manual") << false;
-    QTest::newRow("automatic") << true;
-}
-
-// Zones 12 12 12 12 52 over w = 400 - 10 + 1 = 391 pixels from x = 5; the marker at 50%.
-void TestTunnelWidgets::sliderPainting()
-{
-    QFETCH(bool, automatic);
-
-    QWidget placeholder;
-    placeholder.resize(400, 50);
-    DelaySlider slider(&placeholder);
-    slider.setZones({50, 100, 150, 200, 400}, 400);
-    slider.setMarker(200, 400);
-    slider.setValue(380);
-    slider.setAuto(automatic);
-    QImage image(slider.size(), QImage::Format_RGB32);
-    const QColor background(1, 2, 3);
-    image.fill(background);
-    slider.render(&image, QPoint(), QRegion(), QWidget::RenderFlags());
-
-    const int w = 391;
-    const std::array<QColor, 5> colours = {QColor(255, 0, 0), QColor(255, 187, 0), QColor(255, 255, 0),
-                                           QColor(0, 255, 0), QColor(238, 238, 238)};
-    int x = 5;
-    for (int zone = 0; zone < 5; ++zone) {
-        const int width = (zone < 4 ? 12 : 52) * w / 100;
-        QCOMPARE(QColor(image.pixel(x + 1, 36)), colours[std::size_t(zone)]);
-        QCOMPARE(QColor(image.pixel(x + width - 1, 44)), colours[std::size_t(zone)]);
-        x += width;
+        QTest::newRow("even steps") << QList<int>{50, 100, 150, 200, 400} << 400 << QList<int>{12, 12, 12, 12, 52} << "400ms";
+        QTest::newRow("all at the top") << QList<int>{0, 0, 0, 300, 300} << 300 << QList<int>{0, 0, 0, 100, 0} << "300ms";
+        QTest::newRow("no range") << QList<int>{50, 100, 150, 200, 0} << 0 << QList<int>{0, 0, 0, 0, 0} << "100ms";
     }
-    QCOMPARE(QColor(image.pixel(x + 1, 40)), background);
-    QCOMPARE(QColor(image.pixel(5 + 50 * w / 100, 40)), QColor(Qt::black));
+    void sliderZones()
+    {
+        QFETCH(QList<int>, points);
+        QFETCH(int, range);
+        QFETCH(QList<int>, zones);
+        QFETCH(QString, right);
 
-    // The standard slider (groove, handle) is drawn only in manual mode.
-    int drawnOutsideTheBar = 0;
-    for (int y = 0; y < image.height(); ++y) {
-        for (int px = 0; px < image.width(); ++px) {
-            const bool bar = y >= 34 && y <= 46;
-            drawnOutsideTheBar += !bar && QColor(image.pixel(px, y)) != background;
+        QWidget placeholder;
+        DelaySlider slider(&placeholder);
+        slider.setZones({points[0], points[1], points[2], points[3], points[4]}, range);
+        QCOMPARE(QList<int>(slider.zones().begin(), slider.zones().end()), zones);
+        QCOMPARE(slider.rightLabel()->text(), right);
+        QCOMPARE(slider.maximum(), range > 0 ? range : 99);
+        slider.setMaximum(1);
+        slider.setMarker(range / 4, range);
+        QCOMPARE(slider.marker(), range > 0 ? 25 : 0);
+        QCOMPARE(slider.maximum(), range > 0 ? range : 1);
+    }
+    void sliderPainting_data()
+    {
+        QTest::addColumn<bool>("automatic");
+        QTest::newRow("manual") << false;
+        QTest::newRow("automatic") << true;
+    }
+    // Zones 12 12 12 12 52 over w = 400 - 10 + 1 = 391 pixels from x = 5; the marker at 50%.
+    void sliderPainting()
+    {
+        QFETCH(bool, automatic);
+
+        QWidget placeholder;
+        placeholder.resize(400, 50);
+        DelaySlider slider(&placeholder);
+        slider.setZones({50, 100, 150, 200, 400}, 400);
+        slider.setMarker(200, 400);
+        slider.setValue(380);
+        slider.setAuto(automatic);
+        const QColor background(1, 2, 3);
+        const QImage image = paint(slider, background);
+
+        const int w = 391;
+        const std::array<QColor, 5> colours = {QColor(255, 0, 0), QColor(255, 187, 0), QColor(255, 255, 0),
+                                               QColor(0, 255, 0), QColor(238, 238, 238)};
+        int x = 5;
+        for (std::size_t zone = 0; zone < 5; ++zone) {
+            const int width = slider.zones()[zone] * w / 100;
+            QCOMPARE(QColor(image.pixel(x + 1, 36)), colours[zone]);
+            QCOMPARE(QColor(image.pixel(x + width - 1, 44)), colours[zone]);
+            x += width;
         }
+        QCOMPARE(QColor(image.pixel(x + 1, 40)), background);
+        QCOMPARE(QColor(image.pixel(5 + 50 * w / 100, 40)), QColor(Qt::black));
+
+        // The standard slider (groove, handle) is drawn only in manual mode.
+        int drawnOutsideTheBar = 0;
+        for (int y = 0; y < image.height(); ++y) {
+            for (int px = 0; px < image.width(); ++px)
+                drawnOutsideTheBar += (y < 34 || y > 46) && QColor(image.pixel(px, y)) != background;
+        }
+        QCOMPARE(drawnOutsideTheBar > 0, !automatic);
     }
-    QCOMPARE(drawnOutsideTheBar > 0, !automatic);
-}
+    // Plots of 360 x 100 pixels: 3-pixel columns, the newest at x = 357..359. Each point is the
+    // middle of a column, "sample:y=colour".
+    void graphColumns_data()
+    {
+        QTest::addColumn<bool>("utilization");
+        QTest::addColumn<QString>("points");
+        QTest::addColumn<QString>("labels");
 
-// Plots of 360 x 100 pixels: 3-pixel columns, the newest at x = 357..359. Each point is the
-// middle of a column, "sample:y", with the colour expected there.
-void TestTunnelWidgets::graphColumns_data()
-{
-    QTest::addColumn<bool>("utilization");
-    QTest::addColumn<QStringList>("points");
-    QTest::addColumn<QList<QColor>>("colours");
-    QTest::addColumn<QStringList>("labels");
+        // 40 | 10 20 | boundary 20 | 20, scaled to the largest rate, 40; the columns before the boundary grey.
+        QTest::newRow("utilization") << true << "0:10=#444444 1:90=#444444 1:75=#222222 1:50=#666666 1:10=#1e1e1e 2:90=#cc00cc "
+                                                "2:20=#1e1e1e 3:60=#cc00cc 3:48=#1e1e1e" << "40 Kbps 0";
+        // 10% loss, 20% late, 30% recovery stacked from the bottom.
+        QTest::newRow("loss, late and recovery") << false << "3:95=#770000 3:80=#dd0000 3:50=#44cc00 3:30=#1e1e1e"
+                                                 << "100%  0%";
+    }
+    void graphColumns()
+    {
+        QFETCH(bool, utilization);
+        QFETCH(QString, points);
+        QFETCH(QString, labels);
 
-    const QColor grey0(68, 68, 68);
-    const QColor grey1(102, 102, 102);
-    const QColor first(204, 0, 204);
-    // 40 | 10 20 | boundary 20 | 20, scaled to the largest rate, 40.
-    QTest::newRow("utilization greys the columns before a boundary")
-        << true << QStringList{"0:10", "1:90", "1:50", "1:10", "2:90", "2:20", "3:60", "3:48"}
-        << QList<QColor>{grey0, grey0, grey1, kBackground, first, kBackground, first, kBackground}
-        << QStringList{"40", "Kbps", "0"};
-    // 10% loss, 20% late, 30% recovery stacked from the bottom.
-    QTest::newRow("loss, late and recovery stacked")
-        << false << QStringList{"3:95", "3:80", "3:50", "3:30"}
-        << QList<QColor>{QColor(119, 0, 0), QColor(221, 0, 0), QColor(68, 204, 0), kBackground}
-        << QStringList{"100%", "", "0%"};
-}
-
-void TestTunnelWidgets::graphColumns()
-{
-    QFETCH(bool, utilization);
-    QFETCH(QStringList, points);
-    QFETCH(QList<QColor>, colours);
-    QFETCH(QStringList, labels);
-
-    QWidget placeholder;
-    placeholder.resize(400, 100);
-    std::unique_ptr<GraphWidget> graph;
-    if (utilization) {
+        QWidget placeholder;
+        placeholder.resize(400, 100);
         auto* rates = new UtilizationGrapher(&placeholder);
+        auto* loss = new LossLateRecoveryGrapher(&placeholder);
         rates->addSample(7, {40}, false);
         rates->addSample(7, {10, 20}, false);
         rates->addSample(7, {20, 0, 0, 99}, true);
         rates->addSample(7, {20}, false);
         // Another session's history does not show.
         rates->addSample(8, {1000, 1000, 1000}, true);
-        graph.reset(rates);
-    } else {
-        auto* loss = new LossLateRecoveryGrapher(&placeholder);
         for (int sample = 0; sample < 4; ++sample)
             loss->addSample(7, 100, 200, 300);
-        graph.reset(loss);
+        GraphWidget* graph = utilization ? static_cast<GraphWidget*>(rates) : loss;
+        graph->setKey(7);
+        const QImage image = paint(*graph, Qt::white);
+        QStringList shown;
+        for (const QString& point : points.split(' ')) {
+            const int x = 3 * (116 + point.section(':', 0, 0).toInt()) + 1;
+            shown << point.section('=', 0, 0) + "=" + QColor(image.pixel(x, point.section(':', 1).section('=', 0, 0).toInt())).name();
+        }
+        QCOMPARE(shown.join(' '), points);
+        const GraphWidget::Labels text = graph->labels(0, 40);
+        QCOMPARE(text.top + " " + text.middle + " " + text.bottom, labels);
     }
-    graph->setKey(7);
-    const QImage image = paint(*graph);
-    for (int i = 0; i < points.size(); ++i) {
-        const int sample = points[i].section(':', 0, 0).toInt();
-        const int y = points[i].section(':', 1).toInt();
-        QCOMPARE(QColor(image.pixel(3 * (116 + sample) + 1, y)), colours[i]);
-    }
-    const GraphWidget::Labels text = graph->labels(0, 40);
-    QCOMPARE((QStringList{text.top, text.middle, text.bottom}), labels);
-}
+};
+
 
 QTEST_MAIN(TestTunnelWidgets)
 #include "test_tunnelwidgets.moc"
