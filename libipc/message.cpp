@@ -7,6 +7,10 @@
 
 namespace {
 
+// Below this many children a scan costs less than building and keeping an index: most
+// messages are small and are read once.
+constexpr std::size_t kIndexedFrom = 16;
+
 // Strings are quoted as in the Params text syntax; control bytes become \xNN so that one
 // node always stays one log line.
 void append_quoted(std::string& line, const std::string& text)
@@ -164,7 +168,9 @@ const std::vector<uint32_t>* Message::positions_of(const std::string& childName)
 
 Message& Message::get_child(const std::string& childName, unsigned int index)
 {
-    static_cast<const Message&>(*this).get_child(childName, index);
+    const Message& found = static_cast<const Message&>(*this).get_child(childName, index);
+    if (m_children.size() < kIndexedFrom)
+        return const_cast<Message&>(found);
     // The const lookup above left the index checked and current.
     return exposed((*m_index)[childName][index]);
 }
@@ -179,6 +185,13 @@ const Message& Message::get_child(const std::string& childName, unsigned int ind
 
 const Message* Message::find_child(const std::string& childName, unsigned int index) const
 {
+    if (m_children.size() < kIndexedFrom) {
+        for (const auto& child : m_children) {
+            if (child->name == childName && index-- == 0)
+                return child.get();
+        }
+        return nullptr;
+    }
     const std::vector<uint32_t>* positions = positions_of(childName);
     if (!positions || index >= positions->size())
         return nullptr;
@@ -187,6 +200,10 @@ const Message* Message::find_child(const std::string& childName, unsigned int in
 
 unsigned int Message::num_children(const std::string& childName) const
 {
+    if (m_children.size() < kIndexedFrom) {
+        return static_cast<unsigned int>(std::count_if(m_children.begin(), m_children.end(),
+                                                       [&](const auto& child) { return child->name == childName; }));
+    }
     const std::vector<uint32_t>* positions = positions_of(childName);
     return positions ? static_cast<unsigned int>(positions->size()) : 0u;
 }

@@ -257,19 +257,26 @@ void PeerList::updatePeerItem(QTreeWidgetItemIPC* row, const Message& peer)
     peer._dump(LOG_DEBUG, 0, 1);
 
     const BraidSession session = braidSessionOf(params);
-    row->setText(0, text(params, "name") + statusLine(params, session));
-
     int profile = params.get_int("profile", 0);
     if (!m_profileChannels.contains(profile))
         profile = 0;
     // The row keeps the channel the remote calls on, for the telephone-line buttons.
     if (!params.has_param("channel"))
         row->params().set_string("channel", m_profileChannels.value(profile).toStdString());
-    setDetailRows(row, detailRows(peer, text(row->params(), "channel"), m_profileNames.value(profile), session));
+    const QStringList details = detailRows(peer, text(row->params(), "channel"), m_profileNames.value(profile), session);
+    setDetailCount(row, details.size());
 
-    row->setIcon(0, m_icons[stateIcon(peer)]);
-    if (const Message* directory = peer.find_child("directory"))
-        setForegrounds(row, directory->params().get_bool("online", false) ? QColor(0, 0, 0) : QColor(128, 128, 128));
+    peerTree->changeData([&] {
+        row->setText(0, text(params, "name") + statusLine(params, session));
+        const QFont detailFont(QStringLiteral("arial"), kDetailPointSize, QFont::Normal, false);
+        for (int i = 0; i < details.size(); ++i) {
+            row->child(i)->setText(0, details[i]);
+            row->child(i)->setFont(0, detailFont);
+        }
+        row->setIcon(0, m_icons[stateIcon(peer)]);
+        if (const Message* directory = peer.find_child("directory"))
+            setForegrounds(row, directory->params().get_bool("online", false) ? QColor(0, 0, 0) : QColor(128, 128, 128));
+    });
 }
 
 // The comparisons a walk over the sessions would make, up to the first match; only when debugging,
@@ -365,15 +372,11 @@ QStringList PeerList::detailRows(const Message& peer, const QString& channel, co
 }
 
 // Detail rows are reused in place; surplus ones go.
-void PeerList::setDetailRows(QTreeWidgetItem* row, const QStringList& details)
+void PeerList::setDetailCount(QTreeWidgetItem* row, int count)
 {
-    const QFont detailFont(QStringLiteral("arial"), kDetailPointSize, QFont::Normal, false);
-    for (int i = 0; i < details.size(); ++i) {
-        QTreeWidgetItem* detail = i < row->childCount() ? row->child(i) : new QTreeWidgetItem(row);
-        detail->setText(0, details[i]);
-        detail->setFont(0, detailFont);
-    }
-    while (row->childCount() > details.size())
+    while (row->childCount() < count)
+        new QTreeWidgetItem(row);
+    while (row->childCount() > count)
         delete row->takeChild(row->childCount() - 1);
 }
 

@@ -86,7 +86,7 @@ private:
     static QString statusLine(const Params& peer, const BraidSession& session);
     QStringList detailRows(const Message& peer, const QString& channel, const QString& profileName,
                            const BraidSession& session) const;
-    static void setDetailRows(QTreeWidgetItem* row, const QStringList& details);
+    static void setDetailCount(QTreeWidgetItem* row, int count);
     static StateIcon stateIcon(const Message& peer);
     QTreeWidgetItemIPC* rowOf(int id) const;
     QTreeWidgetItemIPC* selectedRow() const;

@@ -60,15 +60,9 @@ void ProfileItems::populateItems(int profile_id, bool is_factory)
     labelProfileSettings->setText(tr("Profile Settings - <b>%1</b>")
                                       .arg(QString::fromStdString(groups.profileName()).toHtmlEscaped()));
 
-    settingstree::fill(treeProfileItems, groups);
-    for (int g = 0; g < treeProfileItems->topLevelItemCount(); ++g) {
-        QTreeWidgetItem* groupRow = treeProfileItems->topLevelItem(g);
-        settingstree::setRowColour(groupRow, kGray);
-        for (int o = 0; o < groupRow->childCount(); ++o) {
-            QTreeWidgetItem* row = groupRow->child(o);
-            settingstree::setRowColour(row, isEditable(row) ? kBlack : kGray);
-        }
-    }
+    // Group rows are never editable: gray.
+    settingstree::fill(treeProfileItems, groups,
+                       [this](QTreeWidgetItem* row) { settingstree::setRowColour(row, isEditable(row) ? kBlack : kGray); });
 }
 
 void ProfileItems::repopulateItems()

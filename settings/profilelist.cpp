@@ -10,6 +10,9 @@
 #include <QMessageBox>
 #include <QMutexLocker>
 
+#include <utility>
+#include <vector>
+
 namespace {
 
 // The profile's own parameters with its global settings over them.
@@ -80,17 +83,27 @@ void ProfileList::populateSettings()
     }
 
     listProfiles->clear();
-    Message profiles;
-    if (!g_ipcClient.copyResponse("profileList", profiles))
-        return;
+    // Under the lock only what the rows keep is copied; the rows are built after.
+    std::vector<Params> profiles;
+    {
+        QMutexLocker lock(g_ipcClient.mutex());
+        const Message* answer = g_ipcClient.getResponse("profileList");
+        if (!answer)
+            return;
+        const unsigned int count = answer->num_children("profile");
+        profiles.reserve(count);
+        for (unsigned int i = 0; i < count; ++i)
+            profiles.push_back(mergedProfile(answer->get_child("profile", i)));
+    }
     QListWidgetItemIPC* candidate = nullptr;
-    for (unsigned int i = 0; i < profiles.num_children("profile"); ++i) {
-        const Params profile = mergedProfile(profiles.get_child("profile", i));
+    for (Params& profile : profiles) {
         QString text = QString::fromStdString(profile.get_string("name", ""));
         if (profile.get_bool("default", false))
             text.prepend(QLatin1Char('*'));
-        auto* row = new QListWidgetItemIPC(isFactory(profile) ? m_factoryIcon : m_blankIcon, text, profile, listProfiles);
-        if (!candidate || profileId(profile) == selectId)
+        const int id = profileId(profile);
+        auto* row = new QListWidgetItemIPC(isFactory(profile) ? m_factoryIcon : m_blankIcon, text, std::move(profile));
+        listProfiles->addItem(row);
+        if (!candidate || id == selectId)
             candidate = row;
     }
     if (candidate && candidate != listProfiles->currentItem())

@@ -1,7 +1,9 @@
 #include "qlistwidgetitemipc.h"
 
-QListWidgetItemIPC::QListWidgetItemIPC(const QIcon& icon, const QString& text, const Params& params, QListWidget* list)
-    : QListWidgetItem(icon, text, list, Type)
-    , m_params(params)
+#include <utility>
+
+QListWidgetItemIPC::QListWidgetItemIPC(const QIcon& icon, const QString& text, Params params)
+    : QListWidgetItem(icon, text, nullptr, Type)
+    , m_params(std::move(params))
 {
 }

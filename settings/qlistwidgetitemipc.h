@@ -5,10 +5,11 @@
 
 #include <QListWidgetItem>
 
-// A list row that keeps the backend's record it was made from.
+// A list row that keeps the backend's record it was made from; made detached, then added to its
+// list, so that the list announces it once.
 class QListWidgetItemIPC : public QListWidgetItem {
 public:
-    QListWidgetItemIPC(const QIcon& icon, const QString& text, const Params& params, QListWidget* list);
+    QListWidgetItemIPC(const QIcon& icon, const QString& text, Params params);
 
     const Params& params() const { return m_params; }
 

@@ -21,15 +21,23 @@ void setFixedColumns(QTreeWidget* tree)
     tree->setColumnWidth(1, 200);
 }
 
-void fill(QTreeWidget* tree, const SettingGroupList& groups)
+// The rows are built and decorated detached and added at once: each change to a row the tree
+// holds is announced, and the first announcement looks the row up among all rows.
+void fill(QTreeWidget* tree, const SettingGroupList& groups, const std::function<void(QTreeWidgetItem*)>& decorate)
 {
+    QList<QTreeWidgetItem*> groupRows;
+    groupRows.reserve(groups.groupCount());
     for (int g = 0; g < groups.groupCount(); ++g) {
-        auto* groupRow = new QTreeWidgetItem(tree, QTreeWidgetItem::Type);
+        auto* groupRow = new QTreeWidgetItem(QTreeWidgetItem::Type);
         groupRow->setText(0, QString::fromStdString(groups.groupTitle(g)));
+        decorate(groupRow);
         for (int o = 0; o < groups.optionCount(g); ++o)
-            new QTreeWidgetItemSetting(groupRow, *groups.option(g, o));
-        groupRow->setExpanded(true);
+            decorate(new QTreeWidgetItemSetting(groupRow, *groups.option(g, o)));
+        groupRows.append(groupRow);
     }
+    tree->addTopLevelItems(groupRows);
+    // Every group open; their options have no rows below them.
+    tree->expandAll();
     QTreeWidgetItem* firstGroup = tree->topLevelItem(0);
     if (!tree->currentItem() && firstGroup && firstGroup->childCount() > 0)
         tree->setCurrentItem(firstGroup->child(0));

@@ -39,9 +39,10 @@ void SystemSettings::populateSettings()
     treeSysConfig->clear();
     SettingGroupList groups;
     groups.buildSystemGroups(checkAdvanced->isChecked());
-    settingstree::fill(treeSysConfig, groups);
-    for (int g = 0; g < treeSysConfig->topLevelItemCount(); ++g)
-        settingstree::setRowColour(treeSysConfig->topLevelItem(g), kGroupColour);
+    settingstree::fill(treeSysConfig, groups, [](QTreeWidgetItem* row) {
+        if (!row->parent())
+            settingstree::setRowColour(row, kGroupColour);
+    });
 }
 
 void SystemSettings::refreshSettings()

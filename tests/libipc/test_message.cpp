@@ -88,13 +88,15 @@ TEST(Params, MergeAddsAndReplacesRightHandKeys)
     EXPECT_EQ(left, Params("a=1 b=2")) << "operator+ must not change its left operand";
 }
 
-// Children a, b, a, c, a; each tagged with its position.
-Message make_family()
+// Children a, b, a, c, a; each tagged with its position; then `padding` children named "pad".
+Message make_family(int padding = 0)
 {
     Message parent("parent");
     int position = 0;
     for (const char* name : {"a", "b", "a", "c", "a"})
         parent.add_child(name).params().set_int("pos", position++);
+    for (int i = 0; i < padding; ++i)
+        parent.add_child("pad");
     return parent;
 }
 
@@ -120,8 +122,11 @@ TEST(Message, ChildrenAreAddressedByNameAndIndexAmongThatName)
     EXPECT_EQ(parent, make_family().get_child("c", 0)) << "assignment from its own descendant";
 }
 
-// Lookups go through an index; every way of renaming a child after a lookup must still be seen.
-TEST(Message, LookupsSeeChildrenRenamedOrReplacedAfterAnEarlierLookup)
+// Small messages are scanned, large ones go through an index; either way every way of renaming a
+// child after a lookup must still be seen.
+class MessageLookups : public ::testing::TestWithParam<int> {};
+
+TEST_P(MessageLookups, SeeChildrenRenamedOrReplacedAfterAnEarlierLookup)
 {
     const std::function<void(Message&)> renames[] = {
         [](Message& m) { m.get_child("a", 1).name = "c"; },
@@ -138,17 +143,21 @@ TEST(Message, LookupsSeeChildrenRenamedOrReplacedAfterAnEarlierLookup)
             m = std::move(moved);
         }};
     for (const auto& rename : renames) {
-        Message family = make_family();
+        Message family = make_family(GetParam());
         ASSERT_EQ(family.num_children("c"), 1u);
         rename(family);
         EXPECT_EQ(family.num_children("c"), 2u) << family.dump_text();
-        EXPECT_EQ(family.num_children("a") + family.num_children("b") + family.num_children("c"), family.child_count())
+        EXPECT_EQ(family.num_children("a") + family.num_children("b") + family.num_children("c")
+                      + family.num_children("pad"),
+                  family.child_count())
             << family.dump_text();
         for (unsigned int i = 0; i < family.num_children("c"); ++i)
             EXPECT_EQ(family.get_child("c", i).name, "c");
         EXPECT_EQ(family.find_child("c", 2), nullptr);
     }
 }
+
+INSTANTIATE_TEST_SUITE_P(SmallAndLarge, MessageLookups, ::testing::Values(0, 40));
 
 TEST(Message, CopiesAreDeepAndAnyChangeAnywhereMakesThemUnequal)
 {

@@ -57,6 +57,7 @@ private slots:
     void title_data();
     void title();
     void startupTunnelStatusComesFromTheFirstNode();
+    void shownRowsTakeTheHeightOfTheirNewText();
 };
 
 // Profile 2 is the default; 3 is on the telephone line.
@@ -368,6 +369,24 @@ void TestPeerList::startupTunnelStatusComesFromTheFirstNode()
     // Without a node, the status stays.
     respond("statusTunnel", fromXmls(R"(<m n="resp"><b k="fail">true</b></m>)"));
     QCOMPARE(list.peerTree->topLevelItem(0)->text(0), QString("Van\nConnected (Braid)"));
+}
+
+// Rows change without the view following each change: the layout that follows must still give a
+// row that gained a status line its new height.
+void TestPeerList::shownRowsTakeTheHeightOfTheirNewText()
+{
+    PeerList list;
+    list.show();
+    feedPeers({"id:i=1 name=Van addr=a", "id:i=2 name=Bus addr=b"});
+    QCoreApplication::processEvents();
+    QTreeWidgetItem* van = list.peerTree->topLevelItem(0);
+    const int oneLine = list.peerTree->visualItemRect(van).height();
+    QVERIFY(oneLine > 0);
+
+    feedPeers({"id:i=1 name=Van addr=a active:b=true state_ui=Connected", "id:i=2 name=Bus addr=b"});
+    QCoreApplication::processEvents();
+    QCOMPARE(van->text(0), QString("Van\nConnected"));
+    QVERIFY2(list.peerTree->visualItemRect(van).height() > oneLine, "the row still has the height of one line");
 }
 
 QTEST_MAIN(TestPeerList)
