@@ -1,24 +1,16 @@
+#include "bytestring.h"
 #include "codec.h"
 #include "utf8.h"
 
 #include <gtest/gtest.h>
 
 #include <functional>
-#include <initializer_list>
 #include <tuple>
 
 using namespace ipc;
 using namespace std::string_literals;
 
 namespace {
-
-std::string bytes(std::initializer_list<int> values)
-{
-    std::string out;
-    for (const int value : values)
-        out += static_cast<char>(value);
-    return out;
-}
 
 // Every param type at its extremes, strings awkward for one encoding or the other, nested children.
 Message rich_message()
