@@ -159,7 +159,7 @@ void TestGrapher::shapes()
     QFETCH(QString, graph);
     QFETCH(QList<int>, sample);
     Graphs graphs;
-    graphs.delay.addSample(0, sample[0], sample[1], sample[0] - sample[2], sample.value(3));
+    graphs.delay.addSample(0, sample[0], sample[1], sample[0] - sample.value(2), sample.value(3));
     graphs.channel.addSample(0, sample[0], sample[1]);
     graphs.percent.addSample(0, sample[0], sample[1], sample.value(2));
     Grapher::PointList points[2];
