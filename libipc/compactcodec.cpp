@@ -90,11 +90,11 @@ void write_head(Writer& writer, const Message& message, std::size_t childCount)
     writer.array(kMessageItems);
     writer.string(message.name);
     const auto& values = message.params().values();
+    std::size_t counts[kParamTypes] = {};
+    for (const auto& entry : values)
+        ++counts[entry.second.index()];
     for (std::size_t type = 0; type < kParamTypes; ++type) {
-        std::size_t count = 0;
-        for (const auto& entry : values)
-            count += entry.second.index() == type;
-        writer.map(count);
+        writer.map(counts[type]);
         for (const auto& [key, value] : values) {
             if (value.index() != type)
                 continue;
