@@ -8,11 +8,11 @@ const int kMarkStep = 6;
 const int kScaleRange = 60;
 // dBu reads 20 dB above dBFS on this unit's line level.
 const int kDBUOffset = 20;
+}
 
-QString markLabel(int value)
+QString BigMeter::markLabel(int value)
 {
     return value > 0 ? QStringLiteral("+%1").arg(value) : QString::number(value);
-}
 }
 
 BigMeter::BigMeter(int width, int height, QWidget *parent)
@@ -77,7 +77,6 @@ void BigMeter::paintEvent(QPaintEvent *)
         painter.drawText(QRect(x - 11, middle - 8, 20, 16), Qt::AlignCenter, markLabel(value));
     }
 
-    painter.setPen(QPen(Qt::black, 1));
     painter.setFont(boldFont);
     static const char *const rowLetters[] = {"L", "R", "L", "R"};
     for (int row = 0; row < 4; ++row)

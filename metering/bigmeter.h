@@ -21,6 +21,8 @@ public:
     int barX() const { return (m_width - m_barLength) / 2; }
     // Top edge of bar row 0..3: input left, input right, playback left, playback right.
     int rowY(int row) const;
+    // The scale's text at a mark: a sign on every non-zero value.
+    static QString markLabel(int value);
 
 public slots:
     void setModeFS();

@@ -4,7 +4,7 @@
 
 namespace {
 constexpr unsigned kHistory = 120;
-// [payload, payload + overhead, 0, 0]: only the first two span the range.
+// [payload, payload + overhead]
 constexpr unsigned kSeries = 2;
 enum Value { PayloadRate, TotalRate };
 enum Rects { TotalBars, OverheadBands };
@@ -17,8 +17,8 @@ QString rateLabel(int bitsPerSecond)
 
 ChannelGrapher::ChannelGrapher(QWidget* placeholder, const QString& label)
     : GraphWidget(placeholder, kHistory, kSeries,
-                  {{QColor(10, 100, 240), QPen(QColor(10, 75, 200), 0)},
-                   {QColor(50, 150, 180), QPen(QColor(50, 100, 155), 0)}},
+                  {{QColor(10, 100, 240), QColor(10, 75, 200)},
+                   {QColor(50, 150, 180), QColor(50, 100, 155)}},
                   {}),
       m_label(label)
 {
@@ -26,7 +26,7 @@ ChannelGrapher::ChannelGrapher(QWidget* placeholder, const QString& label)
 
 void ChannelGrapher::addSample(uint32_t key, int payload, int overhead)
 {
-    add(key, {payload, payload + overhead, 0, 0});
+    add(key, {payload, payload + overhead});
 }
 
 void ChannelGrapher::drawSample(unsigned index, int min, int max, const Sample& sample, PointList*,

@@ -20,9 +20,9 @@ QString delayLabel(int tenths)
 
 DelayGrapher::DelayGrapher(QWidget* placeholder)
     : GraphWidget(placeholder, kHistory, kSeries,
-                  {{QColor(10, 100, 240), QPen(QColor(10, 75, 200), 0)},
-                   {QColor(50, 150, 180), QPen(QColor(50, 100, 155), 0)},
-                   {QColor(240, 10, 10), QPen(QColor(200, 10, 10), 1)}},
+                  {{QColor(10, 100, 240), QColor(10, 75, 200)},
+                   {QColor(50, 150, 180), QColor(50, 100, 155)},
+                   {QColor(240, 10, 10), QColor(200, 10, 10)}},
                   {QPen(QColor(10, 255, 75), 2)})
 {
 }

@@ -10,20 +10,6 @@ constexpr int kMiddleBaselineBelowCentre = 5;
 // Small enough for "1234.5kb" to fit beside the plot.
 constexpr int kLabelPointSize = 7;
 const QColor kBackground(30, 30, 30);
-// Drops the inner points of level runs: a level run is one segment, which strokes the same pixels
-// at a fraction of the cost of a segment per column.
-void dropLevelRuns(Grapher::PointList& points)
-{
-    int kept = 0;
-    for (int i = 0; i < points.size(); ++i) {
-        const bool inner = kept >= 1 && i + 1 < points.size() && points[kept - 1].y() == points[i].y() &&
-                           points[i + 1].y() == points[i].y();
-        if (!inner)
-            points[kept++] = points[i];
-    }
-    points.resize(kept);
-}
-
 } // namespace
 
 GraphWidget::GraphWidget(QWidget* placeholder, unsigned historyLength, unsigned seriesCount,
@@ -42,6 +28,18 @@ GraphWidget::GraphWidget(QWidget* placeholder, unsigned historyLength, unsigned 
     QFont labelFont = font();
     labelFont.setPointSize(kLabelPointSize);
     setFont(labelFont);
+}
+
+void GraphWidget::dropLevelRuns(PointList& points)
+{
+    int kept = 0;
+    for (int i = 0; i < points.size(); ++i) {
+        const bool inner = kept >= 1 && i + 1 < points.size() && points[kept - 1].y() == points[i].y() &&
+                           points[i + 1].y() == points[i].y();
+        if (!inner)
+            points[kept++] = points[i];
+    }
+    points.resize(kept);
 }
 
 QPen GraphWidget::framePen()

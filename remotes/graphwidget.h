@@ -37,6 +37,9 @@ public:
 
     // The grey of the plot's frame, its labels and its zero line.
     static QPen framePen();
+    // Drops the inner points of level runs: a level run is one segment, which strokes the same
+    // pixels at a fraction of the cost of a segment per column.
+    static void dropLevelRuns(PointList& points);
 
 protected:
     // Outlines are one pixel wide, whatever the pen's width.

@@ -10,7 +10,7 @@ enum Lines { RemoteLossLine, CorrectionsLine };
 } // namespace
 
 PercentGrapher::PercentGrapher(QWidget* placeholder)
-    : GraphWidget(placeholder, kHistory, kSeries, {{QColor(240, 10, 10), QPen(QColor(200, 10, 10), 1)}},
+    : GraphWidget(placeholder, kHistory, kSeries, {{QColor(240, 10, 10), QColor(200, 10, 10)}},
                   {QPen(QColor(200, 175, 30), 2), QPen(QColor(100, 175, 240), 1)})
 {
 }

@@ -2,14 +2,8 @@
 
 #include <QCheckBox>
 #include <QComboBox>
-#include <QHeaderView>
 #include <QTabWidget>
 #include <QTreeWidget>
-
-namespace {
-constexpr int kLabelColumnWidth = 320;
-constexpr int kValueColumnWidth = 200;
-} // namespace
 
 void StatsScreen::attachControls(QComboBox* selector, QCheckBox* option, QTabWidget* pages)
 {
@@ -20,12 +14,6 @@ void StatsScreen::attachControls(QComboBox* selector, QCheckBox* option, QTabWid
 
 void StatsScreen::setUpTable(QTreeWidget* table, const QStringList& labels)
 {
-    table->setColumnCount(2);
-    table->setHeaderHidden(true);
-    table->setRootIsDecorated(false);
-    table->header()->setStretchLastSection(false);
-    table->setColumnWidth(0, kLabelColumnWidth);
-    table->setColumnWidth(1, kValueColumnWidth);
     for (const QString& label : labels)
         new QTreeWidgetItem(table, QStringList{label, QString()});
 }

@@ -23,7 +23,7 @@ protected:
 
     // Called once the form exists.
     void attachControls(QComboBox* selector, QCheckBox* option, QTabWidget* pages);
-    // Two columns, labels on the left, values on the right, no header.
+    // One row per label; the form gives the two columns, labels on the left, values on the right.
     static void setUpTable(QTreeWidget* table, const QStringList& labels);
 
 private:

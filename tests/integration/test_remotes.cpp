@@ -7,9 +7,7 @@
 #include "peerlist.h"
 #include "shellsession.h"
 
-#include <QApplication>
 #include <QtTest>
-
 
 class TestRemotes : public QObject {
     Q_OBJECT
@@ -70,9 +68,6 @@ void TestRemotes::addRemoteWithTheKeypad()
 {
     m_shell.window().menu().actionAdd_New_Remote->trigger();
     QCOMPARE(m_shell.window().pane().currentScreen(), int(Pane::ScreenPeerAdd));
-    QCOMPARE(m_editor->labelTitle->text(), QString("Add New Remote"));
-    QVERIFY(m_editor->nameEdit->hasFocus());
-    QVERIFY(!m_editor->buttonOK->isEnabled());
 
     m_shell.type("Field Kit");
     m_shell.key(Qt::Key_Down);
@@ -80,7 +75,6 @@ void TestRemotes::addRemoteWithTheKeypad()
     m_shell.key(Qt::Key_Down);
     QVERIFY(m_editor->addressEdit->hasFocus());
     m_shell.type("192.0.2.44");
-    QVERIFY(m_editor->buttonOK->isEnabled());
     QVERIFY(m_shell.pressUntil(Qt::Key_Down, [&] { return m_editor->buttonOK->hasFocus(); }));
 
     m_shell.key(Qt::Key_Enter);

@@ -109,8 +109,14 @@ private slots:
         emit g_ipcClient.recvSetMetering();
         QCOMPARE(events.join(' '), QString("2 A3 A4 S5 S5 A6 A6"));
 
-        QTest::mouseClick(m_statusBar->findChild<SmallMeter*>(), Qt::LeftButton);
+        SmallMeter* small = m_statusBar->findChild<SmallMeter*>();
+        QTest::mouseClick(small, Qt::LeftButton);
         QCOMPARE(clicked.count(), 1);
+        // The backend draws the bars: the small meter paints no pixel over them.
+        QImage shown(small->size(), QImage::Format_RGB32);
+        shown.fill(Qt::red);
+        small->render(&shown);
+        QCOMPARE(shown.pixel(small->width() / 2, small->height() / 2), qRgb(255, 0, 0));
         const BigMeter* big = m_metering->findChild<BigMeter*>();
         QTest::mouseClick(m_metering->radioDBU, Qt::LeftButton);
         QCOMPARE(big->mode(), BigMeter::ModeDBU);

@@ -1,39 +1,15 @@
 #ifndef TESTS_REMOTES_REMOTESFEED_H
 #define TESTS_REMOTES_REMOTESFEED_H
 
-#include "codec.h"
-#include "ipcinstances.h"
-#include "message.h"
+#include "cachefeeder.h"
+#include "platformkey.h"
 
-#include <QApplication>
 #include <QEvent>
-#include <QMutexLocker>
 #include <QStringList>
-#include <QWidget>
-#include <QtTest>
 
-#include <string>
-#include <utility>
-#include <vector>
+using namespace cachefeeder;
 
-// Feeds the shared client as the backend would: answers and notifications, written in the
-// library's text forms ("key:type=value" parameters, or whole messages as xmls).
-inline Message fromXmls(const std::string& text)
-{
-    Message msg;
-    std::string error;
-    if (!ipc::decode(ipc::Encoding::Xmls, text.data(), text.size(), msg, error))
-        qFatal("bad xmls in test: %s", error.c_str());
-    return msg;
-}
-
-inline void respond(const std::string& seq, Message msg)
-{
-    msg.params().set_string("seq", seq);
-    QMutexLocker lock(g_ipcClient.mutex());
-    g_ipcClient.process_response(msg);
-}
-
+// Lists as the backend sends them: one child per "key:type=value" record.
 inline Message withChildren(const char* name, const char* childName, const QStringList& children)
 {
     Message msg(name);
@@ -44,7 +20,7 @@ inline Message withChildren(const char* name, const char* childName, const QStri
 
 inline void answer(const char* seq, const char* childName, const QStringList& children)
 {
-    respond(seq, withChildren(seq, childName, children));
+    answer(seq, withChildren(seq, childName, children));
 }
 
 inline void notify(const char* id, const char* childName, const QStringList& children)
@@ -53,16 +29,10 @@ inline void notify(const char* id, const char* childName, const QStringList& chi
     g_ipcClient.process_unso_id(id, withChildren(id, childName, children));
 }
 
-// The requests sent while it exists.
-struct SentRequests {
-    SentRequests() { g_ipcClient.setRequestTap([this](const Message& request) { sent.push_back(request); }); }
-    ~SentRequests() { g_ipcClient.setRequestTap(nullptr); }
-    std::vector<Message> sent;
-};
-
 // Whether the requests are these: each a name and its parameters in "key:type=value" text.
-inline bool sentAre(const std::vector<Message>& sent, const std::vector<std::pair<std::string, std::string>>& expected)
+inline bool sentAre(const RequestLog& log, const std::vector<std::pair<std::string, std::string>>& expected)
 {
+    const std::vector<Message>& sent = log.requests();
     if (sent.size() != expected.size())
         return false;
     for (size_t i = 0; i < sent.size(); ++i) {
@@ -70,14 +40,6 @@ inline bool sentAre(const std::vector<Message>& sent, const std::vector<std::pai
             return false;
     }
     return true;
-}
-
-// Shows the screen as the active window, so that focus and painting are real.
-inline bool showActive(QWidget& screen)
-{
-    screen.show();
-    QApplication::setActiveWindow(&screen);
-    return QTest::qWaitForWindowActive(&screen);
 }
 
 // A keypad key pressed and released with focus on the screen's child of that name; the name of

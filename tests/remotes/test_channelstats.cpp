@@ -163,7 +163,7 @@ void TestChannelStats::keys()
     QFETCH(QString, focus);
     QFETCH(int, key);
     ChannelStats screen;
-    QVERIFY(showActive(screen));
+    QVERIFY(showActive(&screen));
     feedChannels({"a", "b", "c"});
     screen.comboMode->setCurrentIndex(1);
     screen.statsTab->setCurrentIndex(1);

@@ -59,6 +59,8 @@ private slots:
     void rangeSpansSeriesAndZero_data();
     void rangeSpansSeriesAndZero();
     void pruneAndErase();
+    void levelRunsKeepTheirEnds_data();
+    void levelRunsKeepTheirEnds();
     void shapes_data();
     void shapes();
     void samePixelsAsStrokingEachShape();
@@ -124,6 +126,34 @@ void TestGrapher::pruneAndErase()
              (std::vector<bool>{true, false, false, false}));
 }
 
+void TestGrapher::levelRunsKeepTheirEnds_data()
+{
+    QTest::addColumn<QString>("rows"); // one point a column, at the digit's row
+    QTest::addColumn<QString>("kept"); // the columns left
+
+    QTest::newRow("one run") << "5555" << "03";
+    QTest::newRow("no run") << "1212" << "0123";
+    QTest::newRow("run between changes") << "15552" << "0134";
+    QTest::newRow("two points") << "55" << "01";
+    QTest::newRow("runs back to back") << "1113332" << "02356";
+}
+
+// Memory past the end holds one more level point, which the walk must not read.
+void TestGrapher::levelRunsKeepTheirEnds()
+{
+    QFETCH(QString, rows);
+    Grapher::PointList points;
+    for (int x = 0; x < rows.size(); ++x)
+        points.append(QPoint(x, rows[x].digitValue()));
+    points.append(points.last());
+    points.removeLast();
+    GraphWidget::dropLevelRuns(points);
+    QString kept;
+    for (const QPoint& point : points)
+        kept += QString::number(point.x());
+    QTEST(kept, "kept");
+}
+
 // One sample on a small scale, where every value has a row of its own: the shapes of the newest
 // column, list by list.
 void TestGrapher::shapes_data()
@@ -182,7 +212,8 @@ void TestGrapher::shapes()
 }
 
 // The reference: each rectangle list filled and stroked in one call, every polyline point by
-// point, as the shapes are described; the graph shows a key other than the first.
+// point, as the shapes are described. Key 7 has negative delays, key 8 none; each graph is
+// painted twice, as a screen repaints.
 void TestGrapher::samePixelsAsStrokingEachShape()
 {
     Graphs graphs;
@@ -192,6 +223,7 @@ void TestGrapher::samePixelsAsStrokingEachShape()
         const bool negative = i % 17 == 0;
         graphs.delay.addSample(7, negative ? -2 : 3 + below(3), i % 30 < 10 ? 4 : 3 + below(2), negative ? 1 : below(3),
                                below(10) != 0);
+        graphs.delay.addSample(8, 3 + below(3), 4, below(3), true);
         graphs.percent.addSample(7, below(200), i % 20 < 10 ? 0 : below(100), below(150));
         graphs.channel.addSample(7, 100000 + below(50000), below(30000));
     }
@@ -200,17 +232,19 @@ void TestGrapher::samePixelsAsStrokingEachShape()
     const std::pair<QColor, QPen> red(QColor(240, 10, 10), QPen(QColor(200, 10, 10), 1));
     const struct {
         GraphWidget* graph;
+        uint32_t key;
         QVector<std::pair<QColor, QPen>> rects;
         QVector<QPen> lines;
     } styles[] = {
-        {&graphs.delay, {bars, bands, red}, {QPen(QColor(10, 255, 75), 2)}},
-        {&graphs.percent, {red}, {QPen(QColor(200, 175, 30), 2), QPen(QColor(100, 175, 240), 1)}},
-        {&graphs.channel, {bars, bands}, {}},
+        {&graphs.delay, 7, {bars, bands, red}, {QPen(QColor(10, 255, 75), 2)}},
+        {&graphs.delay, 8, {bars, bands, red}, {QPen(QColor(10, 255, 75), 2)}},
+        {&graphs.percent, 7, {red}, {QPen(QColor(200, 175, 30), 2), QPen(QColor(100, 175, 240), 1)}},
+        {&graphs.channel, 7, {bars, bands}, {}},
     };
     for (const auto& style : styles) {
         GraphWidget& graph = *style.graph;
         QCOMPARE(graph.size(), kPlaceholder);
-        graph.setKey(7);
+        graph.setKey(style.key);
         QImage reference(graph.size(), QImage::Format_RGB32);
         reference.fill(graph.palette().window().color());
         QPainter painter(&reference);
@@ -221,7 +255,7 @@ void TestGrapher::samePixelsAsStrokingEachShape()
         QVector<Grapher::PointList> points(style.lines.size());
         int min = 0;
         int max = 0;
-        graph.draw(7, points.data(), rects.data(), &min, &max);
+        graph.draw(style.key, points.data(), rects.data(), &min, &max);
         for (int i = 0; i < rects.size(); ++i) {
             painter.setPen(style.rects[i].second);
             painter.setBrush(style.rects[i].first);
@@ -233,13 +267,14 @@ void TestGrapher::samePixelsAsStrokingEachShape()
             painter.drawPolyline(points[i].constData(), points[i].size());
         }
         // Negative delays bring the zero line.
-        if (&graph == &graphs.delay) {
+        if (&graph == &graphs.delay && min < 0) {
             const int zeroY = 120 - 120 * (0 - min) / (max - min);
             painter.setPen(GraphWidget::framePen());
             painter.drawLine(0, zeroY, 600, zeroY);
         }
         painter.end();
         QImage image(graph.size(), QImage::Format_RGB32);
+        graph.render(&image);
         graph.render(&image);
         // The plot with its frame; the labels beside it are text, rendered by the platform.
         const QRect plot(0, 0, 601, 121);

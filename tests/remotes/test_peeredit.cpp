@@ -66,8 +66,8 @@ private slots:
 
 void TestPeerEdit::initTestCase()
 {
-    respond("peerList", fromXmls(kPeers));
-    respond("profileList", fromXmls(kProfiles));
+    answer("peerList", parse(kPeers));
+    answer("profileList", parse(kProfiles));
 }
 
 void TestPeerEdit::editMode_data()
@@ -155,13 +155,13 @@ void TestPeerEdit::form()
     QCOMPARE(editor.macAddrEdit->palette().color(QPalette::Base) == QColor(255, 221, 221),
              peerId == 0 && braid && expected.isEmpty());
 
-    SentRequests tap;
+    RequestLog tap;
     QSignalSpy done(&editor, &PeerEdit::editPeerDone);
     editor.buttonOK->click();
     if (expected.isEmpty())
-        QVERIFY(tap.sent.empty() && done.isEmpty());
+        QVERIFY(tap.requests().empty() && done.isEmpty());
     else
-        QVERIFY(sentAre(tap.sent, {{peerId ? "setPeerSettings" : "addPeer", expected.toStdString()}}) && done.count() == 1);
+        QVERIFY(sentAre(tap, {{peerId ? "setPeerSettings" : "addPeer", expected.toStdString()}}) && done.count() == 1);
 }
 
 void TestPeerEdit::keys_data()
@@ -190,7 +190,7 @@ void TestPeerEdit::keys()
     QFETCH(QString, focus);
     QFETCH(int, key);
     PeerEdit editor;
-    QVERIFY(showActive(editor));
+    QVERIFY(showActive(&editor));
     open(editor, 3, false);
     editor.paneAboutToShow();
     QVERIFY(editor.nameEdit->hasFocus());

@@ -14,7 +14,7 @@ void feedPeers(const QStringList& records, const QString& directory = QString())
     Message list = withChildren("peerList", "peer", records);
     if (!directory.isEmpty())
         list.get_child("peer", 0).add_child(Message("directory", Params(directory.toUtf8().constData())));
-    respond("peerList", list);
+    answer("peerList", list);
 }
 
 // A row's text, then its detail rows, joined by '|'.
@@ -63,12 +63,12 @@ private slots:
 // Profile 2 is the default; 3 is on the telephone line.
 void TestPeerList::init()
 {
-    respond("profileList", fromXmls(R"(<m n="profileList">
+    answer("profileList", parse(R"(<m n="profileList">
       <m n="profile"><i k="id">1</i><m n="settings"><s k="name">Factory IP</s></m></m>
       <m n="profile"><i k="id">2</i><b k="default">true</b><m n="settings"><s k="name">Studio Link</s></m></m>
       <m n="profile"><i k="id">3</i><m n="settings"><s k="name">Phone Line</s><s k="channel">pots</s></m></m>
       <m n="profile"><i k="id">4</i></m></m>)"));
-    respond("currentEncoder", Message("currentEncoder", Params("descr=\"Opus Stereo 128 kb/s\"")));
+    answer("currentEncoder", Message("currentEncoder", Params("descr=\"Opus Stereo 128 kb/s\"")));
 }
 
 void TestPeerList::mergePlacesOnlyNewRows_data()
@@ -136,11 +136,11 @@ void TestPeerList::profilesAndEncoderRefreshRows()
     feedPeers({"id:i=1 name=A profile:i=1 active:b=true transmitting:b=true", "id:i=2 name=B profile:i=1"});
     QTreeWidgetItem* idle = list.peerTree->topLevelItem(1);
     idle->setText(0, "untouched");
-    respond("currentEncoder", Message("currentEncoder", Params("descr=\"G.722 Mono 64 kb/s\"")));
+    answer("currentEncoder", Message("currentEncoder", Params("descr=\"G.722 Mono 64 kb/s\"")));
     QCOMPARE(rowTexts(list.peerTree->topLevelItem(0)),
              QString("A\n|Address\t|Profile\tFactory IP|Transmitting\tG.722 Mono 64 kb/s|Receiving\tNo"));
     QCOMPARE(idle->text(0), QString("untouched"));
-    respond("profileList", fromXmls(R"(<m n="profileList">
+    answer("profileList", parse(R"(<m n="profileList">
       <m n="profile"><i k="id">1</i><m n="settings"><s k="name">Renamed</s></m></m></m>)"));
     QCOMPARE(rowTexts(idle), QString("B|Address\t|Profile\tRenamed"));
 }
@@ -216,7 +216,7 @@ void TestPeerList::rowRendering()
 
     Screen list;
     if (!tunnel.isEmpty())
-        list.handleUnsoTunnelStatus("cfgStatus:netmgr.tunnel", fromXmls(tunnel.toStdString()));
+        list.handleUnsoTunnelStatus("cfgStatus:netmgr.tunnel", parse(tunnel.toStdString()));
     feedPeers({record}, directory);
 
     const QTreeWidgetItem* row = list.peerTree->topLevelItem(0);
@@ -255,7 +255,7 @@ void TestPeerList::buttonsFollowSelectionAndPots()
     QFETCH(QString, pots);
 
     Screen list;
-    QVERIFY(showActive(list));
+    QVERIFY(showActive(&list));
     QVERIFY(list.buttonRateDrop->isHidden() && list.buttonRetrain->isHidden());
     list.paneAboutToShow();
     feedPeers({selectedRecord, otherRecord});
@@ -302,12 +302,12 @@ void TestPeerList::selectionAndRequests()
     QCOMPARE(selected.takeLast(), QVariantList{9});
     QCOMPARE(list.getAttrOfSelected("name"), QString("B"));
 
-    SentRequests tap;
+    RequestLog tap;
     list.buttonConnect->setEnabled(true);
     list.buttonDisconnect->setEnabled(true);
     for (QPushButton* button : {list.buttonConnect, list.buttonDisconnect, list.buttonRateDrop, list.buttonRetrain})
         button->click();
-    QVERIFY(sentAre(tap.sent, {{"connect", "id:i=9 seq=connect"},
+    QVERIFY(sentAre(tap, {{"connect", "id:i=9 seq=connect"},
                                {"disconnect", "id:i=9 seq=disconnect"},
                                {"channelCommand", "channel=pots command=rateDrop seq=channelCommand"},
                                {"channelCommand", "channel=pots command=retrain seq=channelCommand"}}));
@@ -337,8 +337,8 @@ void TestPeerList::title()
 
     Screen list;
     list.labelTitle->setText("previous");
-    respond("directoryServer", Message("directoryServer", Params(directory.toUtf8().constData())));
-    respond("sipProxy", Message("sipProxy", Params(sip.toUtf8().constData())));
+    answer("directoryServer", Message("directoryServer", Params(directory.toUtf8().constData())));
+    answer("sipProxy", Message("sipProxy", Params(sip.toUtf8().constData())));
     QCOMPARE(list.labelTitle->text(), title);
 
     // As the answer arrives from the IPC thread: the lock is free, and stays free for the label.
@@ -356,7 +356,7 @@ void TestPeerList::startupTunnelStatusComesFromTheFirstNode()
     Screen list;
     feedPeers({kBraidRecord});
     LogCapture log(LOG_DEBUG);
-    respond("statusTunnel", fromXmls(R"(<m n="resp"><b k="fail">false</b>
+    answer("statusTunnel", parse(R"(<m n="resp"><b k="fail">false</b>
       <m n="sess"><i k="sid">7</i><s k="state">RETIRED</s><s k="reason">decoy</s></m>
       <m n="node"><m n="sess"><i k="sid">5</i><s k="state">SEARCHING</s></m>
         <m n="sess"><i k="sid">7</i><s k="state">ACTIVE</s></m><m n="sess"><i k="sid">9</i></m></m>
@@ -367,7 +367,7 @@ void TestPeerList::startupTunnelStatusComesFromTheFirstNode()
     QVERIFY(!lines.contains("braid sess sid=9"));
 
     // Without a node, the status stays.
-    respond("statusTunnel", fromXmls(R"(<m n="resp"><b k="fail">true</b></m>)"));
+    answer("statusTunnel", parse(R"(<m n="resp"><b k="fail">true</b></m>)"));
     QCOMPARE(list.peerTree->topLevelItem(0)->text(0), QString("Van\nConnected (Braid)"));
 }
 
@@ -387,6 +387,15 @@ void TestPeerList::shownRowsTakeTheHeightOfTheirNewText()
     QCoreApplication::processEvents();
     QCOMPARE(van->text(0), QString("Van\nConnected"));
     QVERIFY2(list.peerTree->visualItemRect(van).height() > oneLine, "the row still has the height of one line");
+
+    // Opening the last row of a long list brings its last detail into view.
+    QStringList many;
+    for (int id = 1; id <= 30; ++id)
+        many << QStringLiteral("id:i=%1 name=R%1 addr=a").arg(id);
+    feedPeers(many);
+    QTreeWidgetItem* last = list.peerTree->topLevelItem(29);
+    list.peerTree->expandItem(last);
+    QTRY_VERIFY(list.peerTree->viewport()->rect().contains(list.peerTree->visualItemRect(last->child(0))));
 }
 
 QTEST_MAIN(TestPeerList)
