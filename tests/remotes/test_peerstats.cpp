@@ -133,10 +133,13 @@ void TestPeerStats::samplesForEveryRemote()
     PaintCounter percent(&screen.percentGraph());
     notify("peer_stats", "peer", {peer(1, 10), peer(2, 20) + " newData:b=false"});
     QTRY_VERIFY(delay.paints > 0 && percent.paints > 0);
+    // A record without values is a gap of its own; one without an id is no remote's.
     notify("peer_stats", "peer",
            {peer(1, 11), "id:i=2 frameLossRate:u=4 remoteLoss:u=10 corrUpRate:u=8 corrDownRate:u=9 insertRate:u=7 "
-                         "bufferMinDelay:i=350 bufferMaxDelay:i=460 bufferDesiredDelay:i=420 newData:b=true"});
+                         "bufferMinDelay:i=350 bufferMaxDelay:i=460 bufferDesiredDelay:i=420 newData:b=true",
+            "id:i=3", "bufferMaxDelay:i=4 newData:b=true"});
     QCOMPARE(validDelaySamples(screen.delayGraph(), 1), 2);
+    QCOMPARE(validDelaySamples(screen.delayGraph(), 3), 0);
     // A sample without new data is kept, as a gap.
     QCOMPARE(validDelaySamples(screen.delayGraph(), 2), 1);
     // The corrections line carries the sum of the three correction rates.
@@ -144,6 +147,8 @@ void TestPeerStats::samplesForEveryRemote()
     int max = 0;
     screen.percentGraph().range(2, &min, &max);
     QCOMPARE(max, 24);
+    screen.delayGraph().range(3, &min, &max);
+    QCOMPARE(std::make_pair(min, max), std::make_pair(0, 0));
     // Without a minimum delay there is no bar below it.
     Grapher::PointList points[1];
     Grapher::RectList rects[3];
