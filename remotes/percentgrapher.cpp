@@ -23,7 +23,7 @@ void PercentGrapher::addSample(uint32_t key, int frameLoss, int remoteLoss, int 
 void PercentGrapher::drawSample(unsigned index, int, int, const Sample& sample, PointList* points,
                                 RectList* rects) const
 {
-    addColumn(rects[FrameLossBars], index, fixedY(valueAt(sample, FrameLoss), kFullScale), fixedY(0, kFullScale) - 1);
+    addColumn(rects[FrameLossBars], index, fixedY(valueAt(sample, FrameLoss), kFullScale), plotHeight() - 1);
     const int x = columnLeft(index);
     points[RemoteLossLine].append(QPoint(x, fixedY(valueAt(sample, RemoteLoss), kFullScale)));
     points[CorrectionsLine].append(QPoint(x, fixedY(valueAt(sample, Corrections), kFullScale)));
