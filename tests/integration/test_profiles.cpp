@@ -7,8 +7,6 @@
 #include <QMenu>
 #include <QtTest>
 
-#include <cstdlib>
-
 namespace {
 QStringList visibleEntries(const QMenu* menu)
 {
@@ -33,8 +31,9 @@ private slots:
         const QStringList fullConfigure{"Manage Profiles", "System Settings", "Braid Settings", "User Interface",
                                         "Additional Configuration", "About ORVANE"};
         QCOMPARE(visibleEntries(menu.menuConfigure), fullConfigure);
-        KeypadSetup* setup = openKeypadSetup();
-        QVERIFY(setup);
+        menu.actionKeypad_Setup->trigger();
+        auto* setup = m_shell.screen<KeypadSetup>(Pane::ScreenKeypadSetup);
+        QTRY_VERIFY(setup->comboF2KeyMode->hasFocus());
         m_shell.key(Qt::Key_Down);
         m_shell.key(Qt::Key_Down);
         QVERIFY(setup->restrictedUser->hasFocus());
@@ -46,21 +45,6 @@ private slots:
         m_shell.key(Qt::Key_Enter);
         QVERIFY(!m_shell.simEvent("storeSettings group=p_general restricted=false").isEmpty());
         QCOMPARE(visibleEntries(menu.menuConfigure), fullConfigure);
-    }
-
-    void chosenF2ModeIsStoredAndUsed()
-    {
-        KeypadSetup* setup = openKeypadSetup();
-        QVERIFY(setup);
-        const int steps = setup->comboF2KeyMode->findText("Toggle to Braid Stats") - setup->comboF2KeyMode->currentIndex();
-        QVERIFY2(steps != 0, "the unit already stores the mode this test chooses");
-        for (int step = 0; step < std::abs(steps); ++step)
-            m_shell.key(steps > 0 ? Qt::Key_Right : Qt::Key_Left);
-        QVERIFY(!m_shell.simEvent("storeSettings group=p_keypad keypadF2Mode=9").isEmpty());
-        m_shell.key(Qt::Key_F2);
-        QCOMPARE(m_shell.window().pane().currentScreen(), int(Pane::ScreenBraidStats));
-        m_shell.key(Qt::Key_F2);
-        QCOMPARE(m_shell.window().pane().currentScreen(), int(Pane::ScreenKeypadSetup));
     }
 
     // A new profile, a question answered No that deletes nothing, a copy, then Yes.
@@ -98,13 +82,6 @@ private slots:
     }
 
 private:
-    KeypadSetup* openKeypadSetup()
-    {
-        m_shell.window().menu().actionKeypad_Setup->trigger();
-        auto* setup = m_shell.screen<KeypadSetup>(Pane::ScreenKeypadSetup);
-        return QTest::qWaitFor([setup] { return setup->comboF2KeyMode->hasFocus(); }) ? setup : nullptr;
-    }
-
     ShellSession m_shell;
 };
 

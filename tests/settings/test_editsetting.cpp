@@ -44,7 +44,7 @@ private slots:
 
         QTest::newRow("int, system option writes its default")
             << "name=gain type=int default=0 units=dB min:i=-40 max:i=12 group=sysOptions subgroup=audio" << ""
-            << "int -40..12 = -6 (-6 dB/0 dB)" << "int -40..12 = 0 (0 dB/0 dB)"
+            << "int -40 dB..12 dB [-40..12] = -6 dB (-6 dB/0 dB)" << "int -40 dB..12 dB [-40..12] = 0 dB (0 dB/0 dB)"
             << R"(<m n="setSysOptions"><m n="audio"><s k="gain">0</s></m></m>)";
         QTest::newRow("bool with labels") << kRegister << "" << "bool 'Register' on (Register/Do Not Register)"
             << "bool 'Register' off (Do Not Register/Do Not Register)"
@@ -111,18 +111,51 @@ private slots:
         QCOMPARE(channelDone.count(), 1);
     }
 
-    // Left flips the switch and moves on to Save, which stays enabled only while the value differs.
-    void boolKeyMovesToSaveEnabledOnlyWhenChanged()
+    // Keys act on the input of the option's page; Enter presses the button in focus.
+    void keypad_data()
     {
-        edit(kRegister);
-        m_editor.buttonCancel->setFocus();
-        m_editor.handleKey(Qt::Key_Left, true, false);
-        m_editor.handleKey(Qt::Key_Left, false, false);
-        QCOMPARE(inputState(), QStringLiteral("bool 'Register' off (Register/Do Not Register)"));
-        QCOMPARE(QApplication::focusWidget(), m_editor.buttonSave);
-        QVERIFY(m_editor.buttonSave->isEnabled());
-        m_editor.checkValue->setChecked(true);
-        QVERIFY(!m_editor.buttonSave->isEnabled());
+        QTest::addColumn<QString>("description");
+        QTest::addColumn<QString>("profile");
+        QTest::addColumn<QString>("focus");
+        QTest::addColumn<QString>("keys");
+        QTest::addColumn<QString>("state");
+
+        const QString gain = "name=gain type=int default=0 units=dB min:i=-40 max:i=12 group=sysOptions subgroup=audio";
+        const QString label = "name=label default=Studio group=sysOptions";
+        QTest::newRow("int steps") << gain << "" << "" << "Right Right Left" << "int -40 dB..12 dB [-40..12] = -5 dB (-6 dB/0 dB) save @spinValue";
+        QTest::newRow("bool flips, Save takes the focus") << kRegister << "" << "" << "Left"
+            << "bool 'Register' off (Register/Do Not Register) save @buttonSave";
+        QTest::newRow("bool back to the stored value") << kRegister << "" << "" << "Left Right"
+            << "bool 'Register' on (Register/Do Not Register) @checkValue";
+        QTest::newRow("string cursor") << label << "" << "" << "Left Left" << "string 'Rack' (Rack/Studio) 2 @lineValue";
+        QTest::newRow("select") << kMode << "" << "" << "Left" << "select *Off=off, Low=low (Low/Off) save @comboValue";
+        QTest::newRow("codec") << kEncoder << "2/local" << "" << "Right Left"
+            << "codec *OP: Stereo Opus=opus, G2: Mono G.722=g722 (G2: Mono G.722/OP: Stereo Opus) save @comboCodec";
+        QTest::newRow("Enter on Default") << gain << "" << "buttonDefault" << "Enter" << "int -40 dB..12 dB [-40..12] = 0 dB (0 dB/0 dB) save @spinValue";
+        QTest::newRow("Enter on Clear") << label << "" << "buttonStringClear" << "Enter" << "string '' (Rack/Studio) 0 save @lineValue";
+        QTest::newRow("Enter on the text") << label << "" << "" << "Enter" << "string 'Rack' (Rack/Studio) 4 @lineValue";
+        QTest::newRow("Down leaves the input") << gain << "" << "" << "Down" << "int -40 dB..12 dB [-40..12] = -6 dB (-6 dB/0 dB) @buttonDefault";
+    }
+
+    void keypad()
+    {
+        QFETCH(QString, description);
+        QFETCH(QString, profile);
+        QFETCH(QString, focus);
+        edit(description, profile);
+        if (!focus.isEmpty())
+            m_editor.findChild<QWidget*>(focus)->setFocus();
+        QFETCH(QString, keys);
+        for (const QString& key : keys.split(' ')) {
+            const int code = key == "Left" ? Qt::Key_Left : key == "Right" ? Qt::Key_Right : key == "Down" ? Qt::Key_Down : Qt::Key_Enter;
+            m_editor.handleKey(code, true, false);
+            m_editor.handleKey(code, false, false);
+            QCoreApplication::processEvents();
+        }
+        const bool text = m_editor.stackEdit->currentWidget() == m_editor.pageString;
+        QTEST(inputState() + (text ? " " + QString::number(m_editor.lineValue->cursorPosition()) : QString())
+                  + (m_editor.buttonSave->isEnabled() ? " save @" : " @") + QApplication::focusWidget()->objectName(),
+              "state");
     }
 
 private:
@@ -144,8 +177,9 @@ private:
         const QWidget* page = m_editor.stackEdit->currentWidget();
         QString input;
         if (page == m_editor.pageInt) {
-            input = QStringLiteral("int %1..%2 = %3").arg(m_editor.spinValue->minimum())
-                .arg(m_editor.spinValue->maximum()).arg(m_editor.spinValue->value());
+            const QSpinBox* spin = m_editor.spinValue;
+            input = QStringLiteral("int %1..%2 [%3..%4] = %5%6").arg(m_editor.labelMinimumValue->text(), m_editor.labelMaximumValue->text())
+                        .arg(spin->minimum()).arg(spin->maximum()).arg(spin->value()).arg(spin->suffix());
         } else if (page == m_editor.pageBool) {
             input = QStringLiteral("bool '%1' %2").arg(m_editor.checkValue->text(),
                                                        m_editor.checkValue->isChecked() ? "on" : "off");

@@ -31,26 +31,6 @@ void answerProfiles(const std::string& channel2 = "pots", const std::string& lin
     <m n="local"><s k="line_mode">)" + lineMode + R"(</s></m><m n="remote"/></m></m>)");
 }
 
-// "Group: Row=Text, ..." with "~" before grey rows (both columns) and "(b)" after bold ones.
-QString outline(const QTreeWidget* tree)
-{
-    const auto mark = [](const QTreeWidgetItem* item) {
-        const QColor colour = item->foreground(0).color();
-        const bool grey = colour == QColor(128, 128, 128) && item->foreground(1).color() == colour;
-        const bool black = colour == QColor(0, 0, 0) && item->foreground(1).color() == colour;
-        const bool bold = item->font(1).weight() == QFont::Bold;
-        return QString(grey ? "~" : black ? "" : "?") + item->text(0)
-               + (item->parent() ? "=" + item->text(1) + (bold ? "(b)" : "") : QString());
-    };
-    QStringList groups;
-    for (int g = 0; g < tree->topLevelItemCount(); ++g) {
-        QStringList rows;
-        for (int o = 0; o < tree->topLevelItem(g)->childCount(); ++o)
-            rows << mark(tree->topLevelItem(g)->child(o));
-        groups << mark(tree->topLevelItem(g)) + ": " + rows.join(", ");
-    }
-    return groups.join(" | ");
-}
 } // namespace
 
 class TestProfileItems : public QObject {
@@ -94,7 +74,7 @@ private slots:
         items.populateItems(id, id == 1);
         items.checkAdvanced->setChecked(showAdvanced);
         QTreeWidget* tree = items.treeProfileItems;
-        QCOMPARE(::outline(tree), outline);
+        QCOMPARE(cachefeeder::outline(tree), outline);
         int editable = 0;
         for (QTreeWidgetItem* row : tree->findItems("*", Qt::MatchWildcard | Qt::MatchRecursive)) {
             tree->setCurrentItem(row);
@@ -119,13 +99,13 @@ private slots:
         tree->setCurrentItem(visible);
 
         answerProfiles("pots", "voice");
-        QCOMPARE(::outline(tree), QString("~Global Settings: Profile Name=Studio <B>(b), Channel=Telephone Line(b), "
+        QCOMPARE(cachefeeder::outline(tree), QString("~Global Settings: Profile Name=Studio <B>(b), Channel=Telephone Line(b), "
                                           "Visible=Visible | ~Local Settings: Line Mode=voice(b)"));
         QCOMPARE(tree->topLevelItem(1)->child(0), lineMode);
         QCOMPARE(tree->currentItem(), visible);
 
         answerProfiles("rtp_udp_mux");
-        QCOMPARE(::outline(tree), QString("~Global Settings: Profile Name=Studio <B>(b), Channel=IP (UDP)(b), "
+        QCOMPARE(cachefeeder::outline(tree), QString("~Global Settings: Profile Name=Studio <B>(b), Channel=IP (UDP)(b), "
                                           "Visible=Visible | ~Local Settings: Jitter=60 | ~Remote Settings: Jitter=60"));
     }
 
