@@ -1,4 +1,5 @@
 #include "cachefeeder.h"
+#include "editorform.h"
 #include "editsetting.h"
 #include "platformkey.h"
 
@@ -56,13 +57,13 @@ private slots:
             << "string 'Studio' (Studio/Studio)" << R"(<m n="setSysOptions"><s k="label">Studio</s></m>)";
         QTest::newRow("codec, local") << kEncoder << "2/local"
             << "codec OP: Stereo Opus=opus, *G2: Mono G.722=g722 (G2: Mono G.722/OP: Stereo Opus)"
-            << "codec *OP: Stereo Opus=opus, G2: Mono G.722=g722 [Wideband 90% 20ms] (OP: Stereo Opus/OP: Stereo Opus)"
+            << "codec *OP: Stereo Opus=opus, G2: Mono G.722=g722 (OP: Stereo Opus/OP: Stereo Opus) [Wideband 90% 20ms]"
             << R"(<m n="setProfile"><s k="id">2</s><m n="local"><m n="reset"><s k="name">encoder</s></m></m></m>)";
         // Only the remote end may follow the local encoder; its unknown value leaves the first entry.
         QTest::newRow("codec, remote, unmatched value") << kEncoder << "2/remote"
             << "codec *Follow local encoder=!follow, OP: Stereo Opus=opus, G2: Mono G.722=g722 (mp2/OP: Stereo Opus)"
-            << "codec Follow local encoder=!follow, *OP: Stereo Opus=opus, G2: Mono G.722=g722 [Wideband 90% 20ms] "
-               "(OP: Stereo Opus/OP: Stereo Opus)"
+            << "codec Follow local encoder=!follow, *OP: Stereo Opus=opus, G2: Mono G.722=g722 "
+               "(OP: Stereo Opus/OP: Stereo Opus) [Wideband 90% 20ms]"
             << R"(<m n="setProfile"><s k="id">2</s><m n="remote"><m n="reset"><s k="name">encoder</s></m></m></m>)";
     }
 
@@ -171,31 +172,12 @@ private:
         fromProfile ? m_editor.populateProfileItem() : m_editor.populateChannelItem();
     }
 
-    // The input page on show, the codec's details if asked, and "(current/default)" as labelled.
+    // The form, with the codec's details if asked.
     QString inputState(bool withDetails = false) const
     {
-        const QWidget* page = m_editor.stackEdit->currentWidget();
-        QString input;
-        if (page == m_editor.pageInt) {
-            const QSpinBox* spin = m_editor.spinValue;
-            input = QStringLiteral("int %1..%2 [%3..%4] = %5%6").arg(m_editor.labelMinimumValue->text(), m_editor.labelMaximumValue->text())
-                        .arg(spin->minimum()).arg(spin->maximum()).arg(spin->value()).arg(spin->suffix());
-        } else if (page == m_editor.pageBool) {
-            input = QStringLiteral("bool '%1' %2").arg(m_editor.checkValue->text(),
-                                                       m_editor.checkValue->isChecked() ? "on" : "off");
-        } else if (page == m_editor.pageString) {
-            input = "string '" + m_editor.lineValue->text() + "'";
-        } else {
-            const QComboBox* combo = page == m_editor.pageCodec ? m_editor.comboCodec : m_editor.comboValue;
-            QStringList items;
-            for (int i = 0; i < combo->count(); ++i)
-                items << (i == combo->currentIndex() ? "*" : "") + combo->itemText(i) + "=" + combo->itemData(i).toString();
-            input = (page == m_editor.pageCodec ? "codec " : "select ") + items.join(", ");
-            if (page == m_editor.pageCodec && withDetails)
-                input += " [" + m_editor.labelCodecDescription->text() + " " + m_editor.labelCodecQuality->text() + " "
-                         + m_editor.labelCodecDelay->text() + "]";
-        }
-        return input + " (" + m_editor.labelCurrentValue->text() + "/" + m_editor.labelDefaultValue->text() + ")";
+        const QString details = m_editor.labelCodecDescription->text() + " " + m_editor.labelCodecQuality->text() + " "
+                                + m_editor.labelCodecDelay->text();
+        return editorState(m_editor) + (withDetails && m_editor.stackEdit->currentWidget() == m_editor.pageCodec ? " [" + details + "]" : "");
     }
 
     EditSetting m_editor;
