@@ -129,7 +129,8 @@ private slots:
         QTest::newRow("bool back to the stored value") << kRegister << "" << "" << "Left Right"
             << "bool 'Register' on (Register/Do Not Register) @checkValue";
         QTest::newRow("string cursor") << label << "" << "" << "Left Left" << "string 'Rack' (Rack/Studio) 2 @lineValue";
-        QTest::newRow("select") << kMode << "" << "" << "Left" << "select *Off=off, Low=low (Low/Off) save @comboValue";
+        QTest::newRow("select") << kMode << "" << "buttonCancel" << "Left" << "select *Off=off, Low=low (Low/Off) save @comboValue";
+        QTest::newRow("Enter in the open list") << kMode << "" << "" << "Popup Up Enter" << "select *Off=off, Low=low (Low/Off) save @comboValue";
         QTest::newRow("codec") << kEncoder << "2/local" << "" << "Right Left"
             << "codec *OP: Stereo Opus=opus, G2: Mono G.722=g722 (G2: Mono G.722/OP: Stereo Opus) save @comboCodec";
         QTest::newRow("Enter on Default") << gain << "" << "buttonDefault" << "Enter" << "int -40 dB..12 dB [-40..12] = 0 dB (0 dB/0 dB) save @spinValue";
@@ -148,12 +149,18 @@ private slots:
             m_editor.findChild<QWidget*>(focus)->setFocus();
         QFETCH(QString, keys);
         for (const QString& key : keys.split(' ')) {
-            const int code = key == "Left" ? Qt::Key_Left : key == "Right" ? Qt::Key_Right : key == "Down" ? Qt::Key_Down : Qt::Key_Enter;
+            if (key == "Popup") {
+                m_editor.comboValue->showPopup();
+                continue;
+            }
+            const int code = key == "Left" ? Qt::Key_Left : key == "Right" ? Qt::Key_Right : key == "Down" ? Qt::Key_Down
+                             : key == "Up"   ? Qt::Key_Up : Qt::Key_Enter;
             m_editor.handleKey(code, true, false);
             m_editor.handleKey(code, false, false);
             QCoreApplication::processEvents();
         }
         const bool text = m_editor.stackEdit->currentWidget() == m_editor.pageString;
+        QVERIFY(!m_editor.comboValue->view()->isVisible());
         QTEST(inputState() + (text ? " " + QString::number(m_editor.lineValue->cursorPosition()) : QString())
                   + (m_editor.buttonSave->isEnabled() ? " save @" : " @") + QApplication::focusWidget()->objectName(),
               "state");

@@ -57,8 +57,6 @@ private slots:
         QTest::addColumn<QString>("answer");
         QTest::addColumn<QString>("outline");
 
-        QTest::newRow("advanced hidden") << false << "" << "" << "~Audio: Gain=-6(b) | ~Directory: Directory=Online"
-            " | ~General: Unit Name=Studio(b) | ~IP (UDP) Settings: UDP Port=9000(b)" + kChannelGroups;
         QTest::newRow("advanced shown") << true << "" << "" << "~Audio: Gain=-6(b) | ~Directory: Directory=Online"
             " | ~General: Unit Name=Studio(b), Time Server=pool | ~IP (UDP) Settings: UDP Port=9000(b), DSCP=46"
             + kChannelGroups;
@@ -79,7 +77,6 @@ private slots:
         QFETCH(bool, showAdvanced);
         QFETCH(QString, seq);
         QFETCH(QString, answer);
-        QFETCH(QString, outline);
 
         m_screen->checkAdvanced->setChecked(showAdvanced);
         QTreeWidget* tree = m_screen->treeSysConfig;
@@ -92,7 +89,7 @@ private slots:
             QVERIFY(!tree->topLevelItem(0)->isExpanded());
             QCOMPARE(tree->currentItem(), tree->topLevelItem(3)->child(0));
         }
-        QCOMPARE(cachefeeder::outline(tree), outline);
+        QTEST(cachefeeder::outline(tree), "outline");
     }
 
     void editHandsTheOptionToTheEditor()
@@ -115,9 +112,11 @@ private slots:
         tree->setCurrentItem(tree->topLevelItem(0)->child(0));
         QCOMPARE(QApplication::focusWidget(), m_screen->buttonEdit);
 
-        // Group rows and an empty selection give nothing to edit.
+        // Down moves to a group row, an empty selection neither: nothing to edit.
         tree->setFocus();
-        tree->setCurrentItem(tree->topLevelItem(1));
+        m_screen->handleKey(Qt::Key_Down, true, false);
+        QCoreApplication::processEvents();
+        QCOMPARE(tree->currentItem(), tree->topLevelItem(1));
         QCOMPARE(QApplication::focusWidget(), tree);
         QVERIFY(!m_screen->buttonEdit->isEnabled());
         tree->clearSelection();
