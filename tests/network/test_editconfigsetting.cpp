@@ -1,5 +1,6 @@
 #include "editconfigsetting.h"
 #include "editorform.h"
+#include "keypress.h"
 #include "logcapture.h"
 #include "netfeeder.h"
 #include "platformkey.h"
@@ -155,9 +156,7 @@ private slots:
     void keypadStepsTheValue()
     {
         open("netmgr.devices.eth0.mtu", kMtu);
-        m_editor->handleKey(Qt::Key_Right, true, false);
-        m_editor->handleKey(Qt::Key_Right, false, false);
-        QCoreApplication::processEvents();
+        pressKeys(*m_editor, "Right");
         QCOMPARE(m_editor->spinValue->value(), 1401);
         QVERIFY(m_editor->buttonSave->isEnabled());
     }

@@ -1,6 +1,7 @@
 #include "cachefeeder.h"
 #include "editorform.h"
 #include "editsetting.h"
+#include "keypress.h"
 #include "platformkey.h"
 
 #include <QSignalSpy>
@@ -148,19 +149,9 @@ private slots:
         if (!focus.isEmpty())
             m_editor.findChild<QWidget*>(focus)->setFocus();
         QFETCH(QString, keys);
-        for (const QString& key : keys.split(' ')) {
-            if (key == "Popup") {
-                m_editor.comboValue->showPopup();
-                continue;
-            }
-            const int code = key == "Left" ? Qt::Key_Left : key == "Right" ? Qt::Key_Right : key == "Down" ? Qt::Key_Down
-                             : key == "Up"   ? Qt::Key_Up : Qt::Key_Enter;
-            m_editor.handleKey(code, true, false);
-            m_editor.handleKey(code, false, false);
-            QCoreApplication::processEvents();
-        }
-        const bool text = m_editor.stackEdit->currentWidget() == m_editor.pageString;
+        pressKeys(m_editor, keys, m_editor.comboValue);
         QVERIFY(!m_editor.comboValue->view()->isVisible());
+        const bool text = m_editor.stackEdit->currentWidget() == m_editor.pageString;
         QTEST(inputState() + (text ? " " + QString::number(m_editor.lineValue->cursorPosition()) : QString())
                   + (m_editor.buttonSave->isEnabled() ? " save @" : " @") + QApplication::focusWidget()->objectName(),
               "state");

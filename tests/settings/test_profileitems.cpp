@@ -1,5 +1,6 @@
 #include "cachefeeder.h"
 #include "editsetting.h"
+#include "platformkey.h"
 #include "profileitems.h"
 #include "settinggrouplist.h"
 
@@ -91,6 +92,9 @@ private slots:
         EditSetting editor;
         ProfileItems items(&editor);
         items.populateItems(2, false);
+        QVERIFY(showActive(&items));
+        items.paneAboutToShow();
+        QCOMPARE(QApplication::focusWidget(), items.buttonEdit);
         QTreeWidget* tree = items.treeProfileItems;
         QCOMPARE(items.labelProfileSettings->text(), QString("Profile Settings - <b>Studio &lt;B&gt;</b>"));
         QTreeWidgetItem* lineMode = tree->topLevelItem(1)->child(0);

@@ -112,6 +112,12 @@ private slots:
         tree->setCurrentItem(tree->topLevelItem(0)->child(0));
         QCOMPARE(QApplication::focusWidget(), m_screen->buttonEdit);
 
+        // Hidden, the screen leaves the focus where it is.
+        m_screen->paneAboutToHide();
+        tree->setFocus();
+        tree->setCurrentItem(tree->topLevelItem(3)->child(0));
+        QCOMPARE(QApplication::focusWidget(), tree);
+        tree->setCurrentItem(tree->topLevelItem(0)->child(0));
         // Down moves to a group row, an empty selection neither: nothing to edit.
         tree->setFocus();
         m_screen->handleKey(Qt::Key_Down, true, false);
