@@ -92,6 +92,7 @@ private slots:
         QTest::newRow("back to the value it had") << "netmgr.devices.eth0.mtu" << kMtu << "spin 1400" << "";
         QTest::newRow("Default then Save") << "netmgr.devices.wlan0.studio.dhcp" << kDhcp << "default" << "netmgr.devices.wlan0.studio dhcp";
         QTest::newRow("Default on a defaulted option") << "netmgr.devices.wwan0.roaming" << kRoaming << "default" << "";
+        QTest::newRow("switched to the default") << "netmgr.devices.eth0.dhcp" << kDhcp << "check" << "netmgr.devices.eth0 dhcp";
         QTest::newRow("select") << "netmgr.devices.wlan0.region" << kRegion << "combo 1" << "netmgr.devices.wlan0 region EU";
         QTest::newRow("cleared text") << "netmgr.devices.wwan0.apn" << kApn << "clear" << "netmgr.devices.wwan0 apn";
     }
@@ -110,7 +111,9 @@ private slots:
         } else if (edit.startsWith("combo")) {
             m_editor->comboValue->setCurrentIndex(value);
         } else {
-            QTest::mouseClick(edit == "clear" ? m_editor->buttonStringClear : m_editor->buttonDefault, Qt::LeftButton);
+            const QMap<QString, QAbstractButton*> buttons{
+                {"clear", m_editor->buttonStringClear}, {"check", m_editor->checkValue}, {"default", m_editor->buttonDefault}};
+            buttons.value(edit)->click();
         }
         QCOMPARE(m_editor->buttonSave->isEnabled(), !sent.isEmpty());
 

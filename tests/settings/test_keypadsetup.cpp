@@ -1,6 +1,7 @@
 #include "browserhome.h"
 #include "cachefeeder.h"
 #include "keypadsetup.h"
+#include "logcapture.h"
 #include "keypress.h"
 #include "platformkey.h"
 
@@ -92,8 +93,10 @@ private slots:
         QFETCH(QString, stored);
 
         KeypadSetup setup;
+        loadSettings(modeGroup(4));
         setup.comboF2KeyMode->setCurrentIndex(-1);
         cachefeeder::RequestLog log;
+        LogCapture trace(LOG_DEBUG);
         if (change == "restricted")
             setup.restrictedUser->setChecked(true);
         else if (change.startsWith("http"))
@@ -105,6 +108,7 @@ private slots:
         first.params().remove("seq");
         QCOMPARE(first.dump_text(), cachefeeder::tree("<m n=\"storeSettings\"><s k=\"group\">" + group + "</s>"
                                                       + stored.toStdString() + "</m>"));
+        QVERIFY(trace.all().find("user interface settings: stored") != std::string::npos);
         QCOMPARE(log.lastTree(), group == "p_browser" ? cachefeeder::tree("<m n=\"loadSettings\"/>") : first.dump_text());
     }
 
