@@ -96,8 +96,10 @@ private slots:
         QVERIFY(showActive(&items));
         items.paneAboutToShow();
         QCOMPARE(QApplication::focusWidget(), items.buttonEdit);
-        // A group row leaves nothing to edit: the keypad goes on to Done.
-        pressKeys(items, "Down Down Down");
+        // From the last option down to a group row: nothing to edit, the keypad goes on to Done.
+        items.treeProfileItems->setCurrentItem(items.treeProfileItems->topLevelItem(0)->child(2));
+        items.treeProfileItems->setFocus();
+        pressKeys(items, "Down");
         QCOMPARE(QApplication::focusWidget(), items.buttonDone);
         QTreeWidget* tree = items.treeProfileItems;
         QCOMPARE(items.labelProfileSettings->text(), QString("Profile Settings - <b>Studio &lt;B&gt;</b>"));
