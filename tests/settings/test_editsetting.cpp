@@ -134,7 +134,7 @@ private slots:
         QTest::newRow("select") << kMode << "" << "buttonCancel" << "Left" << "select *Off=off, Low=low (Low/Off) save @comboValue";
         QTest::newRow("Enter in the open list") << kMode << "" << "" << "Popup Up Enter" << "select *Off=off, Low=low (Low/Off) save @comboValue";
         QTest::newRow("codec") << kEncoder << "2/local" << "" << "Right Left"
-            << "codec *OP: Stereo Opus=opus, G2: Mono G.722=g722 (G2: Mono G.722/OP: Stereo Opus) save @comboCodec";
+            << "codec *OP: Stereo Opus=opus, G2: Mono G.722=g722 (G2: Mono G.722/OP: Stereo Opus) [Wideband 90% 20ms] save @comboCodec";
         QTest::newRow("Enter on Default") << gain << "" << "buttonDefault" << "Enter" << "int -40 dB..12 dB [-40..12] = 0 dB (0 dB/0 dB) save @spinValue";
         QTest::newRow("Enter on Clear") << label << "" << "buttonStringClear" << "Enter" << "string '' (Rack/Studio) 0 save @lineValue";
         QTest::newRow("Enter on the text") << label << "" << "" << "Enter" << "string 'Rack' (Rack/Studio) 4 @lineValue";
@@ -153,7 +153,7 @@ private slots:
         pressKeys(m_editor, keys, m_editor.comboValue);
         QVERIFY(!m_editor.comboValue->view()->isVisible());
         const bool text = m_editor.stackEdit->currentWidget() == m_editor.pageString;
-        QTEST(inputState() + (text ? " " + QString::number(m_editor.lineValue->cursorPosition()) : QString())
+        QTEST(inputState(true) + (text ? " " + QString::number(m_editor.lineValue->cursorPosition()) : QString())
                   + (m_editor.buttonSave->isEnabled() ? " save @" : " @") + QApplication::focusWidget()->objectName(),
               "state");
     }
