@@ -64,9 +64,6 @@ void OptionEditorPages::fill(const PageContent& content)
     case Page::None:
         break;
     }
-    m_form.buttonDefault->show();
-    m_form.labelDefVal->show();
-    m_form.labelDefaultValue->show();
     m_form.buttonSave->setEnabled(content.isChanged);
 }
 

@@ -285,6 +285,9 @@ private slots:
         // In a tree Down moves the row and Right opens a location; elsewhere Down and Up move the focus.
         QVERIFY(press({Qt::Key_Down, Qt::Key_Right, Qt::Key_Down, Qt::Key_Enter}, m_screen->buttonEditLocationSetting));
         QCOMPARE(ConfigParser::selectedPath(m_screen->treeLocations), QString("setup.essid"));
+        // Opening a location closes the one open.
+        m_screen->treeLocations->topLevelItem(0)->setExpanded(true);
+        QVERIFY(!m_screen->treeLocations->topLevelItem(1)->isExpanded());
         m_screen->buttonApply->setFocus();
         QVERIFY(press({Qt::Key_Down}, m_screen->buttonDone));
         QSignalSpy done(m_screen, &ConfigureNetwork::configureDone);

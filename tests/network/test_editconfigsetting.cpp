@@ -1,4 +1,6 @@
 #include "editconfigsetting.h"
+#include "editorform.h"
+#include "keypress.h"
 #include "logcapture.h"
 #include "netfeeder.h"
 #include "platformkey.h"
@@ -33,21 +35,9 @@ class TestEditConfigSetting : public QObject {
         cachefeeder::answer("configSetting", msg("resp", "", {option}));
     }
 
-    // The labels, then the input on show with its range, value and text.
     QString inputState() const
     {
-        const EditConfigSetting& e = *m_editor;
-        const QWidget* page = e.stackEdit->isHidden() ? nullptr : e.stackEdit->currentWidget();
-        QStringList items;
-        for (int i = 0; page == e.pageSelect && i < e.comboValue->count(); ++i)
-            items << (i == e.comboValue->currentIndex() ? "*" : "") + e.comboValue->itemText(i);
-        return QStringList({e.labelTitle->text(), e.labelDescription->text(), e.labelCurrentValue->text(), "/",
-                            e.labelDefaultValue->text() + ":"}).join(' ') + " "
-               + (page == e.pageInt ? QStringLiteral("int %1..%2 = %3%4").arg(e.spinValue->minimum())
-                                          .arg(e.spinValue->maximum()).arg(e.spinValue->value()).arg(e.spinValue->suffix())
-                  : page == e.pageBool ? QStringLiteral("bool '%1' %2").arg(e.checkValue->text(), e.checkValue->isChecked() ? "on" : "off")
-                  : page == e.pageString ? "string " + e.lineValue->text()
-                  : page ? "select " + items.join(", ") : QString("no input"));
+        return m_editor->labelTitle->text() + "|" + m_editor->labelDescription->text() + "|" + editorState(*m_editor);
     }
 
     EditConfigSetting* m_editor = nullptr;
@@ -66,13 +56,13 @@ private slots:
         QTest::addColumn<QString>("input");
         QTest::addColumn<bool>("defaultEnabled");
 
-        QTest::newRow("int with units") << kMtu << "MTU Largest packet 1400 bytes / 1500: int 576..9000 = 1400 bytes" << true;
-        QTest::newRow("bool with labels") << kDhcp << "  Static / DHCP: bool 'DHCP' off" << true;
-        QTest::newRow("bool without labels, defaulted") << kRoaming << "  Not Enabled / : bool 'Enabled' off" << false;
-        QTest::newRow("select, value matches no choice") << kRegion << "  XX / : select United States, Europe" << true;
+        QTest::newRow("int with units") << kMtu << "MTU|Largest packet|int 576 bytes..9000 bytes [576..9000] = 1400 bytes (1400 bytes/1500)" << true;
+        QTest::newRow("bool with labels") << kDhcp << "||bool 'DHCP' off (Static/DHCP)" << true;
+        QTest::newRow("bool without labels, defaulted") << kRoaming << "||bool 'Enabled' off (Not Enabled/)" << false;
+        QTest::newRow("select, value matches no choice") << kRegion << "||select United States=US, Europe=EU (XX/)" << true;
         // A bulk option is shown, not edited: the previous option's page must not take its value.
-        QTest::newRow("bulk") << kCert << "  x / : no input" << true;
-        QTest::newRow("string after bulk") << kApn << "  broadband / : string broadband" << true;
+        QTest::newRow("bulk") << kCert << "||no input (x/)" << true;
+        QTest::newRow("string after bulk") << kApn << "||string 'broadband' (broadband/)" << true;
     }
 
     void pageOfEachType()
@@ -102,6 +92,7 @@ private slots:
         QTest::newRow("back to the value it had") << "netmgr.devices.eth0.mtu" << kMtu << "spin 1400" << "";
         QTest::newRow("Default then Save") << "netmgr.devices.wlan0.studio.dhcp" << kDhcp << "default" << "netmgr.devices.wlan0.studio dhcp";
         QTest::newRow("Default on a defaulted option") << "netmgr.devices.wwan0.roaming" << kRoaming << "default" << "";
+        QTest::newRow("switched to the default") << "netmgr.devices.eth0.dhcp" << kDhcp << "check" << "netmgr.devices.eth0 dhcp";
         QTest::newRow("select") << "netmgr.devices.wlan0.region" << kRegion << "combo 1" << "netmgr.devices.wlan0 region EU";
         QTest::newRow("cleared text") << "netmgr.devices.wwan0.apn" << kApn << "clear" << "netmgr.devices.wwan0 apn";
     }
@@ -120,7 +111,9 @@ private slots:
         } else if (edit.startsWith("combo")) {
             m_editor->comboValue->setCurrentIndex(value);
         } else {
-            QTest::mouseClick(edit == "clear" ? m_editor->buttonStringClear : m_editor->buttonDefault, Qt::LeftButton);
+            const QMap<QString, QAbstractButton*> buttons{
+                {"clear", m_editor->buttonStringClear}, {"check", m_editor->checkValue}, {"default", m_editor->buttonDefault}};
+            buttons.value(edit)->click();
         }
         QCOMPARE(m_editor->buttonSave->isEnabled(), !sent.isEmpty());
 
@@ -163,21 +156,12 @@ private slots:
         QCOMPARE(done.first().first().toBool(), false);
     }
 
-    void keypadEditsTheValue()
+    void keypadStepsTheValue()
     {
         open("netmgr.devices.eth0.mtu", kMtu);
-        m_editor->handleKey(Qt::Key_Right, true, false);
-        m_editor->handleKey(Qt::Key_Right, false, false);
-        QCoreApplication::processEvents();
+        pressKeys(*m_editor, "Right");
         QCOMPARE(m_editor->spinValue->value(), 1401);
         QVERIFY(m_editor->buttonSave->isEnabled());
-        // A bool is toggled with Left and Right, and Save takes the focus.
-        open("netmgr.devices.eth0.dhcp", kDhcp);
-        m_editor->handleKey(Qt::Key_Left, true, false);
-        m_editor->handleKey(Qt::Key_Left, false, false);
-        QVERIFY(m_editor->checkValue->isChecked());
-        QCOMPARE(QApplication::focusWidget(), m_editor->buttonSave);
-        QVERIFY(!m_editor->buttonDefault->isEnabled());
     }
 };
 

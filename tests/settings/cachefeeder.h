@@ -5,6 +5,7 @@
 #include "ipcinstances.h"
 
 #include <QMutexLocker>
+#include <QTreeWidget>
 #include <QtTest>
 
 #include <initializer_list>
@@ -57,6 +58,27 @@ inline void answer(const std::string& seq, Message msg)
 inline void answer(const std::string& seq, const std::string& xmls)
 {
     answer(seq, parse(xmls));
+}
+
+// A settings tree as "Group: Row=Text, ...": "~" before grey rows, "?" before rows neither grey
+// nor black, "(b)" after bold ones.
+inline QString outline(const QTreeWidget* tree)
+{
+    const auto mark = [](const QTreeWidgetItem* item) {
+        const QColor colour = item->foreground(0).color();
+        const bool same = item->foreground(1).color() == colour;
+        const QString tint = same && colour == QColor(128, 128, 128) ? "~" : same && colour == Qt::black ? "" : "?";
+        const bool bold = item->font(0).bold() && item->font(1).bold();
+        return tint + item->text(0) + (item->parent() ? "=" + item->text(1) + (bold ? "(b)" : "") : QString());
+    };
+    QStringList groups;
+    for (int g = 0; g < tree->topLevelItemCount(); ++g) {
+        QStringList rows;
+        for (int o = 0; o < tree->topLevelItem(g)->childCount(); ++o)
+            rows << mark(tree->topLevelItem(g)->child(o));
+        groups << mark(tree->topLevelItem(g)) + ": " + rows.join(", ");
+    }
+    return groups.join(" | ");
 }
 
 // Records every request from construction to destruction.

@@ -88,7 +88,6 @@ private slots:
     {
         QFETCH(QString, version);
         QFETCH(bool, shown);
-        QFETCH(QStringList, applied);
 
         AudioSettings audio;
         QVERIFY(showActive(&audio));
@@ -101,7 +100,7 @@ private slots:
         audio.handleKey(Qt::Key_Down, false, false);
         audio.handleKey(Qt::Key_Right, true, false);
         audio.handleKey(Qt::Key_Right, false, false);
-        QCOMPARE(apply(audio), applied);
+        QTEST(apply(audio), "applied");
     }
 };
 

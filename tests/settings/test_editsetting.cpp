@@ -1,5 +1,7 @@
 #include "cachefeeder.h"
+#include "editorform.h"
 #include "editsetting.h"
+#include "keypress.h"
 #include "platformkey.h"
 
 #include <QSignalSpy>
@@ -44,7 +46,7 @@ private slots:
 
         QTest::newRow("int, system option writes its default")
             << "name=gain type=int default=0 units=dB min:i=-40 max:i=12 group=sysOptions subgroup=audio" << ""
-            << "int -40..12 = -6 (-6 dB/0 dB)" << "int -40..12 = 0 (0 dB/0 dB)"
+            << "int -40 dB..12 dB [-40..12] = -6 dB (-6 dB/0 dB)" << "int -40 dB..12 dB [-40..12] = 0 dB (0 dB/0 dB)"
             << R"(<m n="setSysOptions"><m n="audio"><s k="gain">0</s></m></m>)";
         QTest::newRow("bool with labels") << kRegister << "" << "bool 'Register' on (Register/Do Not Register)"
             << "bool 'Register' off (Do Not Register/Do Not Register)"
@@ -55,14 +57,15 @@ private slots:
         QTest::newRow("string") << "name=label default=Studio group=sysOptions" << "" << "string '' (Rack/Studio)"
             << "string 'Studio' (Studio/Studio)" << R"(<m n="setSysOptions"><s k="label">Studio</s></m>)";
         QTest::newRow("codec, local") << kEncoder << "2/local"
-            << "codec OP: Stereo Opus=opus, *G2: Mono G.722=g722 (G2: Mono G.722/OP: Stereo Opus)"
-            << "codec *OP: Stereo Opus=opus, G2: Mono G.722=g722 [Wideband 90% 20ms] (OP: Stereo Opus/OP: Stereo Opus)"
+            << "codec OP: Stereo Opus=opus, *G2: Mono G.722=g722 (G2: Mono G.722/OP: Stereo Opus) [ % ms]"
+            << "codec *OP: Stereo Opus=opus, G2: Mono G.722=g722 (OP: Stereo Opus/OP: Stereo Opus) [Wideband 90% 20ms]"
             << R"(<m n="setProfile"><s k="id">2</s><m n="local"><m n="reset"><s k="name">encoder</s></m></m></m>)";
-        // Only the remote end may follow the local encoder; its unknown value leaves the first entry.
+        // Only the remote end may follow the local encoder; its unknown value leaves the first entry, described.
         QTest::newRow("codec, remote, unmatched value") << kEncoder << "2/remote"
-            << "codec *Follow local encoder=!follow, OP: Stereo Opus=opus, G2: Mono G.722=g722 (mp2/OP: Stereo Opus)"
-            << "codec Follow local encoder=!follow, *OP: Stereo Opus=opus, G2: Mono G.722=g722 [Wideband 90% 20ms] "
-               "(OP: Stereo Opus/OP: Stereo Opus)"
+            << "codec *Follow local encoder=!follow, OP: Stereo Opus=opus, G2: Mono G.722=g722 (mp2/OP: Stereo Opus) "
+               "[Follow the local encoder settings. (follow) (follow)]"
+            << "codec Follow local encoder=!follow, *OP: Stereo Opus=opus, G2: Mono G.722=g722 "
+               "(OP: Stereo Opus/OP: Stereo Opus) [Wideband 90% 20ms]"
             << R"(<m n="setProfile"><s k="id">2</s><m n="remote"><m n="reset"><s k="name">encoder</s></m></m></m>)";
     }
 
@@ -79,7 +82,7 @@ private slots:
         edit(description, profile);
         if (m_editor.stackEdit->currentWidget() == m_editor.pageString)
             QTest::mouseClick(m_editor.buttonStringClear, Qt::LeftButton);
-        QCOMPARE(inputState(), input);
+        QCOMPARE(inputState(true), input);
         QCOMPARE(m_editor.buttonSave->isEnabled(), description.startsWith("name=label"));
         QVERIFY(m_editor.buttonDefault->isEnabled());
 
@@ -111,18 +114,48 @@ private slots:
         QCOMPARE(channelDone.count(), 1);
     }
 
-    // Left flips the switch and moves on to Save, which stays enabled only while the value differs.
-    void boolKeyMovesToSaveEnabledOnlyWhenChanged()
+    // Keys act on the input of the option's page; Enter presses the button in focus.
+    void keypad_data()
     {
-        edit(kRegister);
-        m_editor.buttonCancel->setFocus();
-        m_editor.handleKey(Qt::Key_Left, true, false);
-        m_editor.handleKey(Qt::Key_Left, false, false);
-        QCOMPARE(inputState(), QStringLiteral("bool 'Register' off (Register/Do Not Register)"));
-        QCOMPARE(QApplication::focusWidget(), m_editor.buttonSave);
-        QVERIFY(m_editor.buttonSave->isEnabled());
-        m_editor.checkValue->setChecked(true);
-        QVERIFY(!m_editor.buttonSave->isEnabled());
+        QTest::addColumn<QString>("description");
+        QTest::addColumn<QString>("profile");
+        QTest::addColumn<QString>("focus");
+        QTest::addColumn<QString>("keys");
+        QTest::addColumn<QString>("state");
+
+        const QString gain = "name=gain type=int default=0 units=dB min:i=-40 max:i=12 group=sysOptions subgroup=audio";
+        const QString label = "name=label default=Studio group=sysOptions";
+        QTest::newRow("int steps") << gain << "" << "" << "Right Right Left" << "int -40 dB..12 dB [-40..12] = -5 dB (-6 dB/0 dB) save @spinValue";
+        QTest::newRow("bool flips, Save takes the focus") << kRegister << "" << "" << "Left"
+            << "bool 'Register' off (Register/Do Not Register) save @buttonSave";
+        QTest::newRow("bool back to the stored value") << kRegister << "" << "" << "Left Right"
+            << "bool 'Register' on (Register/Do Not Register) @checkValue";
+        QTest::newRow("string cursor") << label << "" << "" << "Left Left" << "string 'Rack' (Rack/Studio) 2 @lineValue";
+        QTest::newRow("select") << kMode << "" << "buttonCancel" << "Left" << "select *Off=off, Low=low (Low/Off) save @comboValue";
+        QTest::newRow("Enter in the open list") << kMode << "" << "" << "Popup Up Enter" << "select *Off=off, Low=low (Low/Off) save @comboValue";
+        QTest::newRow("codec") << kEncoder << "2/local" << "" << "Right Left"
+            << "codec *OP: Stereo Opus=opus, G2: Mono G.722=g722 (G2: Mono G.722/OP: Stereo Opus) [Wideband 90% 20ms] save @comboCodec";
+        QTest::newRow("Enter on Default") << gain << "" << "buttonDefault" << "Enter" << "int -40 dB..12 dB [-40..12] = 0 dB (0 dB/0 dB) save @spinValue";
+        QTest::newRow("Enter on Clear") << label << "" << "buttonStringClear" << "Enter" << "string '' (Rack/Studio) 0 save @lineValue";
+        QTest::newRow("Enter on the text") << label << "" << "" << "Enter" << "string 'Rack' (Rack/Studio) 4 @lineValue";
+        QTest::newRow("Down leaves the input") << gain << "" << "" << "Down" << "int -40 dB..12 dB [-40..12] = -6 dB (-6 dB/0 dB) @buttonDefault";
+    }
+
+    void keypad()
+    {
+        QFETCH(QString, description);
+        QFETCH(QString, profile);
+        QFETCH(QString, focus);
+        edit(description, profile);
+        if (!focus.isEmpty())
+            m_editor.findChild<QWidget*>(focus)->setFocus();
+        QFETCH(QString, keys);
+        pressKeys(m_editor, keys, m_editor.comboValue);
+        QVERIFY(!m_editor.comboValue->view()->isVisible());
+        const bool text = m_editor.stackEdit->currentWidget() == m_editor.pageString;
+        QTEST(inputState(true) + (text ? " " + QString::number(m_editor.lineValue->cursorPosition()) : QString())
+                  + (m_editor.buttonSave->isEnabled() ? " save @" : " @") + QApplication::focusWidget()->objectName(),
+              "state");
     }
 
 private:
@@ -138,30 +171,12 @@ private:
         fromProfile ? m_editor.populateProfileItem() : m_editor.populateChannelItem();
     }
 
-    // The input page on show, the codec's details if asked, and "(current/default)" as labelled.
+    // The form, with the codec's details if asked.
     QString inputState(bool withDetails = false) const
     {
-        const QWidget* page = m_editor.stackEdit->currentWidget();
-        QString input;
-        if (page == m_editor.pageInt) {
-            input = QStringLiteral("int %1..%2 = %3").arg(m_editor.spinValue->minimum())
-                .arg(m_editor.spinValue->maximum()).arg(m_editor.spinValue->value());
-        } else if (page == m_editor.pageBool) {
-            input = QStringLiteral("bool '%1' %2").arg(m_editor.checkValue->text(),
-                                                       m_editor.checkValue->isChecked() ? "on" : "off");
-        } else if (page == m_editor.pageString) {
-            input = "string '" + m_editor.lineValue->text() + "'";
-        } else {
-            const QComboBox* combo = page == m_editor.pageCodec ? m_editor.comboCodec : m_editor.comboValue;
-            QStringList items;
-            for (int i = 0; i < combo->count(); ++i)
-                items << (i == combo->currentIndex() ? "*" : "") + combo->itemText(i) + "=" + combo->itemData(i).toString();
-            input = (page == m_editor.pageCodec ? "codec " : "select ") + items.join(", ");
-            if (page == m_editor.pageCodec && withDetails)
-                input += " [" + m_editor.labelCodecDescription->text() + " " + m_editor.labelCodecQuality->text() + " "
-                         + m_editor.labelCodecDelay->text() + "]";
-        }
-        return input + " (" + m_editor.labelCurrentValue->text() + "/" + m_editor.labelDefaultValue->text() + ")";
+        const QString details = m_editor.labelCodecDescription->text() + " " + m_editor.labelCodecQuality->text() + " "
+                                + m_editor.labelCodecDelay->text();
+        return editorState(m_editor) + (withDetails && m_editor.stackEdit->currentWidget() == m_editor.pageCodec ? " [" + details + "]" : "");
     }
 
     EditSetting m_editor;

@@ -1,6 +1,9 @@
 #include "browserhome.h"
 #include "cachefeeder.h"
 #include "keypadsetup.h"
+#include "logcapture.h"
+#include "keypress.h"
+#include "platformkey.h"
 
 #include <QSignalSpy>
 #include <QtTest>
@@ -90,8 +93,10 @@ private slots:
         QFETCH(QString, stored);
 
         KeypadSetup setup;
+        loadSettings(modeGroup(4));
         setup.comboF2KeyMode->setCurrentIndex(-1);
         cachefeeder::RequestLog log;
+        LogCapture trace(LOG_DEBUG);
         if (change == "restricted")
             setup.restrictedUser->setChecked(true);
         else if (change.startsWith("http"))
@@ -103,7 +108,46 @@ private slots:
         first.params().remove("seq");
         QCOMPARE(first.dump_text(), cachefeeder::tree("<m n=\"storeSettings\"><s k=\"group\">" + group + "</s>"
                                                       + stored.toStdString() + "</m>"));
+        QVERIFY(trace.all().find("user interface settings: stored") != std::string::npos);
         QCOMPARE(log.lastTree(), group == "p_browser" ? cachefeeder::tree("<m n=\"loadSettings\"/>") : first.dump_text());
+    }
+
+    // "mode|home page|cursor|restricted @focus" after the keys, from the mode, page and focus given.
+    void keypad_data()
+    {
+        QTest::addColumn<QString>("focus");
+        QTest::addColumn<QString>("keys");
+        QTest::addColumn<QString>("state");
+
+        const QString home = "|http://a.example/|";
+        QTest::newRow("Right steps the mode") << "comboF2KeyMode" << "Right" << "Toggle to Braid Stats" + home + "17| @comboF2KeyMode";
+        QTest::newRow("Left steps back") << "comboF2KeyMode" << "Left" << "Toggle to Peer Stats" + home + "17| @comboF2KeyMode";
+        QTest::newRow("Enter in the open list") << "comboF2KeyMode" << "Popup Down Enter"
+            << "Toggle to Braid Stats" + home + "17| @comboF2KeyMode";
+        QTest::newRow("Down to the home page") << "comboF2KeyMode" << "Down" << "Toggle to Channel Stats" + home + "17| @browserHomeURL";
+        QTest::newRow("Up from the home page") << "browserHomeURL" << "Up" << "Toggle to Channel Stats" + home + "17| @comboF2KeyMode";
+        QTest::newRow("Left in the home page") << "browserHomeURL" << "Left Left Enter" << "Toggle to Channel Stats" + home + "15| @browserHomeURL";
+        QTest::newRow("Right flips restricted") << "restrictedUser" << "Right" << "Toggle to Channel Stats" + home + "17|restricted @restrictedUser";
+        QTest::newRow("Enter flips restricted") << "restrictedUser" << "Enter" << "Toggle to Channel Stats" + home + "17|restricted @restrictedUser";
+    }
+
+    void keypad()
+    {
+        QFETCH(QString, focus);
+        QFETCH(QString, keys);
+        KeypadSetup setup;
+        QVERIFY(showActive(&setup));
+        loadSettings(modeGroup(4) + kBrowser);
+        setup.paneAboutToShow();
+        QCOMPARE(QApplication::focusWidget(), setup.comboF2KeyMode);
+        setup.findChild<QWidget*>(focus)->setFocus();
+        pressKeys(setup, keys, setup.comboF2KeyMode);
+        QVERIFY(!setup.comboF2KeyMode->view()->isVisible());
+        QTEST(QStringList({setup.comboF2KeyMode->currentText(), setup.browserHomeURL->text(),
+                           QString::number(setup.browserHomeURL->cursorPosition()),
+                           setup.restrictedUser->isChecked() ? "restricted @" : " @"}).join('|')
+                  + QApplication::focusWidget()->objectName(),
+              "state");
     }
 };
 

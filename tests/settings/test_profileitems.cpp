@@ -1,5 +1,7 @@
 #include "cachefeeder.h"
 #include "editsetting.h"
+#include "keypress.h"
+#include "platformkey.h"
 #include "profileitems.h"
 #include "settinggrouplist.h"
 
@@ -20,37 +22,17 @@ const Message kOptions = cachefeeder::optionList("channelOpts", {
     "name=port type=int default=9000 display_name=Port channel=rtp_udp_mux"});
 
 // Profile 1, a factory profile on the IP channel, and profile 2 on `channel2` with the line mode given.
-void answerProfiles(const std::string& channel2 = "pots", const std::string& lineMode = "v34")
+void answerProfiles(const std::string& channel2 = "pots", const std::string& lineMode = "v34", const std::string& jitter1 = "80")
 {
     cachefeeder::answer("profileList", R"(<m n="profileList">
   <m n="profile"><i k="id">1</i><b k="factory">true</b>
     <m n="settings"><s k="name">Factory IP</s><s k="channel">rtp_udp_mux</s><s k="visible">true</s></m>
-    <m n="local"><s k="jitter">80</s></m><m n="remote"><s k="jitter">40</s></m></m>
+    <m n="local"><s k="jitter">)" + jitter1 + R"(</s></m><m n="remote"><s k="jitter">40</s></m></m>
   <m n="profile"><i k="id">2</i>
     <m n="settings"><s k="name">Studio &lt;B&gt;</s><s k="channel">)" + channel2 + R"(</s></m>
     <m n="local"><s k="line_mode">)" + lineMode + R"(</s></m><m n="remote"/></m></m>)");
 }
 
-// "Group: Row=Text, ..." with "~" before grey rows (both columns) and "(b)" after bold ones.
-QString outline(const QTreeWidget* tree)
-{
-    const auto mark = [](const QTreeWidgetItem* item) {
-        const QColor colour = item->foreground(0).color();
-        const bool grey = colour == QColor(128, 128, 128) && item->foreground(1).color() == colour;
-        const bool black = colour == QColor(0, 0, 0) && item->foreground(1).color() == colour;
-        const bool bold = item->font(1).weight() == QFont::Bold;
-        return QString(grey ? "~" : black ? "" : "?") + item->text(0)
-               + (item->parent() ? "=" + item->text(1) + (bold ? "(b)" : "") : QString());
-    };
-    QStringList groups;
-    for (int g = 0; g < tree->topLevelItemCount(); ++g) {
-        QStringList rows;
-        for (int o = 0; o < tree->topLevelItem(g)->childCount(); ++o)
-            rows << mark(tree->topLevelItem(g)->child(o));
-        groups << mark(tree->topLevelItem(g)) + ": " + rows.join(", ");
-    }
-    return groups.join(" | ");
-}
 } // namespace
 
 class TestProfileItems : public QObject {
@@ -85,7 +67,6 @@ private slots:
     {
         QFETCH(int, id);
         QFETCH(bool, showAdvanced);
-        QFETCH(QString, outline);
 
         EditSetting editor;
         ProfileItems items(&editor);
@@ -94,7 +75,7 @@ private slots:
         items.populateItems(id, id == 1);
         items.checkAdvanced->setChecked(showAdvanced);
         QTreeWidget* tree = items.treeProfileItems;
-        QCOMPARE(::outline(tree), outline);
+        QTEST(cachefeeder::outline(tree), "outline");
         int editable = 0;
         for (QTreeWidgetItem* row : tree->findItems("*", Qt::MatchWildcard | Qt::MatchRecursive)) {
             tree->setCurrentItem(row);
@@ -112,6 +93,14 @@ private slots:
         EditSetting editor;
         ProfileItems items(&editor);
         items.populateItems(2, false);
+        QVERIFY(showActive(&items));
+        items.paneAboutToShow();
+        QCOMPARE(QApplication::focusWidget(), items.buttonEdit);
+        // From the last option down to a group row: nothing to edit, the keypad goes on to Done.
+        items.treeProfileItems->setCurrentItem(items.treeProfileItems->topLevelItem(0)->child(2));
+        items.treeProfileItems->setFocus();
+        pressKeys(items, "Down");
+        QCOMPARE(QApplication::focusWidget(), items.buttonDone);
         QTreeWidget* tree = items.treeProfileItems;
         QCOMPARE(items.labelProfileSettings->text(), QString("Profile Settings - <b>Studio &lt;B&gt;</b>"));
         QTreeWidgetItem* lineMode = tree->topLevelItem(1)->child(0);
@@ -119,13 +108,17 @@ private slots:
         tree->setCurrentItem(visible);
 
         answerProfiles("pots", "voice");
-        QCOMPARE(::outline(tree), QString("~Global Settings: Profile Name=Studio <B>(b), Channel=Telephone Line(b), "
+        QCOMPARE(cachefeeder::outline(tree), QString("~Global Settings: Profile Name=Studio <B>(b), Channel=Telephone Line(b), "
                                           "Visible=Visible | ~Local Settings: Line Mode=voice(b)"));
         QCOMPARE(tree->topLevelItem(1)->child(0), lineMode);
         QCOMPARE(tree->currentItem(), visible);
 
+        items.populateItems(1, true);
+        answerProfiles("pots", "v34", "70");
+        QCOMPARE(tree->topLevelItem(1)->child(0)->text(1), QString("70"));
+        items.populateItems(2, false);
         answerProfiles("rtp_udp_mux");
-        QCOMPARE(::outline(tree), QString("~Global Settings: Profile Name=Studio <B>(b), Channel=IP (UDP)(b), "
+        QCOMPARE(cachefeeder::outline(tree), QString("~Global Settings: Profile Name=Studio <B>(b), Channel=IP (UDP)(b), "
                                           "Visible=Visible | ~Local Settings: Jitter=60 | ~Remote Settings: Jitter=60"));
     }
 

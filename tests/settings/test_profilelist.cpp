@@ -1,4 +1,5 @@
 #include "cachefeeder.h"
+#include "logcapture.h"
 #include "modalwatch.h"
 #include "profilelist.h"
 
@@ -44,7 +45,14 @@ private slots:
 
     void rowsFollowTheListAndKeepTheCurrentProfile()
     {
+        // Without profiles there is nothing to edit and no factory mark.
+        answerProfiles("");
         ProfileList list;
+        QSignalSpy edit(&list, &ProfileList::editProfile);
+        LogCapture log(LOG_ERROR);
+        list.buttonEdit->click();
+        QVERIFY(edit.isEmpty() && list.labelFactory->isHidden());
+        QVERIFY(log.all().find("profile list, item is null") != std::string::npos);
         answerProfiles(kProfiles);
         QCOMPARE(state(list), QString(">Factory IP, *Studio Link, Phone Line | View factory"));
         list.listProfiles->setCurrentRow(2);

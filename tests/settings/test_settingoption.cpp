@@ -94,13 +94,12 @@ private slots:
     {
         QFETCH(QString, description);
         QFETCH(QString, where);
-        QFETCH(QString, current);
         QFETCH(QString, edit);
         QFETCH(bool, changed);
         QFETCH(QString, request);
 
         SettingOption option = makeOption(description, where);
-        QCOMPARE(QString::fromStdString(option.currentValue()) + (option.isDefault() ? "*" : ""), current);
+        QTEST(QString::fromStdString(option.currentValue()) + (option.isDefault() ? "*" : ""), "current");
         QVERIFY(!option.isChanged());
         for (const QString& step : edit.split(',', Qt::SkipEmptyParts))
             step == "-" ? option.setDefault() : option.setValue(step.toStdString());
