@@ -81,7 +81,14 @@ private slots:
         QVERIFY(m_stats->radioTx->isChecked());
         QCOMPARE(shown(*m_stats), QString("tx 6 rx 0"));
         QVERIFY(log.all().find("Tunnel Session Stats Update") != std::string::npos);
-        m_stats->radioRx->click();
+        // The keypad: Left and Right swap the direction buttons on a press, Up and Down leave the
+        // focus where it is, Enter presses the one with the focus.
+        QVERIFY(showActive(m_stats.get()));
+        m_stats->radioTx->setFocus();
+        for (auto [key, press] : {std::pair(Qt::Key_Right, true), std::pair(Qt::Key_Right, false), std::pair(Qt::Key_Down, true),
+                                  std::pair(Qt::Key_Up, true), std::pair(Qt::Key_Enter, true), std::pair(Qt::Key_Enter, false)})
+            m_stats->handleKey(key, press, false);
+        QTRY_VERIFY(m_stats->radioRx->isChecked() && m_stats->radioRx->hasFocus());
         QCOMPARE(shown(*m_stats), QString("tx 0 rx 6"));
         // Buttons of a new connection show in the direction on show.
         notify(tunStats("", true));
@@ -106,6 +113,8 @@ private slots:
         notify("tun_stats {sess sid:i=4}");
         QVERIFY(m_stats->radioTx->isChecked());
         QCOMPARE(shown(*m_stats), QString("tx 4 rx 0"));
+        m_stats->handleKey(Qt::Key_Left, true, false);
+        QVERIFY(m_stats->radioTx->hasFocus());
         QCOMPARE(m_stats->utilizationGraph(false), graph);
         QCOMPARE(graph->key(), 4);
         for (bool rx : {false, true}) {
@@ -169,25 +178,6 @@ private slots:
         if (!request.isEmpty())
             checkRequest(m_requests->requests().back(), request.toUtf8().constData());
     }
-    // Left and Right swap the direction buttons on a press; Up and Down leave the focus where it is;
-    // Enter presses the one with the focus.
-    void keypad()
-    {
-        QVERIFY(showActive(m_stats.get()));
-        m_stats->radioTx->setFocus();
-        m_stats->handleKey(Qt::Key_Right, true, false);
-        QVERIFY(m_stats->radioRx->hasFocus());
-        m_stats->handleKey(Qt::Key_Right, false, false);
-        QVERIFY(m_stats->radioRx->hasFocus());
-        for (int key : {Qt::Key_Down, Qt::Key_Up, Qt::Key_Enter})
-            m_stats->handleKey(key, true, false);
-        m_stats->handleKey(Qt::Key_Enter, false, false);
-        QTRY_VERIFY(m_stats->radioRx->isChecked());
-        QVERIFY(m_stats->radioRx->hasFocus());
-        m_stats->handleKey(Qt::Key_Left, true, false);
-        QVERIFY(m_stats->radioTx->hasFocus());
-    }
-
 private:
     std::unique_ptr<cachefeeder::RequestLog> m_requests;
     std::unique_ptr<BraidStats> m_stats;

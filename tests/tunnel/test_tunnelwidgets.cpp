@@ -67,6 +67,7 @@ private slots:
         QTest::newRow("even steps") << even << 400 << false << QList<int>{12, 12, 12, 12, 52} << "400ms";
         QTest::newRow("automatic") << even << 400 << true << QList<int>{12, 12, 12, 12, 52} << "400ms";
         QTest::newRow("all at the top") << QList<int>{0, 0, 0, 300, 300} << 300 << false << QList<int>{0, 0, 0, 100, 0} << "300ms";
+        QTest::newRow("a millisecond") << QList<int>{0, 0, 0, 0, 1} << 1 << false << QList<int>{0, 0, 0, 0, 100} << "1ms";
         QTest::newRow("no range") << QList<int>{50, 100, 150, 200, 0} << 0 << false << QList<int>{0, 0, 0, 0, 0} << "100ms";
     }
     // The zones over w = 400 - 10 + 1 = 391 pixels from x = 5, the marker at half the range.
@@ -85,10 +86,10 @@ private slots:
         QCOMPARE(QList<int>(slider.zones().begin(), slider.zones().end()), zones);
         QCOMPARE(slider.rightLabel()->text(), right);
         QCOMPARE(slider.maximum(), range > 0 ? range : 99);
-        slider.setMaximum(1);
+        slider.setMaximum(7);
         slider.setMarker(range / 2, range);
-        QCOMPARE(slider.marker(), range > 0 ? 50 : 0);
-        QCOMPARE(slider.maximum(), range > 0 ? range : 1);
+        QCOMPARE(slider.marker(), range > 1 ? 50 : 0);
+        QCOMPARE(slider.maximum(), range > 0 ? range : 7);
         slider.setValue(380);
         slider.setAuto(automatic);
         const QColor background(1, 2, 3);
@@ -101,7 +102,7 @@ private slots:
         for (int zone = 0; zone < 5; ++zone) {
             const int width = zones[zone] * w / 100;
             if (width > 0) {
-                QCOMPARE(QColor(image.pixel(x + 1, 36)), colours[std::size_t(zone)]);
+                QCOMPARE(QColor(image.pixel(x + width / 4, 36)), colours[std::size_t(zone)]);
                 QCOMPARE(QColor(image.pixel(x + width - 1, 44)), colours[std::size_t(zone)]);
             }
             x += width;
