@@ -67,7 +67,7 @@ private slots:
         QFETCH(QString, address);
         QCOMPARE(QString::fromLatin1(WebBrowser::addressFromText(typed).toEncoded()), address);
     }
-    // Go, Back, Forward, Return and Reload, with the buttons while each loads and after it.
+    // Go, Return and Reload, with the buttons while each loads and after it.
     void buttonsFollowTheLoads()
     {
         auto* w = m_browser.get();
@@ -84,18 +84,13 @@ private slots:
         QVERIFY(waitForLoad());
         QCOMPARE(w->lineURL->text(), m_server->url("/terms").toString());
         QCOMPARE(buttons(w), QString("011000"));
-        QTest::mouseClick(w->buttonBack, Qt::LeftButton);
-        QTRY_COMPARE_WITH_TIMEOUT(buttons(w), QString("010100"), kLoadMs);
-        QCOMPARE(w->lineURL->text(), m_server->url("/").toString());
-        QTest::mouseClick(w->buttonForward, Qt::LeftButton);
-        QTRY_COMPARE_WITH_TIMEOUT(w->lineURL->text(), m_server->url("/terms").toString(), kLoadMs);
         w->lineURL->setText(m_server->url("/").toString());
         QTest::keyClick(w->lineURL, Qt::Key_Return);
         QVERIFY(waitForLoad());
         QTest::mouseClick(w->buttonReload, Qt::LeftButton);
         QVERIFY(waitForLoad());
         QCOMPARE(buttons(w), QString("011000"));
-        QCOMPARE(whileLoading.join(" "), QString("10001 ").repeated(6).trimmed());
+        QCOMPARE(whileLoading.join(" "), QString("10001 ").repeated(4).trimmed());
     }
     void keypadWalksThePage()
     {
@@ -114,8 +109,8 @@ private slots:
         QVERIFY(waitForLoad());
         QCOMPARE(m_server->requests().last(), QStringLiteral("/terms"));
         key(Qt::Key_Left);
-        QTRY_COMPARE_WITH_TIMEOUT(m_browser->webView->url(), m_server->url("/"), kLoadMs);
-        QTRY_VERIFY_WITH_TIMEOUT(m_browser->buttonForward->isEnabled(), kLoadMs);
+        QTRY_COMPARE_WITH_TIMEOUT(buttons(m_browser.get()), QString("010100"), kLoadMs);
+        QCOMPARE(m_browser->lineURL->text(), m_server->url("/").toString());
         key(Qt::Key_Right, false);
         QTest::qWait(100);
         QCOMPARE(m_browser->webView->url(), m_server->url("/"));
