@@ -148,6 +148,7 @@ private slots:
                 m_browser->paneAboutToHide();
             else
                 QTest::mousePress(answer ? dialog.buttonOK : dialog.buttonCancel, Qt::LeftButton);
+            QVERIFY(!dialog.isVisible());
         });
         show("/login", false);
         if (answer < 0) {
