@@ -253,10 +253,10 @@ private slots:
         QCOMPARE(text(connection.tx()), QString("1 5000 2 64 1 0 90 400 80 6"));
         QCOMPARE(text(connection.rx()), QString("1 3000 0 0 0 0 0 0 7 0"));
         QCOMPARE(connection.uid(), std::string("1:2"));
-        // The throttle rate needs td beside it; whatever is missing reads as 0.
-        connection.parseConnNode(tunnelTree("conn th:i=5000000"));
-        QCOMPARE(text(connection.tx()) + QString(" %1 %2").arg(connection.li()).arg(connection.ri()),
-                 QString("0 0 0 0 0 0 0 0 0 0 0 0"));
+        // The throttle rate needs td beside it; whatever is missing or no number reads as 0.
+        connection.parseConnNode(tunnelTree("conn li=x ri=y th:i=5000000"));
+        QCOMPARE(text(connection.tx()) + QString(" %1 %2 %3").arg(connection.li()).arg(connection.ri()).arg(connection.uid().c_str()),
+                 QString("0 0 0 0 0 0 0 0 0 0 0 0 0:0"));
     }
     // What the debug log tells, in order, about one session's life.
     void debugTrace()
