@@ -33,7 +33,6 @@ void BraidSettings::paneAboutToHide()
     PaneBase::paneAboutToHide();
     for (const QMetaObject::Connection& connection : m_connections)
         disconnect(connection);
-    m_connections.clear();
 }
 
 // The tunnel's own settings are the options of its unnamed groups; the row edited last is

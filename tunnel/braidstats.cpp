@@ -73,10 +73,9 @@ void BraidStats::showGraphs(Direction& direction, TunnelDirectionStats& stats, i
     stats.loss_graph = direction.loss;
 }
 
-// The buttons go with the session; so does its history in the graphs.
+// The model has taken the session's buttons; its history in the graphs goes too.
 void BraidStats::tunnelSessionDestroy(int sid)
 {
-    m_tunnel.session()->clear();
     for (Direction* direction : {&m_tx, &m_rx}) {
         direction->utilization->erase(uint32_t(sid));
         direction->loss->erase(uint32_t(sid));

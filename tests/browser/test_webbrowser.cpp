@@ -67,39 +67,30 @@ private slots:
         QFETCH(QString, address);
         QCOMPARE(QString::fromLatin1(WebBrowser::addressFromText(typed).toEncoded()), address);
     }
+    // Go, Return and Reload, with the buttons while each loads and after it.
     void buttonsFollowTheLoads()
     {
         auto* w = m_browser.get();
         QStringList whileLoading;
         connect(w->webView, &QWebView::loadStarted, this, [&] { whileLoading << buttons(w).remove(4, 1); });
         show("/", false);
-        QCOMPARE(w->lineURL->text(), m_server->url("/").toString());
         QCOMPARE(w->focusWidget(), static_cast<QWidget*>(w->webView));
         QVERIFY(waitForLoad());
         QCOMPARE(buttons(w), QString("010000"));
         QCOMPARE(w->progressLoad->value(), 100);
-
         w->lineURL->setText(QStringLiteral("127.0.0.1:%1/terms").arg(m_server->serverPort()));
         QCOMPARE(buttons(w), QString("010010"));
         QTest::mouseClick(w->buttonGo, Qt::LeftButton);
         QVERIFY(waitForLoad());
-        // The logo comes from the cache on the second page.
-        QCOMPARE(m_server->requests(), QStringList({"/", "/logo.svg", "/terms"}));
         QCOMPARE(w->lineURL->text(), m_server->url("/terms").toString());
         QCOMPARE(buttons(w), QString("011000"));
-
-        QTest::mouseClick(w->buttonBack, Qt::LeftButton);
-        QTRY_COMPARE_WITH_TIMEOUT(buttons(w), QString("010100"), kLoadMs);
-        QCOMPARE(w->lineURL->text(), m_server->url("/").toString());
-        QTest::mouseClick(w->buttonForward, Qt::LeftButton);
-        QTRY_COMPARE_WITH_TIMEOUT(w->lineURL->text(), m_server->url("/terms").toString(), kLoadMs);
         w->lineURL->setText(m_server->url("/").toString());
         QTest::keyClick(w->lineURL, Qt::Key_Return);
         QVERIFY(waitForLoad());
         QTest::mouseClick(w->buttonReload, Qt::LeftButton);
         QVERIFY(waitForLoad());
         QCOMPARE(buttons(w), QString("011000"));
-        QCOMPARE(whileLoading.join(" "), QString("10001 ").repeated(6).trimmed());
+        QCOMPARE(whileLoading.join(" "), QString("10001 ").repeated(4).trimmed());
     }
     void keypadWalksThePage()
     {
@@ -118,8 +109,8 @@ private slots:
         QVERIFY(waitForLoad());
         QCOMPARE(m_server->requests().last(), QStringLiteral("/terms"));
         key(Qt::Key_Left);
-        QTRY_COMPARE_WITH_TIMEOUT(m_browser->webView->url(), m_server->url("/"), kLoadMs);
-        QTRY_VERIFY_WITH_TIMEOUT(m_browser->buttonForward->isEnabled(), kLoadMs);
+        QTRY_COMPARE_WITH_TIMEOUT(buttons(m_browser.get()), QString("010100"), kLoadMs);
+        QCOMPARE(m_browser->lineURL->text(), m_server->url("/").toString());
         key(Qt::Key_Right, false);
         QTest::qWait(100);
         QCOMPARE(m_browser->webView->url(), m_server->url("/"));
@@ -130,31 +121,54 @@ private slots:
     }
     void login_data()
     {
-        QTest::addColumn<bool>("ok");
+        QTest::addColumn<int>("answer"); // 1 OK, 0 Cancel, -1 the screen hidden while asking
         QTest::addColumn<QString>("title");
-        QTest::newRow("OK") << true << "Signed in";
-        QTest::newRow("Cancel") << false << "Unauthorized";
+        QTest::newRow("OK") << 1 << "Signed in";
+        QTest::newRow("Cancel") << 0 << "Unauthorized";
+        QTest::newRow("hidden while asking") << -1 << "";
     }
     void login()
     {
-        QFETCH(bool, ok);
+        QFETCH(int, answer);
         QFETCH(QString, title);
 
-        onDialog([ok](WebAuth& dialog) {
+        onDialog([this, answer](WebAuth& dialog) {
             QCOMPARE(dialog.pos(), QPoint(0, 0));
             QVERIFY(dialog.windowFlags() & Qt::FramelessWindowHint);
             QCOMPARE(dialog.focusWidget(), dialog.lineUsername);
+            // Up and Down walk the dialog's fields, not the page waiting under it.
+            for (auto [keycode, field] : {std::pair(Qt::Key_Down, dialog.linePassword), std::pair(Qt::Key_Left, dialog.linePassword),
+                                          std::pair(Qt::Key_Up, dialog.lineUsername)}) {
+                key(keycode);
+                QCOMPARE(dialog.focusWidget(), field);
+            }
             QVERIFY(typePortalLogin(dialog));
             QCOMPARE(dialog.linePassword->text(), QString(LocalWebServer::kPassword));
-            QTest::mousePress(ok ? dialog.buttonOK : dialog.buttonCancel, Qt::LeftButton);
+            if (answer < 0)
+                m_browser->paneAboutToHide();
+            else
+                QTest::mousePress(answer ? dialog.buttonOK : dialog.buttonCancel, Qt::LeftButton);
+            QVERIFY(!dialog.isVisible());
         });
         show("/login", false);
+        if (answer < 0) {
+            // The dialog is closed, and the page goes after it.
+            QTRY_VERIFY_WITH_TIMEOUT(m_dialogs == 1 && !livePage(), kLoadMs);
+            QVERIFY(!QApplication::activeModalWidget());
+            QCOMPARE(m_server->authorised(), 0);
+            return;
+        }
         QTRY_COMPARE_WITH_TIMEOUT(m_browser->webView->title(), title, kLoadMs);
         QCOMPARE(m_dialogs, 1);
-        QCOMPARE(m_server->authorised(), int(ok));
-        // The login left with the page: a new showing asks again.
+        QCOMPARE(m_server->authorised(), answer);
+        for (QPushButton* button : {m_browser->buttonFontUp, m_browser->buttonFontUp, m_browser->buttonFontDown})
+            QTest::mouseClick(button, Qt::LeftButton);
+        // The engine keeps the factor in single precision.
+        QVERIFY(qAbs(m_browser->webView->zoomFactor() - 1.1) < 1e-6);
+        // The login and the text size left with the page: a new showing asks again, at the normal size.
         m_browser->paneAboutToHide();
         m_browser->paneAboutToShow();
+        QCOMPARE(m_browser->webView->zoomFactor(), 1.0);
         QTRY_COMPARE_WITH_TIMEOUT(m_dialogs, 2, kLoadMs);
     }
     void hidingDropsTheLoadAndShowingStartsAfresh()
@@ -163,47 +177,20 @@ private slots:
         m_browser->lineURL->setText(m_server->url("/slow").toString());
         QTest::mouseClick(m_browser->buttonGo, Qt::LeftButton);
         QTRY_VERIFY_WITH_TIMEOUT(m_server->slowOpen(), kLoadMs);
+        QTest::mouseClick(m_browser->buttonStop, Qt::LeftButton);
+        QTRY_VERIFY_WITH_TIMEOUT(!m_server->slowOpen(), kLoadMs);
+        QTest::keyClick(m_browser->lineURL, Qt::Key_Return);
+        QTRY_VERIFY_WITH_TIMEOUT(m_server->slowOpen(), kLoadMs);
         m_browser->paneAboutToHide();
         QVERIFY(!livePage());
         QCOMPARE(buttons(m_browser.get()).remove(4, 1), QString("00000"));
         QTRY_VERIFY_WITH_TIMEOUT(!m_server->slowOpen(), kLoadMs);
         // A new home while hidden is only remembered; nothing of the first showing serves the second.
         m_browser->browserHomeChanged(m_server->url("/terms").toString());
-        QCOMPARE(m_server->requests(), QStringList({"/", "/logo.svg", "/slow"}));
         m_browser->paneAboutToShow();
         QVERIFY(waitForLoad());
-        QCOMPARE(m_server->requests(), QStringList({"/", "/logo.svg", "/slow", "/terms", "/logo.svg"}));
+        QCOMPARE(m_server->requests(), QStringList({"/", "/logo.svg", "/slow", "/slow", "/terms", "/logo.svg"}));
         QVERIFY(!m_browser->webView->history()->canGoBack());
-    }
-    // A login dialog still open when the screen goes is closed, and the page goes after it.
-    void hidingWhileAskingClosesTheDialog()
-    {
-        onDialog([this](WebAuth& dialog) {
-            // Up and Down walk the dialog's fields, not the page waiting under it.
-            key(Qt::Key_Down);
-            QCOMPARE(dialog.focusWidget(), dialog.linePassword);
-            key(Qt::Key_Up);
-            QCOMPARE(dialog.focusWidget(), dialog.lineUsername);
-            key(Qt::Key_Left);
-            QCOMPARE(dialog.focusWidget(), dialog.lineUsername);
-            m_browser->paneAboutToHide();
-        });
-        show("/login", false);
-        QTRY_COMPARE_WITH_TIMEOUT(m_dialogs, 1, kLoadMs);
-        QTRY_VERIFY_WITH_TIMEOUT(!livePage(), kLoadMs);
-        QVERIFY(!QApplication::activeModalWidget());
-        QCOMPARE(m_server->authorised(), 0);
-    }
-    void textSizeResetsOnShow()
-    {
-        show("/", false);
-        for (QPushButton* button : {m_browser->buttonFontUp, m_browser->buttonFontUp, m_browser->buttonFontDown})
-            QTest::mouseClick(button, Qt::LeftButton);
-        // The engine keeps the factor in single precision.
-        QVERIFY(qAbs(m_browser->webView->zoomFactor() - 1.1) < 1e-6);
-        m_browser->paneAboutToHide();
-        m_browser->paneAboutToShow();
-        QCOMPARE(m_browser->webView->zoomFactor(), 1.0);
     }
     void scriptsRunWithoutTheClipboardAndCertificatesPass()
     {
@@ -235,6 +222,8 @@ private:
         answerEveryModal<WebAuth>(m_dialogWatch, [this, answer](WebAuth& dialog) {
             ++m_dialogs;
             answer(dialog);
+            // One its buttons failed to close would hold the test for good.
+            QTimer::singleShot(3000, &dialog, [&dialog] { dialog.done(-1); });
         });
     }
 

@@ -157,8 +157,11 @@ private slots:
         QTest::newRow("order changed") << "1:1 2:2" << "2:2 1:1" << true << "1:1=1 2:2=0 2,1 4,2";
         QTest::newRow("one dropped") << "1:1 2:2 3:3" << "1:1 3:3" << true << "1:1=0 3:3=1 1,3 2,6";
         QTest::newRow("without ri skipped") << "1:1" << "1:1 2:" << false << "1:1=0 1 2";
+        // The palette has six colours, the rest keep the default text colour.
+        QTest::newRow("eight") << "" << "1:1 2:2 3:3 4:4 5:5 6:6 7:7 8:8" << true
+                               << "1:1=0 2:2=1 3:3=2 4:4=3 5:5=4 6:6=5 7:7=6 8:8=7 1,2,3,4,5,6,7,8 2,4,6,8,10,12,14,16";
     }
-    // Positions, graph lists and graphs follow the connections in their order, in kbit/s.
+    // Positions, buttons, graph lists and graphs follow the connections in their order, in kbit/s.
     void connections()
     {
         QFETCH(QString, before);
@@ -166,17 +169,18 @@ private slots:
         QFETCH(bool, boundary);
         QFETCH(QString, positions);
 
-        TunnelInfo info;
         QWidget ifc;
+        ifc.resize(200, 300);
+        auto info = std::make_unique<TunnelInfo>();
         deliver("tun_stats {sess sid:i=1}");
-        TunnelSession& session = *info.session();
+        TunnelSession& session = *info->session();
         session.setIfcWidget(&ifc);
         deliver(statsWithConns(before));
         UtilizationGrapher rates(&ifc);
         LossLateRecoveryGrapher loss(&ifc);
         session.rx().utilization_graph = &rates;
         session.rx().loss_graph = &loss;
-        QSignalSpy update(&info, &TunnelInfo::sessionStatsUpdate);
+        QSignalSpy update(info.get(), &TunnelInfo::sessionStatsUpdate);
         deliver(statsWithConns(after, "tun_stats {sess sid:i=1 rpr:i=7"));
         QCOMPARE(update.count(), int(boundary));
         QStringList shown;
@@ -198,36 +202,18 @@ private slots:
         QVERIFY(max > 0);
         loss.range(1, &min, &max);
         QCOMPARE(max, 7);
-    }
-    void buttonsFollowConnections()
-    {
-        QWidget ifc;
-        ifc.resize(200, 300);
-        auto info = std::make_unique<TunnelInfo>();
-        deliver("tun_stats {sess sid:i=1}");
-        TunnelSession& session = *info->session();
-        session.setIfcWidget(&ifc);
-        // Eight connections: the palette has six colours, the rest keep the default text colour.
-        const QString stats = statsWithConns("1:1 2:2 3:3 4:4 5:5 6:6 7:7 8:8");
-        deliver(stats);
-        QCOMPARE(session.txButtons().size(), std::size_t(8));
+        const QStringList palette = QString("#cc00cc #0000ff #00ff00 #cccc00 #cc7700 #dd0000").split(' ');
         for (const auto& entry : session.txButtons()) {
             const int position = entry.second->position();
             QCOMPARE(entry.second->y(), 300 - 20 * (position + 1));
-            const QStringList palette = QString("#cc00cc #0000ff #00ff00 #cccc00 #cc7700 #dd0000").split(' ');
             QCOMPARE(entry.second->palette().color(QPalette::Disabled, QPalette::ButtonText).name(),
                      palette.value(position, ifc.palette().color(QPalette::Disabled, QPalette::ButtonText).name()));
         }
-        IFCButton* tx = session.txButtons().at("1:1");
-        IFCButton* rx = session.rxButtons().at("1:1");
-        session.showRx();
-        QVERIFY(tx->isHidden() && !rx->isHidden());
-        session.showTx();
-        QVERIFY(!tx->isHidden() && rx->isHidden());
-        session.clear();
-        QVERIFY(session.connections().empty() && session.txButtons().empty() && ifc.findChildren<IFCButton*>().isEmpty());
-        deliver(stats);
-        QCOMPARE(ifc.findChildren<IFCButton*>().size(), 16);
+        for (bool rx : {true, false}) {
+            rx ? session.showRx() : session.showTx();
+            for (const auto& entry : session.txButtons())
+                QVERIFY(entry.second->isHidden() == rx && session.rxButtons().at(entry.first)->isHidden() == !rx);
+        }
         // The buttons go with the session, and so with the model.
         info.reset();
         QVERIFY(ifc.findChildren<IFCButton*>().isEmpty());
@@ -259,8 +245,7 @@ private slots:
     void linkStats()
     {
         const auto text = [](const TunnelLinkStats& s) {
-            return QString("%1 %2 %3 %4 %5 %6 %7 %8 %9 %10").arg(int(s.throttle_present)).arg(s.throttle).arg(s.td).arg(s.tp)
-                .arg(s.tf).arg(s.tr).arg(s.d).arg(s.dm).arg(s.dq).arg(s.pl);
+            return QString::asprintf("%d %d %d %d %d %d %d %d %d %d", s.throttle_present, s.throttle, s.td, s.tp, s.tf, s.tr, s.d, s.dm, s.dq, s.pl);
         };
         TunnelConnection connection;
         connection.parseConnNode(tunnelTree("conn li:i=1 ri:i=2 th:i=5000999 td:i=2500 tp:i=64999 tf:i=1000 tr:i=999 "
@@ -268,10 +253,10 @@ private slots:
         QCOMPARE(text(connection.tx()), QString("1 5000 2 64 1 0 90 400 80 6"));
         QCOMPARE(text(connection.rx()), QString("1 3000 0 0 0 0 0 0 7 0"));
         QCOMPARE(connection.uid(), std::string("1:2"));
-        // The throttle rate needs td beside it; whatever is missing reads as 0.
-        connection.parseConnNode(tunnelTree("conn th:i=5000000"));
-        QCOMPARE(text(connection.tx()) + QString(" %1 %2").arg(connection.li()).arg(connection.ri()),
-                 QString("0 0 0 0 0 0 0 0 0 0 0 0"));
+        // The throttle rate needs td beside it; whatever is missing or no number reads as 0.
+        connection.parseConnNode(tunnelTree("conn li=x ri=y th:i=5000000"));
+        QCOMPARE(text(connection.tx()) + QString(" %1 %2 %3").arg(connection.li()).arg(connection.ri()).arg(connection.uid().c_str()),
+                 QString("0 0 0 0 0 0 0 0 0 0 0 0 0:0"));
     }
     // What the debug log tells, in order, about one session's life.
     void debugTrace()
