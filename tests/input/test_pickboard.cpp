@@ -1,6 +1,7 @@
 #include "pickboardkeys.h"
 #include "platformkey.h"
 
+#include <key.h>
 #include <keybutton.h>
 #include <pickboard.h>
 #include <qwsserver.h>
@@ -108,8 +109,11 @@ private slots:
                 });
         QVERIFY(showActive(&window));
         edit->setFocus();
+        QString clicked; // a button's own signal names its key
+        connect(pickBoardButton(board, "h"), &KeyButton::clicked, [&](Key& key) { clicked += key.shiftLabel.c_str(); });
 
         QVERIFY(clickPickBoard(board, {"shift", "h", "i", "x", "<<", "space", "shift", "7", "num", "4", "2"}));
+        QCOMPARE(clicked, QStringLiteral("H"));
 
         QCOMPARE(edit->text(), QStringLiteral("Hi &42"));
         QCOMPARE(QApplication::focusWidget(), edit);
