@@ -1,3 +1,5 @@
+#include "instructionlines.h"
+
 #include <calibration.h>
 #include <qwscalibratedmousehandler.h>
 #include <qwsserver.h>
@@ -29,8 +31,8 @@ void touch(QWindow* window, const QPoint& point)
     QTest::mouseRelease(window, Qt::LeftButton, Qt::NoModifier, point);
 }
 
-// "x" for each target with a yellow cross thirteen pixels across and down, then for each of the
-// three texts shown in its colour: "..x.. xxx".
+// "x" for each target with a yellow cross thirteen pixels across and down, then the instruction
+// lines: "..x.. xxx".
 QString shown(const QImage& image, const QVector<QPoint>& targets)
 {
     QString seen;
@@ -38,14 +40,7 @@ QString shown(const QImage& image, const QVector<QPoint>& targets)
         const auto yellow = [&](int dx, int dy) { return image.pixelColor(at + QPoint(dx, dy)) == Qt::yellow; };
         seen += yellow(-6, 0) && yellow(6, 0) && yellow(0, -6) && yellow(0, 6) && !yellow(7, 0) && !yellow(0, 7) ? 'x' : '.';
     }
-    seen += ' ';
-    for (const auto& [top, colour] : {std::pair(50, Qt::white), std::pair(270, Qt::cyan), std::pair(300, Qt::red)}) {
-        bool found = false;
-        for (int at = 0; at < 220 * 16 && !found; ++at)
-            found = image.pixelColor(10 + at % 220, top + at / 220) == colour;
-        seen += found ? 'x' : '.';
-    }
-    return seen;
+    return seen + ' ' + instructionLines(image, 220);
 }
 
 } // namespace
