@@ -194,8 +194,13 @@ private slots:
         for (const auto& [from, signal, to] : steps) {
             if (from >= 0)
                 p.showScreen(from);
+            const int before = p.currentScreen();
+            p.configureNetwork().tabNetwork->setCurrentIndex(1);
             signal();
             QCOMPARE(p.currentScreen(), to);
+            // Coming from the network list, the device configuration opens on its status.
+            const bool onStatus = p.configureNetwork().tabNetwork->currentWidget() == p.configureNetwork().tabStatus;
+            QCOMPARE(onStatus, before == Pane::ScreenNetworkList && to == Pane::ScreenConfigureNetwork);
         }
         // Screens that ask a question make the keypad answer it.
         for (const std::function<void(bool)>& modal : std::initializer_list<std::function<void(bool)>>{

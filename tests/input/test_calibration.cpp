@@ -32,7 +32,7 @@ void touch(QWindow* window, const QPoint& point)
 }
 
 // "x" for each target with a yellow cross thirteen pixels across and down, then the instruction
-// lines: "..x.. xxx".
+// lines and the background: "..x.. xxx blue".
 QString shown(const QImage& image, const QVector<QPoint>& targets)
 {
     QString seen;
@@ -40,7 +40,7 @@ QString shown(const QImage& image, const QVector<QPoint>& targets)
         const auto yellow = [&](int dx, int dy) { return image.pixelColor(at + QPoint(dx, dy)) == Qt::yellow; };
         seen += yellow(-6, 0) && yellow(6, 0) && yellow(0, -6) && yellow(0, 6) && !yellow(7, 0) && !yellow(0, 7) ? 'x' : '.';
     }
-    return seen + ' ' + instructionLines(image, 220);
+    return seen + ' ' + instructionLines(image, 220) + (image.pixelColor(1, 1) == Qt::blue ? " blue" : "");
 }
 
 } // namespace
@@ -99,7 +99,7 @@ private slots:
 
         if (touches < kTargets) {
             QCOMPARE(result, int(QDialog::Rejected));
-            QCOMPARE(seen, QString(kTargets, '.').replace(touches, 1, 'x') + " xxx");
+            QCOMPARE(seen, QString(kTargets, '.').replace(touches, 1, 'x') + " xxx blue");
             // Left cleared for the operator to decide; the stored calibration is not reloaded.
             QCOMPARE(stored(), QPoint(123, 45));
             QCOMPARE(QWSCalibratedMouseHandler(m_dir.filePath("pointercal")).transform(QPoint(123, 45)), before);
@@ -112,7 +112,7 @@ private slots:
         // Painted and touched once more before the dialog is gone: no target, no change.
         const QPoint calibrated = stored();
         const QImage done = calibration.grab().toImage();
-        QCOMPARE(shown(done, targets), QString(kTargets, '.') + " xxx");
+        QCOMPARE(shown(done, targets), QString(kTargets, '.') + " xxx blue");
         QMouseEvent late(QEvent::MouseButtonRelease, QPointF(targets[0]), QPointF(targets[0]), Qt::LeftButton,
                          Qt::NoButton, Qt::NoModifier);
         QApplication::sendEvent(&calibration, &late);
