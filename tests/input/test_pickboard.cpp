@@ -91,6 +91,7 @@ private slots:
         for (const char* label : {"a", "1", "7", "shift", "caps"})
             shown << pickBoardButton(board, label)->text();
         QCOMPARE(shown, captions);
+        QCOMPARE(pickBoardButton(board, "a")->geometry(), QRect(84, 54, 42, 27));
         QCOMPARE(pickBoardButton(board, "shift")->isChecked(), captions[3] == "SHIFT");
         QCOMPARE(pickBoardButton(board, "caps")->isChecked(), captions[4] == "CAPS");
     }
