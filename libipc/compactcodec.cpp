@@ -42,6 +42,9 @@ bool any_code_point(char32_t)
 
 class Writer {
 public:
+    // Room for a typical answer without regrowing byte by byte from nothing.
+    Writer() { m_out.reserve(256); }
+
     void array(std::size_t count) { put(cbor_encode_array_start(count, m_head, sizeof m_head)); }
     void map(std::size_t count) { put(cbor_encode_map_start(count, m_head, sizeof m_head)); }
 
