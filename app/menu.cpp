@@ -158,8 +158,7 @@ bool Menu::isMenuOpen() const
 
 void Menu::closeMenu()
 {
-    if (QAction* active = m_menuBar->activeAction())
-        active->menu()->hide();
+    // Clearing the bar's active entry also closes the menu it had open.
     m_menuBar->setActiveAction(nullptr);
     // A menu bar left in keyboard navigation holds the focus until it sees Escape, which gives
     // the focus back to the screen's widget.

@@ -13,7 +13,7 @@ struct Key {
     Key(KeyType type, const std::string& label, int code, const std::string& shiftLabel, int shiftCode,
         int width);
     // A Gap or RowEnd: no caption, no code.
-    Key(KeyType type, int width);
+    explicit Key(KeyType type, int width = 0);
     virtual ~Key() = default;
 
     KeyType type;

@@ -29,6 +29,12 @@ void addCharKeys(std::vector<Key>& keys, const char* pairs)
         keys.emplace_back(KeyType::Char, caption(p[0]), uchar(p[0]), caption(p[1]), uchar(p[1]), 2);
 }
 
+// A key that switches the page or the shift state; it sends no character.
+void addModeKey(std::vector<Key>& keys, KeyType type, const char* label, const char* shiftLabel, int width)
+{
+    keys.emplace_back(type, label, 0, shiftLabel, 0, width);
+}
+
 // A key that sends the same code and shows the same caption with or without shift.
 void addPlainKey(std::vector<Key>& keys, const char* label, int code, int width)
 {
@@ -40,18 +46,18 @@ std::vector<Key> letterLayout()
     std::vector<Key> keys;
     addCharKeys(keys, "`~1!2@3#4$5%6^7&8*9(0)-_=+");
     addPlainKey(keys, "<<", Qt::Key_Backspace, 4);
-    keys.emplace_back(KeyType::RowEnd, 0);
+    keys.emplace_back(KeyType::RowEnd);
 
-    keys.emplace_back(KeyType::ToNumeric, "num", 0, "num", 0, 3);
+    addModeKey(keys, KeyType::ToNumeric, "num", "num", 3);
     addCharKeys(keys, "qQwWeErRtTyYuUiIoOpP[{]}\\|");
-    keys.emplace_back(KeyType::RowEnd, 0);
+    keys.emplace_back(KeyType::RowEnd);
 
-    keys.emplace_back(KeyType::Caps, "caps", 0, "CAPS", 0, 4);
+    addModeKey(keys, KeyType::Caps, "caps", "CAPS", 4);
     addCharKeys(keys, "aAsSdDfFgGhHjJkKlL;:'\"");
     addPlainKey(keys, "enter", Qt::Key_Enter, 4);
-    keys.emplace_back(KeyType::RowEnd, 0);
+    keys.emplace_back(KeyType::RowEnd);
 
-    keys.emplace_back(KeyType::Shift, "shift", 0, "SHIFT", 0, 5);
+    addModeKey(keys, KeyType::Shift, "shift", "SHIFT", 5);
     addCharKeys(keys, "zZxXcCvVbBnNmM,<.>/?");
     addPlainKey(keys, "space", ' ', 5);
     return keys;
@@ -66,20 +72,20 @@ std::vector<Key> numericLayout()
     addPlainKey(keys, "9", '9', 6);
     keys.emplace_back(KeyType::Gap, 2);
     addPlainKey(keys, "<<", Qt::Key_Backspace, 4);
-    keys.emplace_back(KeyType::RowEnd, 0);
+    keys.emplace_back(KeyType::RowEnd);
 
-    keys.emplace_back(KeyType::ToAlpha, "alpha", 0, "alpha", 0, 4);
+    addModeKey(keys, KeyType::ToAlpha, "alpha", "alpha", 4);
     keys.emplace_back(KeyType::Gap, 2);
     addPlainKey(keys, "4", '4', 6);
     addPlainKey(keys, "5", '5', 6);
     addPlainKey(keys, "6", '6', 6);
-    keys.emplace_back(KeyType::RowEnd, 0);
+    keys.emplace_back(KeyType::RowEnd);
 
     keys.emplace_back(KeyType::Gap, 6);
     addPlainKey(keys, "1", '1', 6);
     addPlainKey(keys, "2", '2', 6);
     addPlainKey(keys, "3", '3', 6);
-    keys.emplace_back(KeyType::RowEnd, 0);
+    keys.emplace_back(KeyType::RowEnd);
 
     keys.emplace_back(KeyType::Gap, 6);
     addPlainKey(keys, "0", '0', 12);

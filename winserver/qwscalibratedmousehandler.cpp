@@ -12,6 +12,7 @@
 #include <QTextStream>
 #include <QWindow>
 
+#include <algorithm>
 #include <optional>
 
 namespace {
@@ -80,8 +81,7 @@ void QWSCalibratedMouseHandler::calibrate(const QWSPointerCalibrationData* data)
         g_log.log(LOG_ERROR, "touch-screen calibration failed: the touches lie on one line");
         return;
     }
-    for (int i = 0; i < 6; ++i)
-        m_coefficients[i] = qRound((*fitted)[i] * kScale);
+    std::transform(fitted->begin(), fitted->end(), m_coefficients.begin(), [](double k) { return qRound(k * kScale); });
     m_coefficients[6] = kScale;
     writeCalibration();
 }
@@ -118,7 +118,7 @@ bool QWSCalibratedMouseHandler::readCalibration()
     return true;
 }
 
-bool QWSCalibratedMouseHandler::writeCalibration() const
+void QWSCalibratedMouseHandler::writeCalibration() const
 {
     QSaveFile file(m_pointercalFile);
     if (file.open(QIODevice::WriteOnly | QIODevice::Text)) {
@@ -127,10 +127,9 @@ bool QWSCalibratedMouseHandler::writeCalibration() const
             fields << QString::number(k);
         file.write(fields.join(QLatin1Char(' ')).toLatin1() + '\n');
         if (file.commit())
-            return true;
+            return;
     }
     g_log.log(LOG_ERROR, "cannot write %s: %s", qPrintable(m_pointercalFile), qPrintable(file.errorString()));
-    return false;
 }
 
 bool QWSCalibratedMouseHandler::eventFilter(QObject* watched, QEvent* event)
@@ -164,7 +163,6 @@ void QWSCalibratedMouseHandler::sendCalibrated(QWindow* window, QMouseEvent* eve
                      event->modifiers(), event->source());
     copy.setTimestamp(event->timestamp());
     QCoreApplication::sendEvent(window, &copy);
-    event->setAccepted(copy.isAccepted());
 }
 
 void QWSCalibratedMouseHandler::sendCalibrated(QWindow* window, QTouchEvent* event) const
@@ -173,7 +171,6 @@ void QWSCalibratedMouseHandler::sendCalibrated(QWindow* window, QTouchEvent* eve
     for (const QTouchEvent::TouchPoint& point : event->touchPoints())
         points.append(calibrated(window, point));
     QTouchEvent copy(event->type(), event->device(), event->modifiers(), event->touchPointStates(), points);
-    copy.setWindow(window);
     copy.setTimestamp(event->timestamp());
     QCoreApplication::sendEvent(window, &copy);
     event->setAccepted(copy.isAccepted());
@@ -189,11 +186,9 @@ QTouchEvent::TouchPoint QWSCalibratedMouseHandler::calibrated(const QWindow* win
     result.setScreenPos(screenPos);
     result.setStartScreenPos(startScreenPos);
     result.setLastScreenPos(lastScreenPos);
-    result.setPos(window->mapFromGlobal(screenPos));
-    result.setStartPos(window->mapFromGlobal(startScreenPos));
-    result.setLastPos(window->mapFromGlobal(lastScreenPos));
-    result.setScenePos(result.pos());
-    result.setStartScenePos(result.startPos());
-    result.setLastScenePos(result.lastPos());
+    // A widget takes its own positions from the screen positions; the scene is the window.
+    result.setScenePos(window->mapFromGlobal(screenPos));
+    result.setStartScenePos(window->mapFromGlobal(startScreenPos));
+    result.setLastScenePos(window->mapFromGlobal(lastScreenPos));
     return result;
 }

@@ -41,7 +41,7 @@ public:
     QPoint transform(const QPoint& position) const;
 
     bool readCalibration();
-    bool writeCalibration() const;
+    void writeCalibration() const;
 
 protected:
     bool eventFilter(QObject* watched, QEvent* event) override;

@@ -150,7 +150,7 @@ private slots:
         QSignalSpy abortSpy(&window, &MainWindow::abortCalibration);
         InjectedKeys typed;
 
-        sendPlatformKey(focusedWindow(m_keySource.get()), press, key, Qt::KeyboardModifiers(modifiers));
+        this->key(key, press, Qt::KeyboardModifiers(modifiers));
 
         QCOMPARE(handler.keys, handled);
         QCOMPARE(typed.keys, injected);
@@ -165,20 +165,14 @@ private slots:
         window.menu().closeMenu();
         window.setKeypadHandler(nullptr);
     }
+    // Files number from one; a capture that fails uses up its number.
     void capturesNumberFromOneAndCountFailures()
     {
-        MainWindow& window = *m_shell->window;
-        QCOMPARE(window.captureFileName(1), m_shell->dir() + "/cap00001.png");
-
-        sendPlatformKey(focusedWindow(m_keySource.get()), true, Qt::Key_F1, Qt::ControlModifier);
-        window.setCaptureDirectory(m_shell->dir() + "/missing");
-        sendPlatformKey(focusedWindow(m_keySource.get()), true, Qt::Key_F1, Qt::ControlModifier);
-        window.setCaptureDirectory(m_shell->dir());
-        sendPlatformKey(focusedWindow(m_keySource.get()), true, Qt::Key_F1, Qt::ControlModifier);
-
-        QVERIFY(QFile::exists(m_shell->dir() + "/cap00001.png"));
-        QVERIFY(!QFile::exists(m_shell->dir() + "/cap00002.png"));
-        QVERIFY(QFile::exists(m_shell->dir() + "/cap00003.png"));
+        for (const QString& directory : {m_shell->dir(), m_shell->dir() + "/missing", m_shell->dir()}) {
+            m_shell->window->setCaptureDirectory(directory);
+            key(Qt::Key_F1, true, Qt::ControlModifier);
+        }
+        QCOMPARE(QDir(m_shell->dir()).entryList({"cap*"}), (QStringList{"cap00001.png", "cap00003.png"}));
         QVERIFY(!QImage(m_shell->dir() + "/cap00003.png").isNull());
     }
     // Escape on an attached keyboard closes the menu by Qt's own means, behind the keypad's back.
@@ -188,19 +182,15 @@ private slots:
         m_shell->setState(IPCClient::IPC_READY);
         RecordingHandler handler;
         window.setKeypadHandler(&handler);
-        sendPlatformKey(focusedWindow(m_keySource.get()), true, Qt::Key_F1);
+        key(Qt::Key_F1);
         QVERIFY(window.menu().isMenuOpen());
-
-        sendPlatformKey(focusedWindow(m_keySource.get()), true, Qt::Key_Escape);
-        sendPlatformKey(focusedWindow(m_keySource.get()), false, Qt::Key_Escape);
+        key(Qt::Key_Escape);
+        key(Qt::Key_Escape, false);
         QTRY_VERIFY(!QApplication::activePopupWidget());
         QVERIFY(!window.menu().isMenuOpen());
-        sendPlatformKey(focusedWindow(m_keySource.get()), true, Qt::Key_Down);
+        key(Qt::Key_Down);
         QCOMPARE(handler.keys, QStringList{"Down+"});
-        QVERIFY(!window.menuBar()->hasFocus());
-
-        sendPlatformKey(focusedWindow(m_keySource.get()), true, Qt::Key_F1);
-        QVERIFY(window.menu().isMenuOpen());
+        key(Qt::Key_F1);
         QVERIFY(window.menu().menuRemotes->isVisible());
         window.menu().closeMenu();
         window.setKeypadHandler(nullptr);
@@ -265,18 +255,21 @@ private slots:
         m_shell->setState(IPCClient::IPC_READY);
         chooseF2Mode(window, KeypadSetup::F2RemoteContactClosure);
         m_shell->sent.clear();
-        for (bool press : {true, false})
-            sendPlatformKey(focusedWindow(m_keySource.get()), press, Qt::Key_F2);
-
+        key(Qt::Key_F2);
+        key(Qt::Key_F2, false);
         QStringList closures;
-        for (const Message& msg : m_shell->sent) {
-            if (msg.name == "setRemoteCC")
-                closures << QString::fromStdString(msg.params().get_bool("state", false) ? "closed" : "open");
-        }
-        QCOMPARE(closures, (QStringList{"closed", "open"}));
+        for (const Message& msg : m_shell->sent)
+            closures << QString::fromStdString(msg.name + ' ' + msg.params().get_string("seq", "") + ' ')
+                    + QString::number(msg.params().get_int("id", -1)) + (msg.params().get_bool("state", false) ? " closed" : " open");
+        QCOMPARE(closures, (QStringList{"setRemoteCC remoteCC 0 closed", "setRemoteCC remoteCC 0 open"}));
     }
 
 private:
+    void key(int keycode, bool press = true, Qt::KeyboardModifiers modifiers = Qt::NoModifier)
+    {
+        sendPlatformKey(focusedWindow(m_keySource.get()), press, keycode, modifiers);
+    }
+
     std::unique_ptr<ShellFixture> m_shell;
     std::unique_ptr<QWidget> m_keySource;
 };

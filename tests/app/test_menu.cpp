@@ -100,14 +100,13 @@ private slots:
         for (const auto& [action, screen] : entries)
             QTest::newRow(action) << action << screen;
     }
-    // The entries are found by their object names; the menus hang in the window's own menu bar.
+    // The entries are found by their object names.
     void entriesShowTheirScreens()
     {
         QFETCH(QString, action);
         QFETCH(int, screen);
         QAction* entry = menu().findChild<QAction*>(action);
         QVERIFY(entry);
-        QVERIFY(m_shell->window->menuBar()->findChild<QMenu*>("menuConfigure"));
         entry->trigger();
         QCOMPARE(m_shell->window->pane().currentScreen(), screen);
     }

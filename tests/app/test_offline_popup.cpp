@@ -113,13 +113,11 @@ private slots:
         // Back on the factory password: a warning that stays until tapped.
         shell.setState(IPCClient::IPC_READY, true);
         QVERIFY(window.isVisible());
-        TransientPopup& popup = window.popup();
-        QCOMPARE(popup.geometry(), QRect(220, 150, 200, 180));
-        QCOMPARE(popup.findChild<QLabel*>()->text(),
+        QCOMPARE(window.popup().findChild<QLabel*>()->text(),
                  QStringLiteral("WARNING! It is strongly recommended that you change the remote control password for "
                                 "security reasons."));
         QTest::qWait(50);
-        QVERIFY2(popup.isVisible(), "the warning stays until dismissed");
+        QVERIFY2(window.popup().isVisible(), "the warning stays until dismissed");
     }
 };
 

@@ -21,12 +21,35 @@ bool write(const QString& path, const QByteArray& text)
     return file.open(QIODevice::WriteOnly) && file.write(text) == text.size();
 }
 
-// Press positions as the widget received them, in its own coordinates.
+// Where the widget was pressed or touched, in its own coordinates; a touch it refuses comes back
+// as a mouse press.
 struct PressRecorder : QWidget {
-    PressRecorder() : QWidget(nullptr, Qt::FramelessWindowHint) { setGeometry(0, 0, 640, 480); }
-    void mousePressEvent(QMouseEvent* event) override { presses << event->pos(); }
+    PressRecorder() : QWidget(nullptr, Qt::FramelessWindowHint)
+    {
+        setGeometry(0, 0, 640, 480);
+        setAttribute(Qt::WA_AcceptTouchEvents);
+    }
+    bool event(QEvent* event) override
+    {
+        const auto* input = dynamic_cast<QInputEvent*>(event);
+        untimed += input && !input->timestamp();
+        if (event->type() == QEvent::MouseButtonPress)
+            presses << static_cast<QMouseEvent*>(event)->pos();
+        if (event->type() != QEvent::TouchBegin && event->type() != QEvent::TouchEnd)
+            return QWidget::event(event);
+        const QTouchEvent::TouchPoint point = static_cast<QTouchEvent*>(event)->touchPoints().value(0);
+        if (event->type() == QEvent::TouchBegin)
+            presses << point.pos().toPoint();
+        else
+            for (const QPointF& at : {point.startPos(), point.lastPos(), point.scenePos(), point.startScenePos(), point.lastScenePos()})
+                presses << at.toPoint();
+        event->setAccepted(acceptTouch);
+        return acceptTouch;
+    }
 
     QVector<QPoint> presses;
+    int untimed = 0;
+    bool acceptTouch = true;
 };
 
 } // namespace
@@ -82,8 +105,8 @@ private slots:
     // A file the handler cannot use leaves the pointer as the device gives it.
     void unusablePointercalIsIgnored()
     {
-        for (const char* text : {"2 0 0 0 2 0", "2 0 0 0 2 0 0", "a b c d e f g"}) {
-            QVERIFY(write(pointercal(), text));
+        for (const char* text : {"2 0 0 0 2 0", "2 0 0 0 2 0 0", "a b c d e f g", ""}) {
+            QVERIFY(*text ? write(pointercal(), text) : QFile::remove(pointercal()));
             QWSCalibratedMouseHandler handler(pointercal());
             QVERIFY(!handler.readCalibration());
             QCOMPARE(handler.transform(QPoint(100, 100)), QPoint(100, 100));
@@ -97,7 +120,18 @@ private slots:
         recorder.show();
         QVERIFY(QTest::qWaitForWindowExposed(&recorder));
         QTest::mouseClick(recorder.windowHandle(), Qt::LeftButton, Qt::NoModifier, QPoint(100, 60));
-        QCOMPARE(recorder.presses, QVector<QPoint>{QPoint(150, 65)});
+        QTouchDevice* screen = QTest::createTouchDevice();
+        QWindow* window = recorder.windowHandle();
+        QTest::touchEvent(window, screen).press(0, QPoint(20, 30), window);
+        QTest::touchEvent(window, screen).move(0, QPoint(40, 50), window);
+        QTest::touchEvent(window, screen).release(0, QPoint(60, 70), window);
+        recorder.acceptTouch = false;
+        QTest::touchEvent(window, screen).press(0, QPoint(100, 60), window);
+        // The click; the touch's start, then at its end: start, last, and on the scene where, start,
+        // last; the refused touch and its mouse press.
+        QCOMPARE(recorder.presses, (QVector<QPoint>{{150, 65}, {30, 35}, {30, 35}, {60, 55}, {90, 75}, {30, 35},
+                                                    {60, 55}, {150, 65}, {150, 65}}));
+        QCOMPARE(recorder.untimed, 0);
     }
 
 private:

@@ -9,57 +9,20 @@
 #include <QTimer>
 #include <QtTest>
 
-namespace {
-QByteArray uniqueLocalAddress()
-{
-    static int count = 0;
-    return "/orvane-test-shell-" + QByteArray::number(QCoreApplication::applicationPid()) + "-"
-        + QByteArray::number(++count);
-}
-} // namespace
-
-ShellSession::ShellSession() = default;
-
-ShellSession::~ShellSession()
-{
-    m_window.reset();
-    m_sim.reset();
-}
-
 bool ShellSession::start(const QStringList& simArguments)
 {
-    if (!startUnit(simArguments))
-        return false;
-    openWindow();
-    return waitUntilReady();
-}
-
-bool ShellSession::startUnit(const QStringList& simArguments)
-{
-    const QByteArray address = uniqueLocalAddress();
+    static int count = 0;
+    const QByteArray address = "/orvane-test-shell-" + QByteArray::number(QCoreApplication::applicationPid()) + "-"
+        + QByteArray::number(++count);
     qputenv("LIBIPC_LOCAL_ADDR", address);
-    QProcessEnvironment environment = QProcessEnvironment::systemEnvironment();
-    environment.insert("LIBIPC_LOCAL_ADDR", QString::fromLatin1(address));
-    m_sim = std::make_unique<TestProcess>("orvane-unitsim", QStringList{"--no-tcp"} + simArguments, environment,
-                                          QProcess::StandardOutput);
-    return m_sim->start() && !m_sim->waitForLine("listening", kCommandMs).isEmpty();
-}
-
-void ShellSession::openWindow()
-{
+    m_sim = startUnitSim(QStringList{"--no-tcp"} + simArguments, QProcessEnvironment::systemEnvironment());
+    if (!m_sim)
+        return false;
     m_window = std::make_unique<MainWindow>();
     // An existing file: no touch-screen calibration starts when the link is ready.
     m_window->setPointerCalibrationFile(QCoreApplication::applicationFilePath());
-}
-
-bool ShellSession::waitUntilReady()
-{
-    return QTest::qWaitFor([this] { return ready(); }, kReadyMs) && showActive(m_window.get());
-}
-
-bool ShellSession::ready() const
-{
-    return m_window->isVisible() && !m_window->offlineScreen().isVisible();
+    return QTest::qWaitFor([this] { return m_window->isVisible() && !m_window->offlineScreen().isVisible(); }, 20000)
+        && showActive(m_window.get());
 }
 
 void ShellSession::key(int keycode)

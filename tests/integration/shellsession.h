@@ -15,18 +15,10 @@
 // the hardware keypad's whole path: platform, keypad filter, the main window's routing.
 class ShellSession {
 public:
-    static constexpr int kReadyMs = 20000;
     static constexpr int kCommandMs = 10000;
 
-    ShellSession();
-    ~ShellSession();
-
-    // The three steps below in one.
+    // The unit, then the window, shown once the link is ready.
     bool start(const QStringList& simArguments = {});
-    bool startUnit(const QStringList& simArguments = {});
-    void openWindow();
-    bool waitUntilReady();
-    bool ready() const;
 
     MainWindow& window() { return *m_window; }
     TestProcess& sim() { return *m_sim; }
@@ -51,6 +43,7 @@ public:
     QString simCommand(const QString& line);
 
 private:
+    // The window goes first: it logs out from a unit still running.
     std::unique_ptr<TestProcess> m_sim;
     std::unique_ptr<MainWindow> m_window;
 };

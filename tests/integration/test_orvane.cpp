@@ -1,4 +1,5 @@
-// The user interface program against the simulated unit: the link state it reports on its log.
+// The user interface program against the simulated unit: the link state and the chat lines it
+// reports on its (debug) log.
 #include "testprocess.h"
 
 #include <QCoreApplication>
@@ -22,10 +23,8 @@ class TestOrvane : public QObject {
 
     void startSim()
     {
-        m_sim = std::make_unique<TestProcess>("orvane-unitsim", QStringList{"--no-tcp"}, m_environment,
-                                              QProcess::StandardOutput);
-        QVERIFY(m_sim->start());
-        QVERIFY(!m_sim->waitForLine("listening", kCommandMs).isEmpty());
+        m_sim = startUnitSim({"--no-tcp"}, m_environment);
+        QVERIFY(m_sim);
     }
     // The console's answer starts with "ok", past the simulator's reports of what it was asked.
     QString simCommand(const QString& line)
@@ -33,10 +32,12 @@ class TestOrvane : public QObject {
         m_sim->writeLine(line);
         return m_sim->waitForLine(QStringLiteral("ok "), kCommandMs);
     }
-    void waitForState(const char* state, int timeoutMs = kCommandMs)
+    QString orvaneLine(const QString& text, int timeoutMs = kCommandMs)
     {
-        QVERIFY2(!m_orvane->waitForLine(QString("ipcChangedState ") + state, timeoutMs).isEmpty(),
-                 qPrintable(m_orvane->transcript()));
+        const QString line = m_orvane->waitForLine(text, timeoutMs);
+        if (line.isEmpty())
+            qWarning("%s", qPrintable(m_orvane->transcript()));
+        return line;
     }
 
 private slots:
@@ -44,31 +45,44 @@ private slots:
     {
         m_environment.insert("LIBIPC_LOCAL_ADDR", QString("/orvane-test-%1-ui").arg(QCoreApplication::applicationPid()));
         m_environment.insert("QT_QPA_PLATFORM", "offscreen");
-        for (const char* name : {"REMOTE_UI", "REMOTE_UI_PASS", "GUI_DEBUG"})
+        for (const char* name : {"REMOTE_UI", "REMOTE_UI_PASS"})
             m_environment.remove(name);
+        // The chat screen reports each line it shows on the debug log.
+        m_environment.insert("GUI_DEBUG", "true");
         startSim();
         m_orvane = std::make_unique<TestProcess>("orvane", QStringList(), m_environment, QProcess::StandardError);
         QVERIFY(m_orvane->start());
-        waitForState("2 0", kStartMs);
+        QVERIFY(!orvaneLine("ipcChangedState 2 0", kStartMs).isEmpty());
+    }
+
+    // The presence line goes out once the link is ready and comes back from the unit as this
+    // screen's own, without an alert; a line from the far end raises one.
+    void chatPresenceIsOwnAndAFarEndLineAlerts()
+    {
+        QVERIFY(!m_sim->waitForLine("event chat status from Portable: has entered chat.", kCommandMs).isEmpty());
+        const QString own = orvaneLine("chat: status line from Portable");
+        QVERIFY2(!own.isEmpty() && !own.contains("alert"), qPrintable(own));
+        QCOMPARE(simCommand("say Can you hear me?"), QString("ok say sent to 1 session(s)"));
+        QVERIFY(orvaneLine("chat: message line from Far End").endsWith(", alert"));
     }
 
     void followsAFirmwareUpdate()
     {
         QCOMPARE(simCommand("update start Installing 4.3.0"), QString("ok update start sent to 1 session(s)"));
-        waitForState("3 0");
+        QVERIFY(!orvaneLine("ipcChangedState 3 0").isEmpty());
         QCOMPARE(simCommand("update finish"), QString("ok update finish sent to 1 session(s)"));
-        waitForState("2 0");
+        QVERIFY(!orvaneLine("ipcChangedState 2 0").isEmpty());
     }
 
     // A restarted unit that still has its factory password: reported once the link is back.
     void reconnectsToARestartedUnit()
     {
         QVERIFY(m_sim->stop());
-        waitForState("0 0");
+        QVERIFY(!orvaneLine("ipcChangedState 0 0").isEmpty());
         startSim();
         QCOMPARE(simCommand("defpwd on"), QString("ok defpwd on"));
-        waitForState("1 0", kReconnectMs);
-        waitForState("2 1");
+        QVERIFY(!orvaneLine("ipcChangedState 1 0", kReconnectMs).isEmpty());
+        QVERIFY(!orvaneLine("ipcChangedState 2 1").isEmpty());
     }
 
     void cleanupTestCase()

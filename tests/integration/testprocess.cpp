@@ -65,3 +65,11 @@ QString TestProcess::transcript() const
 {
     return m_lines.join('\n');
 }
+
+std::unique_ptr<TestProcess> startUnitSim(const QStringList& arguments, const QProcessEnvironment& environment)
+{
+    auto sim = std::make_unique<TestProcess>("orvane-unitsim", arguments, environment, QProcess::StandardOutput);
+    if (!sim->start() || sim->waitForLine("listening", 10000).isEmpty())
+        sim.reset();
+    return sim;
+}

@@ -4,6 +4,8 @@
 #include <QProcess>
 #include <QStringList>
 
+#include <memory>
+
 // A program of the build run as a child, read line by line on one of its output channels; the
 // other channel goes to the test's own output.
 class TestProcess {
@@ -29,5 +31,8 @@ private:
     QStringList m_arguments;
     QStringList m_lines;
 };
+
+// The simulated unit, once it listens; null if it did not come up.
+std::unique_ptr<TestProcess> startUnitSim(const QStringList& arguments, const QProcessEnvironment& environment);
 
 #endif
