@@ -78,7 +78,14 @@ public:
     std::string take() { return std::move(m_out); }
 
 private:
-    void put(std::size_t headBytes) { m_out.append(reinterpret_cast<const char*>(m_head), headBytes); }
+    // Most heads are one byte: small counts, short strings, small numbers.
+    void put(std::size_t headBytes)
+    {
+        if (headBytes == 1)
+            m_out.push_back(static_cast<char>(m_head[0]));
+        else
+            m_out.append(reinterpret_cast<const char*>(m_head), headBytes);
+    }
 
     unsigned char m_head[9]; // the longest CBOR item head
     std::string m_out;
@@ -276,7 +283,7 @@ private:
         std::size_t paramType;
         uint64_t remaining; // of the current map or of the children
         std::size_t params;
-        std::string key;
+        std::string_view key; // into the input, which outlives the decoder
         Params::Entries entries; // handed over at once when the last map ends
     };
 
@@ -310,6 +317,7 @@ private:
             if (item.number > Limits::kMaxParamsPerNode - top.params)
                 return reject("more than " + std::to_string(Limits::kMaxParamsPerNode) + " parameters in one message");
             top.params += item.number;
+            top.entries.reserve(top.params);
             top.remaining = item.number;
             if (top.remaining == 0)
                 return next_param_type(top);
@@ -326,8 +334,8 @@ private:
         case Stage::Value: {
             ParamValue value;
             if (!to_param(top.paramType, item, value))
-                return reject("parameter '" + top.key + "' does not fit its type");
-            top.entries.emplace_back(std::move(top.key), std::move(value));
+                return reject("parameter '" + std::string(top.key) + "' does not fit its type");
+            top.entries.emplace_back(top.key, std::move(value));
             if (--top.remaining == 0)
                 return next_param_type(top);
             top.stage = Stage::Key;
@@ -373,7 +381,7 @@ private:
         if (++m_nodes > Limits::kMaxNodes)
             return reject("more than " + std::to_string(Limits::kMaxNodes) + " messages");
         Message* message = parent ? &parent->add_child(std::string()) : &m_root;
-        m_open.push_back({message, Stage::Name, 0, 0, 0, std::string(), {}});
+        m_open.push_back({message, Stage::Name, 0, 0, 0, {}, {}});
         return true;
     }
 

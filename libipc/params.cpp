@@ -3,8 +3,10 @@
 #include "logger.h"
 
 #include <algorithm>
+#include <array>
 #include <charconv>
 #include <limits>
+#include <numeric>
 #include <optional>
 
 namespace {
@@ -200,18 +202,36 @@ void Params::set(const std::string& key, const ParamValue& value)
 
 bool Params::assign(Entries entries, std::string& duplicate)
 {
-    const auto byKey = [](const Entry& left, const Entry& right) { return key_before(left.first, right.first); };
-    const auto notBefore = [&](const Entry& left, const Entry& right) { return !byKey(left, right); };
-    // Entries that come in strictly increasing order (as decoders hand them over) are taken as they are.
-    if (std::adjacent_find(entries.begin(), entries.end(), notBefore) != entries.end()) {
-        std::sort(entries.begin(), entries.end(), byKey);
-        const auto twice = std::adjacent_find(entries.begin(), entries.end(), notBefore);
-        if (twice != entries.end()) {
-            duplicate = twice->first;
-            return false;
-        }
+    const auto notBefore = [&](uint32_t left, uint32_t right) {
+        return !key_before(entries[left].first, entries[right].first);
+    };
+    // The positions are sorted rather than the entries, which cost far more to move; then each
+    // entry moves once. A message's few positions fit on the stack.
+    std::array<uint32_t, 64> fewPositions;
+    std::vector<uint32_t> manyPositions;
+    uint32_t* order = fewPositions.data();
+    if (entries.size() > fewPositions.size()) {
+        manyPositions.resize(entries.size());
+        order = manyPositions.data();
     }
-    m_values = std::move(entries);
+    uint32_t* const end = order + entries.size();
+    std::iota(order, end, 0u);
+    // Entries that come in strictly increasing order are taken as they are.
+    if (std::adjacent_find(order, end, notBefore) == end) {
+        m_values = std::move(entries);
+        return true;
+    }
+    std::sort(order, end, [&](uint32_t left, uint32_t right) { return !notBefore(left, right); });
+    const uint32_t* twice = std::adjacent_find(order, end, notBefore);
+    if (twice != end) {
+        duplicate = entries[*twice].first;
+        return false;
+    }
+    Entries sorted;
+    sorted.reserve(entries.size());
+    for (const uint32_t* position = order; position != end; ++position)
+        sorted.push_back(std::move(entries[*position]));
+    m_values = std::move(sorted);
     return true;
 }
 

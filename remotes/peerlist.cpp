@@ -219,19 +219,18 @@ void PeerList::handleUnsoTunnelStatus(QString, Message msg)
     setTunnelStatus(std::move(msg));
 }
 
-void PeerList::handleRespTunnelStatus(Message msg)
+void PeerList::handleRespTunnelStatus(const Message& msg)
 {
     g_log.log(LOG_INFO, "handleRespTunnelStatus");
-    const Message* node = msg.find_child("node");
-    if (!node)
-        return;
-    setTunnelStatus(*node);
+    if (const Message* node = msg.find_child("node"))
+        setTunnelStatus(*node);
 }
 
 void PeerList::setTunnelStatus(Message status)
 {
     m_tunnelStatus = std::move(status);
     m_sessionsBySid.clear();
+    m_sessionsBySid.reserve(m_tunnelStatus.num_children("sess"));
     for (unsigned int i = 0; i < m_tunnelStatus.num_children("sess"); ++i) {
         const Message& session = m_tunnelStatus.get_child("sess", i);
         m_sessionsBySid.emplace(session.params().get_string("sid", ""), &session);
@@ -268,11 +267,8 @@ void PeerList::updatePeerItem(QTreeWidgetItemIPC* row, const Message& peer)
 
     peerTree->changeData([&] {
         row->setText(0, text(params, "name") + statusLine(params, session));
-        const QFont detailFont(QStringLiteral("arial"), kDetailPointSize, QFont::Normal, false);
-        for (int i = 0; i < details.size(); ++i) {
+        for (int i = 0; i < details.size(); ++i)
             row->child(i)->setText(0, details[i]);
-            row->child(i)->setFont(0, detailFont);
-        }
         row->setIcon(0, m_icons[stateIcon(peer)]);
         if (const Message* directory = peer.find_child("directory"))
             setForegrounds(row, directory->params().get_bool("online", false) ? QColor(0, 0, 0) : QColor(128, 128, 128));
@@ -374,8 +370,9 @@ QStringList PeerList::detailRows(const Message& peer, const QString& channel, co
 // Detail rows are reused in place; surplus ones go.
 void PeerList::setDetailCount(QTreeWidgetItem* row, int count)
 {
+    const QFont detailFont(QStringLiteral("arial"), kDetailPointSize, QFont::Normal, false);
     while (row->childCount() < count)
-        new QTreeWidgetItem(row);
+        (new QTreeWidgetItem(row))->setFont(0, detailFont);
     while (row->childCount() > count)
         delete row->takeChild(row->childCount() - 1);
 }

@@ -42,7 +42,7 @@ public slots:
     void updatePeerList();
     void updateDirectoryServer();
     void handleUnsoTunnelStatus(QString id, Message msg);
-    void handleRespTunnelStatus(Message msg);
+    void handleRespTunnelStatus(const Message& msg);
     void connectPeer();
     void disconnectPeer();
     void rateDrop();

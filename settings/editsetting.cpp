@@ -109,10 +109,10 @@ void EditSetting::fillCodecPage()
         }
     }
     const int match = comboCodec->findData(QString::fromStdString(m_option.currentValue()));
-    if (match >= 0) {
+    if (match >= 0)
         comboCodec->setCurrentIndex(match);
-        showCodecDetails(m_option.currentValue());
-    }
+    // Without a match the first entry stays current: the details describe what the combo shows.
+    showCodecDetails(comboCodec->currentData().toString().toStdString());
 }
 
 void EditSetting::showCodecDetails(const std::string& codecId)
@@ -134,6 +134,9 @@ void EditSetting::showCodecDetails(const std::string& codecId)
         labelCodecDelay->setText(QString::fromStdString(codec.get_string("delay", "")) + QStringLiteral("ms"));
         return;
     }
+    labelCodecDescription->clear();
+    labelCodecQuality->clear();
+    labelCodecDelay->clear();
 }
 
 void EditSetting::storeEdit(const std::string& newValue)

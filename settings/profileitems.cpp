@@ -61,7 +61,7 @@ void ProfileItems::populateItems(int profile_id, bool is_factory)
                                       .arg(QString::fromStdString(groups.profileName()).toHtmlEscaped()));
 
     // Group rows are never editable: gray.
-    settingstree::fill(treeProfileItems, groups,
+    settingstree::fill(treeProfileItems, std::move(groups),
                        [this](QTreeWidgetItem* row) { settingstree::setRowColour(row, isEditable(row) ? kBlack : kGray); });
 }
 

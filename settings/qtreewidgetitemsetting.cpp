@@ -2,9 +2,11 @@
 
 #include "settingstree.h"
 
-QTreeWidgetItemSetting::QTreeWidgetItemSetting(QTreeWidgetItem* parent, const SettingOption& option)
+#include <utility>
+
+QTreeWidgetItemSetting::QTreeWidgetItemSetting(QTreeWidgetItem* parent, SettingOption option)
     : QTreeWidgetItem(parent, QTreeWidgetItem::Type),
-      m_option(option)
+      m_option(std::move(option))
 {
     setText(0, QString::fromStdString(m_option.displayName()));
     showValue();

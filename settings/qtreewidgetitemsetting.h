@@ -5,10 +5,10 @@
 
 #include <QTreeWidgetItem>
 
-// An option row of a settings tree, under its group row; holds its own copy of the option.
+// An option row of a settings tree, under its group row; owns its option.
 class QTreeWidgetItemSetting : public QTreeWidgetItem {
 public:
-    QTreeWidgetItemSetting(QTreeWidgetItem* parent, const SettingOption& option);
+    QTreeWidgetItemSetting(QTreeWidgetItem* parent, SettingOption option);
 
     const SettingOption& setting() const { return m_option; }
 

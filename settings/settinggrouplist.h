@@ -9,8 +9,8 @@
 #include <utility>
 #include <vector>
 
-// The titled groups of options a settings tree is built from. Built for one filling of a tree and
-// then discarded; the tree rows keep copies of the options.
+// The titled groups of options a settings tree is built from. Built for one filling of a tree,
+// which takes the options over.
 class StoredValues;
 
 class SettingGroupList {

@@ -11,6 +11,8 @@
 #include <QHeaderView>
 #include <QTreeWidget>
 
+#include <utility>
+
 namespace settingstree {
 
 void setFixedColumns(QTreeWidget* tree)
@@ -23,7 +25,7 @@ void setFixedColumns(QTreeWidget* tree)
 
 // The rows are built and decorated detached and added at once: each change to a row the tree
 // holds is announced, and the first announcement looks the row up among all rows.
-void fill(QTreeWidget* tree, const SettingGroupList& groups, const std::function<void(QTreeWidgetItem*)>& decorate)
+void fill(QTreeWidget* tree, SettingGroupList&& groups, const std::function<void(QTreeWidgetItem*)>& decorate)
 {
     QList<QTreeWidgetItem*> groupRows;
     groupRows.reserve(groups.groupCount());
@@ -32,7 +34,7 @@ void fill(QTreeWidget* tree, const SettingGroupList& groups, const std::function
         groupRow->setText(0, QString::fromStdString(groups.groupTitle(g)));
         decorate(groupRow);
         for (int o = 0; o < groups.optionCount(g); ++o)
-            decorate(new QTreeWidgetItemSetting(groupRow, *groups.option(g, o)));
+            decorate(new QTreeWidgetItemSetting(groupRow, std::move(*groups.option(g, o))));
         groupRows.append(groupRow);
     }
     tree->addTopLevelItems(groupRows);

@@ -18,7 +18,7 @@ void setFixedColumns(QTreeWidget* tree);
 // Appends one expanded group row per group with its option rows, and makes the first option row
 // current when the tree has no current row. `decorate` sees every group and option row before the
 // tree holds it (an option row already has its group as parent).
-void fill(QTreeWidget* tree, const SettingGroupList& groups, const std::function<void(QTreeWidgetItem*)>& decorate);
+void fill(QTreeWidget* tree, SettingGroupList&& groups, const std::function<void(QTreeWidgetItem*)>& decorate);
 // Re-reads every option row's value in place, without rebuilding the rows.
 void refresh(QTreeWidget* tree);
 // The first selected row that is an option row, or null.

@@ -39,7 +39,7 @@ void SystemSettings::populateSettings()
     treeSysConfig->clear();
     SettingGroupList groups;
     groups.buildSystemGroups(checkAdvanced->isChecked());
-    settingstree::fill(treeSysConfig, groups, [](QTreeWidgetItem* row) {
+    settingstree::fill(treeSysConfig, std::move(groups), [](QTreeWidgetItem* row) {
         if (!row->parent())
             settingstree::setRowColour(row, kGroupColour);
     });

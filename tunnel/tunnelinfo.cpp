@@ -16,7 +16,7 @@ TunnelInfo::TunnelInfo(QObject* parent)
 
 TunnelInfo::~TunnelInfo() = default;
 
-void TunnelInfo::handleRecvTunnelStatus(Message msg)
+void TunnelInfo::handleRecvTunnelStatus(const Message& msg)
 {
     g_log.log(LOG_DEBUG, "TunnelInfo::handleRecvTunnelStatus");
     const Message* node = msg.find_child("node");

@@ -36,7 +36,7 @@ signals:
 public slots:
     void handleUnsoTunStats(Message msg);
     void handleUnsoTunConns(Message msg);
-    void handleRecvTunnelStatus(Message msg);
+    void handleRecvTunnelStatus(const Message& msg);
     void handleUnsoTunnelStatus(QString id, Message msg);
 
 private:
