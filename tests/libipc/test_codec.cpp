@@ -227,11 +227,13 @@ TEST(XmlsCodec, WritesOneElementPerParameterAndHexWhereXmlCannot)
     message.params().set_string("blob", "\x01\xff"s);
     message.params().set_string("replacement", "\xef\xbf\xbd"s);
     message.params().set_string("reserved", "\xef\xbf\xbe"s);
+    message.params().set_string("private", "\xee\x80\x80"s);
     message.add_child("\x02"s).params().set_bool("\x03"s, false);
     EXPECT_EQ(encode(Encoding::Xmls, message),
               "<m n=\"peer\"><s k=\"blob\" hex=\"1\">01ff</s><i k=\"id\">-3</i>"
               "<s k=\"name\">A &amp; &quot;B&quot; &lt;c&gt;&#9;&#13;&#10;</s><s k=\"none\"/>"
-              "<u k=\"rate\">64000</u><s k=\"replacement\">\xef\xbf\xbd</s><s k=\"reserved\" hex=\"1\">efbfbe</s>"
+              "<s k=\"private\">\xee\x80\x80</s><u k=\"rate\">64000</u>"
+              "<s k=\"replacement\">\xef\xbf\xbd</s><s k=\"reserved\" hex=\"1\">efbfbe</s>"
               "<b k=\"up\">true</b>"
               "<m n-hex=\"02\"><b k-hex=\"03\">false</b></m></m>");
     const std::pair<std::string, const char*> refused[] = {
