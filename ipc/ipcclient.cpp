@@ -282,7 +282,6 @@ void IPCClient::connection_changed()
 void IPCClient::logged_in()
 {
     IPCEndpointClient::logged_in();
-    g_log.log(LOG_INFO, "IPC client logged in");
     setState(IPC_LOGGED_IN);
 
     requestSettings();

@@ -217,13 +217,6 @@ void Message::remove_children(const std::string& childName)
     m_exposed.clear();
 }
 
-void Message::clear_children()
-{
-    m_children.clear();
-    m_index.reset();
-    m_exposed.clear();
-}
-
 bool Message::operator==(const Message& other) const
 {
     return name == other.name && m_params == other.m_params

@@ -51,7 +51,6 @@ public:
     Message& child(std::size_t position) { return exposed(position); }
     const Message& child(std::size_t position) const { return *m_children[position]; }
     void remove_children(const std::string& childName);
-    void clear_children();
 
     bool operator==(const Message& other) const;
     bool operator!=(const Message& other) const { return !(*this == other); }

@@ -103,7 +103,8 @@ private slots:
         client.setRequestTap([&](const Message& msg) { sent.push_back(msg); });
         for (const auto& [call, name, params, dumped] : cases) {
             sent.clear();
-            LogCapture log(LOG_DEBUG);
+            LogCapture log;
+            g_log.set_log_level(0, LOG_DEBUG);
             call(client);
             QCOMPARE(int(sent.size()), 1);
             QCOMPARE(sent[0].name, std::string(name));
@@ -129,8 +130,10 @@ private slots:
 
         IPCClient client(m_manager);
         QSignalSpy changes(&client, &IPCClient::changedState);
+        LogCapture log(LOG_INFO);
         for (const QString& step : steps.split(' '))
             applyStep(client, step);
+        QVERIFY(log.all().find(" logged in as user") != std::string::npos);
         QStringList states;
         for (const QList<QVariant>& args : changes)
             states << QStringLiteral("%1:%2").arg(args.at(0).toInt()).arg(int(args.at(1).toBool()));
@@ -168,10 +171,13 @@ private slots:
         for (bool asNotification : {false, true}) {
             IPCClient client(m_manager);
             SignalLog emitted(client);
+            LogCapture log(LOG_DEBUG);
             if (asNotification)
                 feedUnso(client, "unso", msg);
             else
                 feedAnswer(client, msg);
+            const std::string outcome = fired.isEmpty() ? "no handler for unso name=" : "dispatched unso name=";
+            QCOMPARE(log.all().find(outcome + name.toStdString()) != std::string::npos, asNotification);
             QCOMPARE(emitted.fired(), fired);
             verifyCarried(emitted, msg, QString());
             QVERIFY(cached(client, name.toStdString()) == msg);
@@ -220,7 +226,11 @@ private slots:
         IPCClient client(m_manager);
         SignalLog emitted(client);
         Message msg("stats", Params("rtt:u=120 loss:i=3"));
+        LogCapture log;
+        g_log.set_log_level(0, LOG_DEBUG);
         feedUnso(client, id.toStdString(), msg);
+        // An id nobody handles is logged with its message.
+        QCOMPARE(log.all().find("stats loss:i=3 rtt:u=120") != std::string::npos, fired.isEmpty());
 
         QCOMPARE(emitted.fired(), fired.split(' ', Qt::SkipEmptyParts));
         verifyCarried(emitted, msg, id);

@@ -25,24 +25,17 @@ class TestIPCManagerQt : public QObject {
     Q_OBJECT
 
 private slots:
-    void libraryLockIsTheRecursiveQtMutex()
+    void lockIsTheRecursiveQtMutexAndTheLoopRunsOnTheManagerThread()
     {
         IPCManagerQt manager;
         manager.get_mutex()->lock();
         QVERIFY(manager.mutex()->tryLock());
         manager.mutex()->unlock();
         QVERIFY(!lockableFromAnotherThread(manager.mutex()));
+        std::atomic<QThread*> ranOn{nullptr};
+        manager.schedule(std::chrono::milliseconds(0), [&] { ranOn = QThread::currentThread(); });
         manager.get_mutex()->unlock();
         QVERIFY(lockableFromAnotherThread(manager.mutex()));
-    }
-    void loopRunsOnTheManagerThread()
-    {
-        IPCManagerQt manager;
-        std::atomic<QThread*> ranOn{nullptr};
-        {
-            QMutexLocker lock(manager.mutex());
-            manager.schedule(std::chrono::milliseconds(0), [&] { ranOn = QThread::currentThread(); });
-        }
         manager.start(QThread::InheritPriority);
         QTRY_COMPARE(ranOn.load(), static_cast<QThread*>(&manager));
     }

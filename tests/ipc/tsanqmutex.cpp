@@ -27,14 +27,9 @@ Function qtCore(const char* symbol)
     return reinterpret_cast<Function>(address);
 }
 
-void* syncAddress(QBasicMutex* mutex)
-{
-    return mutex;
-}
-
 void releaseOnUnlock(QBasicMutex* mutex)
 {
-    __tsan_release(syncAddress(mutex));
+    __tsan_release(mutex);
     __tsan_release(QThread::currentThread());
 }
 
@@ -44,7 +39,7 @@ void QMutex::lock() QT_MUTEX_LOCK_NOEXCEPT
 {
     static const auto forward = qtCore<void (*)(QMutex*)>("_ZN6QMutex4lockEv");
     forward(this);
-    __tsan_acquire(syncAddress(this));
+    __tsan_acquire(this);
 }
 
 bool QMutex::tryLock(int timeout) QT_MUTEX_LOCK_NOEXCEPT
@@ -52,7 +47,7 @@ bool QMutex::tryLock(int timeout) QT_MUTEX_LOCK_NOEXCEPT
     static const auto forward = qtCore<bool (*)(QMutex*, int)>("_ZN6QMutex7tryLockEi");
     const bool locked = forward(this, timeout);
     if (locked)
-        __tsan_acquire(syncAddress(this));
+        __tsan_acquire(this);
     return locked;
 }
 
@@ -67,7 +62,7 @@ void QBasicMutex::lockInternal() QT_MUTEX_LOCK_NOEXCEPT
 {
     static const auto forward = qtCore<void (*)(QBasicMutex*)>("_ZN11QBasicMutex12lockInternalEv");
     forward(this);
-    __tsan_acquire(syncAddress(this));
+    __tsan_acquire(this);
 }
 
 bool QBasicMutex::lockInternal(int timeout) QT_MUTEX_LOCK_NOEXCEPT
@@ -75,7 +70,7 @@ bool QBasicMutex::lockInternal(int timeout) QT_MUTEX_LOCK_NOEXCEPT
     static const auto forward = qtCore<bool (*)(QBasicMutex*, int)>("_ZN11QBasicMutex12lockInternalEi");
     const bool locked = forward(this, timeout);
     if (locked)
-        __tsan_acquire(syncAddress(this));
+        __tsan_acquire(this);
     return locked;
 }
 

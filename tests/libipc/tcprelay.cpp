@@ -12,6 +12,15 @@ namespace {
 
 constexpr int kPollMs = 50;
 
+sockaddr_in loopback(int port)
+{
+    sockaddr_in sa{};
+    sa.sin_family = AF_INET;
+    sa.sin_addr.s_addr = htonl(INADDR_LOOPBACK);
+    sa.sin_port = htons(static_cast<uint16_t>(port));
+    return sa;
+}
+
 } // namespace
 
 struct TcpRelay::End {
@@ -21,8 +30,7 @@ struct TcpRelay::End {
     ~End()
     {
         tls.reset();
-        if (fd >= 0)
-            close(fd);
+        close(fd);
     }
     // Blocking handshake on a blocking socket.
     bool start_tls(const ipc::tls::Context& context, bool server)
@@ -38,21 +46,20 @@ struct TcpRelay::End {
         std::size_t got = 0;
         return tls->read(buffer, size, got) == ipc::tls::Channel::Status::Done ? static_cast<long>(got) : -1;
     }
+    // How much of `data` went out; 0 once the peer is gone.
+    std::size_t write_some(const char* data, std::size_t size)
+    {
+        std::size_t written = 0;
+        if (tls)
+            return tls->write(data, size, written) == ipc::tls::Channel::Status::Done ? written : 0;
+        const ssize_t n = ::send(fd, data, size, MSG_NOSIGNAL);
+        return n > 0 ? static_cast<std::size_t>(n) : 0;
+    }
     bool write(const char* data, std::size_t size)
     {
-        while (size > 0) {
-            std::size_t written = 0;
-            if (tls) {
-                if (tls->write(data, size, written) != ipc::tls::Channel::Status::Done)
-                    return false;
-            } else {
-                const ssize_t n = ::send(fd, data, size, MSG_NOSIGNAL);
-                if (n <= 0)
-                    return false;
-                written = static_cast<std::size_t>(n);
-            }
-            data += written;
-            size -= written;
+        for (std::size_t n = 0; size > 0; data += n, size -= n) {
+            if ((n = write_some(data, size)) == 0)
+                return false;
         }
         return true;
     }
@@ -63,9 +70,7 @@ TcpRelay::TcpRelay(int serverPort, ipc::tls::Context identity)
     , m_identity(std::move(identity))
 {
     m_listener = socket(AF_INET, SOCK_STREAM | SOCK_CLOEXEC, 0);
-    sockaddr_in sa{};
-    sa.sin_family = AF_INET;
-    sa.sin_addr.s_addr = htonl(INADDR_LOOPBACK);
+    sockaddr_in sa = loopback(0);
     socklen_t length = sizeof sa;
     if (bind(m_listener, reinterpret_cast<sockaddr*>(&sa), sizeof sa) == 0 && listen(m_listener, 8) == 0
         && getsockname(m_listener, reinterpret_cast<sockaddr*>(&sa), &length) == 0)
@@ -107,10 +112,7 @@ void TcpRelay::forward(int clientFd)
     client.fd = clientFd;
     End server;
     server.fd = socket(AF_INET, SOCK_STREAM | SOCK_CLOEXEC, 0);
-    sockaddr_in sa{};
-    sa.sin_family = AF_INET;
-    sa.sin_addr.s_addr = htonl(INADDR_LOOPBACK);
-    sa.sin_port = htons(static_cast<uint16_t>(m_serverPort));
+    sockaddr_in sa = loopback(m_serverPort);
     if (connect(server.fd, reinterpret_cast<sockaddr*>(&sa), sizeof sa) != 0)
         return;
     if (m_identity) {

@@ -6,6 +6,7 @@
 
 #include <functional>
 #include <tuple>
+#include <variant>
 
 using namespace ipc;
 using namespace std::string_literals;
@@ -17,14 +18,13 @@ Message rich_message()
 {
     Message message("peerList", Params("int_min:i=-2147483648 int_max:i=2147483647 uint_max:u=4294967295 "
                                        "yes:b=true no:b=false"));
-    Params& params = message.params();
     std::string allBytes;
     for (int i = 0; i < 256; ++i)
         allBytes += static_cast<char>(i);
-    params.set_string("binary", allBytes);
+    message.params().set_string("binary", allBytes);
     for (const std::string& text : {"line\r\nend\r"s, "  padded  "s, "\0nul\0"s, "\xed\xa0\x80"s,
                                     "\xf0\x9f\x8e\x99"s, "]]>&lt;&#0;\"'"s, "trailing byte \xe2\x82"s, ""s}) {
-        params.set_string(text, text);
+        message.params().set_string(text, text);
         message.add_child(text).params().set_int(text, 1);
     }
     message.add_child("peer").add_child("stats").add_child("channel").params().set_uint("lost", 12);
@@ -62,6 +62,13 @@ Message with_key(std::size_t keyBytes)
     return Message("m", Params((std::string(keyBytes, 'k') + ":b=true").c_str()));
 }
 
+// A tree at each limit, given its size, with the limit and the reason a tree one beyond is refused.
+const std::tuple<std::function<Message(std::size_t)>, std::size_t, const char*> kLimitCases[] = {
+    {chain, Limits::kMaxDepth, "nested deeper than 64"},
+    {flat, Limits::kMaxNodes, "more than 200000 messages"},
+    {with_params, Limits::kMaxParamsPerNode, "more than 4096 parameters"},
+    {with_key, Limits::kMaxKeyBytes, "key longer than 256 bytes"}};
+
 void expect_refused(Encoding encoding, const std::string& data, const std::string& reason)
 {
     Message out;
@@ -79,23 +86,38 @@ void expect_round_trip(Encoding encoding, const Message& message)
     EXPECT_EQ(back, message) << back.dump_text();
 }
 
-// A tree at each limit, given its size, with the limit and the reason a tree one beyond is refused.
-const std::tuple<std::function<Message(std::size_t)>, std::size_t, const char*> kLimitCases[] = {
-    {chain, Limits::kMaxDepth, "nested deeper than 64"},
-    {flat, Limits::kMaxNodes, "more than 200000 messages"},
-    {with_params, Limits::kMaxParamsPerNode, "more than 4096 parameters"},
-    {with_key, Limits::kMaxKeyBytes, "key longer than 256 bytes"}};
+// A compact map of one-letter keys in the order given, each with the same encoded value.
+std::string map(const std::string& keys, const std::string& value)
+{
+    std::string out = bytes({0xa0 + static_cast<int>(keys.size())});
+    for (const char key : keys)
+        out += bytes({0x61, key}) + value;
+    return out;
+}
+
+// A compact message "m" without children whose four maps hold the keys given: strings "v", ints 1,
+// uints 2, bools true.
+std::string compact(const std::string& strings, const std::string& ints = "", const std::string& uints = "",
+                    const std::string& bools = "")
+{
+    return bytes({0x86, 0x61, 'm'}) + map(strings, bytes({0x61, 'v'})) + map(ints, bytes({0x01}))
+        + map(uints, bytes({0x02})) + map(bools, bytes({0xf5})) + bytes({0x80});
+}
+
+std::string keys_of(const Params& params)
+{
+    std::string keys;
+    for (const auto& entry : params.values())
+        keys += entry.first + ",";
+    return keys;
+}
 
 class Codec : public ::testing::TestWithParam<Encoding> {};
 
-TEST_P(Codec, RoundTripsEveryParamType)
+TEST_P(Codec, RoundTripsEveryParamTypeUpToEachLimitAndRefusesOneBeyondWithAReason)
 {
     expect_round_trip(GetParam(), rich_message());
     expect_round_trip(GetParam(), Message());
-}
-
-TEST_P(Codec, RoundTripsUpToEachLimitAndRefusesOneBeyondWithAReason)
-{
     for (const auto& [build, limit, reason] : kLimitCases) {
         expect_round_trip(GetParam(), build(limit));
         expect_refused(GetParam(), encode(GetParam(), build(limit + 1)), reason);
@@ -103,22 +125,6 @@ TEST_P(Codec, RoundTripsUpToEachLimitAndRefusesOneBeyondWithAReason)
     Message big("big");
     big.params().set_string("blob", std::string(Limits::kMaxFrameBytes, 'x'));
     expect_refused(GetParam(), encode(GetParam(), big), "exceeds the frame limit");
-}
-
-// The sending side refuses exactly what the decoder at the other end would.
-TEST(WithinLimits, AgreesWithTheDecoderAlsoInsideAnEnvelope)
-{
-    std::string error;
-    for (const auto& [build, limit, reason] : kLimitCases) {
-        EXPECT_TRUE(within_limits(build(limit), nullptr, error)) << error;
-        EXPECT_FALSE(within_limits(build(limit + 1), nullptr, error));
-        EXPECT_NE(error.find(reason), std::string::npos) << "error was: " << error;
-    }
-    const Message envelope(envelope::kCommand);
-    const Message deepest = chain(Limits::kMaxDepth - 1);
-    const Message tooDeep = chain(Limits::kMaxDepth);
-    EXPECT_TRUE(within_limits(envelope, &deepest, error)) << error;
-    EXPECT_FALSE(within_limits(envelope, &tooDeep, error));
 }
 
 TEST_P(Codec, RefusesEveryTruncationAndTrailingBytes)
@@ -137,36 +143,79 @@ TEST_P(Codec, RefusesEveryTruncationAndTrailingBytes)
 INSTANTIATE_TEST_SUITE_P(Both, Codec, ::testing::Values(Encoding::Compact, Encoding::Xmls),
                          [](const ::testing::TestParamInfo<Encoding>& info) { return encoding_name(info.param); });
 
-TEST(CompactCodec, LayoutIsAnArrayOfNameTypedMapsAndChildren)
+// The sending side refuses exactly what the decoder at the other end would.
+TEST(WithinLimits, AgreesWithTheDecoderAlsoInsideAnEnvelope)
 {
-    Message message("a", Params("s=t i:i=-1 j:i=1 u:u=2 b:b=true"));
-    message.add_child("c");
-    message.params().set_string("x", "\xff"s);
-    EXPECT_EQ(encode(Encoding::Compact, message),
-              bytes({0x86, 0x61, 'a',                                   // [6] name
-                     0xa2, 0x61, 's', 0x61, 't', 0x61, 'x', 0x41, 0xff, // strings
-                     0xa2, 0x61, 'i', 0x20, 0x61, 'j', 0x01,            // ints
-                     0xa1, 0x61, 'u', 0x02,                             // uints
-                     0xa1, 0x61, 'b', 0xf5,                             // bools
-                     0x81, 0x86, 0x61, 'c', 0xa0, 0xa0, 0xa0, 0xa0, 0x80}));
+    std::string error;
+    for (const auto& [build, limit, reason] : kLimitCases) {
+        EXPECT_TRUE(within_limits(build(limit), nullptr, error)) << error;
+        EXPECT_FALSE(within_limits(build(limit + 1), nullptr, error));
+        EXPECT_NE(error.find(reason), std::string::npos) << "error was: " << error;
+    }
+    const Message deepest = chain(Limits::kMaxDepth - 1);
+    const Message tooDeep = chain(Limits::kMaxDepth);
+    EXPECT_TRUE(within_limits(Message(envelope::kCommand), &deepest, error)) << error;
+    EXPECT_FALSE(within_limits(Message(envelope::kCommand), &tooDeep, error));
 }
 
-TEST(CompactCodec, MalformedInputIsRefusedWithAReason)
+TEST(CompactCodec, LayoutIsAnArrayOfNameTypedMapsAndChildrenWithTheShortestHeads)
 {
-    const std::string head = bytes({0x86, 0x61, 'a'});
-    const std::string noMap = bytes({0xa0});
-    const std::string oneKey = bytes({0xa1, 0x61, 'x'});
+    Message message("m", Params("s=v i:i=-1 j:i=1 u:u=2 b:b=true"));
+    message.add_child("m");
+    message.params().set_string("x", "\xff"s);
+    EXPECT_EQ(encode(Encoding::Compact, message),
+              bytes({0x86, 0x61, 'm',                                   // [6] name
+                     0xa2, 0x61, 's', 0x61, 'v', 0x61, 'x', 0x41, 0xff, // strings, text or bytes
+                     0xa2, 0x61, 'i', 0x20, 0x61, 'j', 0x01,            // ints
+                     0xa1, 0x61, 'u', 0x02,                             // uints
+                     0xa1, 0x61, 'b', 0xf5, 0x81})                      // bools, children
+                  + compact(""));
+    const std::pair<ParamValue, std::string> heads[] = {
+        {23u, bytes({0x17})}, {24u, bytes({0x18, 24})}, {255u, bytes({0x18, 0xff})}, {256u, bytes({0x19, 1, 0})},
+        {65535u, bytes({0x19, 0xff, 0xff})}, {65536u, bytes({0x1a, 0, 1, 0, 0})},
+        {4294967295u, bytes({0x1a, 0xff, 0xff, 0xff, 0xff})}, {-25, bytes({0x38, 24})},
+        {-2147483647 - 1, bytes({0x3a, 0x7f, 0xff, 0xff, 0xff})},
+        {std::string(24, 'x'), bytes({0x78, 24}) + std::string(24, 'x')}, {false, bytes({0xf4})}};
+    for (const auto& [value, head] : heads) {
+        std::string maps;
+        for (std::size_t i = 0; i < std::variant_size_v<ParamValue>; ++i)
+            maps += i == value.index() ? bytes({0xa1, 0x61, 'k'}) + head : bytes({0xa0});
+        Params params;
+        params.set("k", value);
+        EXPECT_EQ(encode(Encoding::Compact, Message("m", params)), bytes({0x86, 0x61, 'm'}) + maps + bytes({0x80}));
+    }
+}
+
+// Parameters arrive in key order whatever order the maps hold them in.
+TEST(CompactCodec, DecodesIntoKeyOrderAndRefusesMalformedInputWithAReason)
+{
+    const std::pair<std::string, const char*> sorted[] = {{compact("ad", "c", "b", "e"), "a,b,c,d,e,"},
+                                                          {compact("zd", "ca", "yb", "xe"), "a,b,c,d,e,x,y,z,"},
+                                                          {compact("", "edcba"), "a,b,c,d,e,"}};
+    for (const auto& [data, keys] : sorted) {
+        Message out;
+        std::string error;
+        ASSERT_TRUE(decode(Encoding::Compact, data.data(), data.size(), out, error)) << error;
+        EXPECT_EQ(keys_of(out.params()), keys);
+        EXPECT_EQ(out.params().get_int("c", -1), 1);
+    }
+    const std::string head = bytes({0x86, 0x61, 'm'});
+    const std::string noChildren = compact("").substr(0, 7);
+    const std::string huge = bytes({0xff, 0xff, 0xff, 0xff, 0xff, 0xff, 0xff, 0xff});
     const std::pair<std::string, const char*> cases[] = {
         {"", "truncated"},
         {bytes({0x85, 0x61, 'a', 0xa0, 0xa0, 0xa0, 0xa0}), "array of 6"},
         {head + bytes({0x80}), "parameters are not a map"},
-        {head + oneKey + bytes({0x01}), "does not fit"},
-        {head + oneKey + bytes({0x61, 't'}) + oneKey + bytes({0x01}) + noMap + noMap + bytes({0x80}), "given twice"},
-        {head + bytes({0xbb, 0xff, 0xff, 0xff, 0xff, 0xff, 0xff, 0xff, 0xff}), "more than 4096 parameters"},
-        {head + noMap + noMap + noMap + noMap + bytes({0x9b, 0xff, 0xff, 0xff, 0xff, 0xff, 0xff, 0xff, 0xff}),
-         "more than 200000 messages"},
+        {head + map("x", bytes({0x01})), "does not fit"},
+        {compact("", "cac"), "given twice"},
+        {compact("", "bcab"), "given twice"},
+        {compact("q", "c", "", "q"), "given twice"},
+        {compact("", "c", "", "zaz"), "given twice"},
+        {compact("", "ck", "k"), "given twice"},
+        {head + bytes({0xbb}) + huge, "more than 4096 parameters"},
+        {noChildren + bytes({0x9b}) + huge, "more than 200000 messages"},
         {bytes({0x1c}), "malformed CBOR"},
-        {head + noMap + noMap + noMap + noMap + bytes({0x80, 0x00}), "1 bytes after the message"}};
+        {compact("") + bytes({0x00}), "1 bytes after the message"}};
     for (const auto& [data, reason] : cases)
         expect_refused(Encoding::Compact, data, reason);
 }
@@ -178,18 +227,16 @@ TEST(XmlsCodec, WritesOneElementPerParameterAndHexWhereXmlCannot)
     message.params().set_string("blob", "\x01\xff"s);
     message.params().set_string("replacement", "\xef\xbf\xbd"s);
     message.params().set_string("reserved", "\xef\xbf\xbe"s);
+    message.params().set_string("private", "\xee\x80\x80"s);
     message.add_child("\x02"s).params().set_bool("\x03"s, false);
     EXPECT_EQ(encode(Encoding::Xmls, message),
               "<m n=\"peer\"><s k=\"blob\" hex=\"1\">01ff</s><i k=\"id\">-3</i>"
               "<s k=\"name\">A &amp; &quot;B&quot; &lt;c&gt;&#9;&#13;&#10;</s><s k=\"none\"/>"
-              "<u k=\"rate\">64000</u><s k=\"replacement\">\xef\xbf\xbd</s><s k=\"reserved\" hex=\"1\">efbfbe</s>"
+              "<s k=\"private\">\xee\x80\x80</s><u k=\"rate\">64000</u>"
+              "<s k=\"replacement\">\xef\xbf\xbd</s><s k=\"reserved\" hex=\"1\">efbfbe</s>"
               "<b k=\"up\">true</b>"
               "<m n-hex=\"02\"><b k-hex=\"03\">false</b></m></m>");
-}
-
-TEST(XmlsCodec, MalformedInputIsRefusedWithAReason)
-{
-    const std::pair<std::string, const char*> cases[] = {
+    const std::pair<std::string, const char*> refused[] = {
         {"<m n=\"a\">", "no element found"},
         {"<x/>", "unknown element <x>"},
         {"<m n=\"a\"><i k=\"x\">2147483648</i></m>", "not a valid i"},
@@ -198,7 +245,7 @@ TEST(XmlsCodec, MalformedInputIsRefusedWithAReason)
         {"<m n=\"a\">x</m>", "text outside a parameter"},
         {"<!DOCTYPE m [<!ENTITY a \"aaaaaaaa\"><!ENTITY b \"&a;&a;&a;&a;\">]><m n=\"&b;\"/>",
          "document type declaration"}};
-    for (const auto& [data, reason] : cases)
+    for (const auto& [data, reason] : refused)
         expect_refused(Encoding::Xmls, data, reason);
 }
 
@@ -209,31 +256,23 @@ TEST(Frame, PrefixesTheBigEndianLengthAndPeekChecksTheLimit)
     std::size_t payloadSize = 0;
     const std::pair<std::string, FrameStatus> cases[] = {{bytes({0, 0, 0, 3, 'a', 'b'}), FrameStatus::Incomplete},
                                                          {bytes({0, 0x80, 0, 0, 'a'}), FrameStatus::Incomplete},
-                                                         {bytes({0, 0x80, 0, 1}), FrameStatus::TooLarge}};
+                                                         {bytes({0, 0x80, 0, 1}), FrameStatus::TooLarge},
+                                                         {bytes({0, 0, 0, 1, 'a'}), FrameStatus::Complete}};
     for (const auto& [buffer, status] : cases)
         EXPECT_EQ(peek_frame(buffer.data(), buffer.size(), payloadSize), status) << buffer.size();
-    const std::string complete = bytes({0, 0, 0, 1, 'a'});
-    EXPECT_EQ(peek_frame(complete.data(), complete.size(), payloadSize), FrameStatus::Complete);
     EXPECT_EQ(payloadSize, 1u);
 }
 
-TEST(Encoding, NamesParseBackAndUnknownOnesAreRefused)
+TEST(Codec, EncodingNamesParseBackAndPatternsMatchAPrefixOrExactly)
 {
-    for (const Encoding encoding : {Encoding::Compact, Encoding::Xmls}) {
-        Encoding parsed = encoding == Encoding::Compact ? Encoding::Xmls : Encoding::Compact;
-        EXPECT_TRUE(parse_encoding(encoding_name(encoding), parsed));
-        EXPECT_EQ(parsed, encoding);
-    }
-    Encoding parsed;
+    Encoding parsed = Encoding::Compact;
+    EXPECT_TRUE(parse_encoding(encoding_name(Encoding::Xmls), parsed) && parsed == Encoding::Xmls);
+    EXPECT_TRUE(parse_encoding(encoding_name(Encoding::Compact), parsed) && parsed == Encoding::Compact);
     EXPECT_FALSE(parse_encoding("json", parsed));
-}
-
-TEST(PatternMatches, StarSuffixMatchesPrefixElseExact)
-{
-    const std::tuple<const char*, const char*, bool> cases[] = {
+    const std::tuple<const char*, const char*, bool> patterns[] = {
         {"wifi:*", "wifi:wlan0", true}, {"wifi:*", "wifi", false}, {"peer_stats", "peer_stats2", false},
         {"*", "", true}, {"a*b", "axb", false}};
-    for (const auto& [pattern, identifier, matches] : cases)
+    for (const auto& [pattern, identifier, matches] : patterns)
         EXPECT_EQ(pattern_matches(pattern, identifier), matches) << pattern << " vs " << identifier;
 }
 
@@ -247,6 +286,25 @@ TEST(Utf8, AcceptsWellFormedTextOnlyAndAsksAboutEveryCodePoint)
     for (const auto& [text, valid] : cases)
         EXPECT_EQ(utf8_all_of(text, [](char32_t) { return true; }), valid) << testing::PrintToString(text);
     EXPECT_FALSE(utf8_all_of("ab", [](char32_t c) { return c != 'b'; }));
+}
+
+TEST(ParamsOrder, ValuesComeInKeyOrderBytewiseAndAssignRefusesAKeyGivenTwiceLeavingTheOldSet)
+{
+    Params params;
+    for (const std::string& key : {"b"s, "ab"s, "\xc3\xa9"s, "a"s, "B"s, ""s, "a\x01"s})
+        params.set_int(key, 1);
+    EXPECT_EQ(keys_of(params), ",B,a,a\x01,ab,b,\xc3\xa9,");
+    params.set_string("a", "again");
+    EXPECT_TRUE(params.remove("ab"));
+    EXPECT_FALSE(params.remove("ab"));
+    EXPECT_EQ(keys_of(params), ",B,a,a\x01,b,\xc3\xa9,");
+    EXPECT_EQ(params.get_string("a", ""), "again");
+    std::string duplicate;
+    EXPECT_TRUE(params.assign({{"c", 3}, {"a", 1u}, {"b", true}}, duplicate));
+    EXPECT_EQ(params, Params("a:u=1 b:b=true c:i=3"));
+    EXPECT_FALSE(params.assign({{"x", 1}, {"y", 2}, {"x", "again"s}}, duplicate));
+    EXPECT_EQ(duplicate, "x");
+    EXPECT_EQ(params, Params("a:u=1 b:b=true c:i=3"));
 }
 
 } // namespace

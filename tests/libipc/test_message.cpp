@@ -12,77 +12,50 @@ using namespace std::string_literals;
 
 namespace {
 
-// Expected reads of one stored value; nullopt means "the caller's default".
-struct ReadCase {
-    ParamValue stored;
-    std::optional<int32_t> asInt;
-    std::optional<uint32_t> asUint;
-    std::optional<bool> asBool;
-    std::optional<std::string> asString;
-};
-
 constexpr int32_t kIntMin = std::numeric_limits<int32_t>::min();
 constexpr uint32_t kUintMax = std::numeric_limits<uint32_t>::max();
 
-class ParamsRead : public ::testing::TestWithParam<ReadCase> {};
-
-TEST_P(ParamsRead, ConvertsWhereTheMeaningIsPlainElseGivesTheDefault)
+TEST(Params, ReadsConvertWhereTheMeaningIsPlainElseGiveTheDefault)
 {
-    const ReadCase& c = GetParam();
-    Params params;
-    params.set("k", c.stored);
-    EXPECT_EQ(params.get_int("k", -77), c.asInt.value_or(-77));
-    EXPECT_EQ(params.get_uint("k", 77u), c.asUint.value_or(77u));
-    EXPECT_EQ(params.get_bool("k", true), c.asBool.value_or(true));
-    EXPECT_EQ(params.get_bool("k", false), c.asBool.value_or(false));
-    EXPECT_EQ(params.get_string("k", "default"), c.asString.value_or("default"));
-    EXPECT_EQ(params.get_string("absent", "x"), "x");
-    EXPECT_EQ(params.get_int("absent", -3), -3);
-    EXPECT_EQ(params.get_uint("absent", 9u), 9u);
-    EXPECT_TRUE(params.get_bool("absent", true));
+    // A stored value and how it reads as int, uint, bool and string; nullopt: the caller's default.
+    const std::tuple<ParamValue, std::optional<int32_t>, std::optional<uint32_t>, std::optional<bool>, std::string> cases[] = {
+        {"-5"s, -5, {}, {}, "-5"}, {"1"s, 1, 1u, true, "1"}, {"42x"s, {}, {}, {}, "42x"},
+        {"4294967296"s, {}, {}, {}, "4294967296"}, {int32_t{-1}, -1, {}, true, "-1"},
+        {kUintMax, {}, kUintMax, true, "4294967295"}};
+    for (const auto& [stored, asInt, asUint, asBool, asString] : cases) {
+        Params params;
+        params.set("k", stored);
+        EXPECT_EQ(params.get_int("k", -77), asInt.value_or(-77)) << asString;
+        EXPECT_EQ(params.get_uint("k", 77u), asUint.value_or(77u)) << asString;
+        EXPECT_EQ(params.get_bool("k", true), asBool.value_or(true)) << asString;
+        EXPECT_EQ(params.get_bool("k", false), asBool.value_or(false)) << asString;
+        EXPECT_EQ(params.get_string("k", "default"), asString);
+        EXPECT_EQ(params.get_string("absent", "x"), "x");
+        EXPECT_EQ(params.get_int("absent", -3), -3);
+        EXPECT_EQ(params.get_uint("absent", 9u), 9u);
+        EXPECT_TRUE(params.get_bool("absent", true));
+    }
 }
 
-INSTANTIATE_TEST_SUITE_P(
-    Table, ParamsRead,
-    ::testing::Values(ReadCase{"-5"s, -5, {}, {}, "-5"s},
-                      ReadCase{"1"s, 1, 1u, true, "1"s},
-                      ReadCase{"42x"s, {}, {}, {}, "42x"s}, ReadCase{"4294967296"s, {}, {}, {}, "4294967296"s},
-                      ReadCase{int32_t{-1}, -1, {}, true, "-1"s},
-                      ReadCase{kUintMax, {}, kUintMax, true, "4294967295"s}));
-
-struct TextCase {
-    const char* text;
-    std::vector<std::pair<std::string, ParamValue>> expected;
-    std::size_t skipped;
-};
-
-class ParamsText : public ::testing::TestWithParam<TextCase> {};
-
-TEST_P(ParamsText, ParsesItemsAndSkipsMalformedOnesWithALogLine)
+TEST(Params, TextIsParsedIntoItemsAndEachMalformedOneSkippedWithALogLine)
 {
-    const TextCase& c = GetParam();
-    LogCapture log;
-    Params expected;
-    for (const auto& [key, value] : c.expected)
-        expected.set(key, value);
-    EXPECT_EQ(Params(c.text), expected) << "text: " << (c.text ? c.text : "(null)");
-    EXPECT_EQ(log.lineCount(), c.skipped);
-}
-
-INSTANTIATE_TEST_SUITE_P(
-    Table, ParamsText,
-    ::testing::Values(
-        TextCase{"path=netmgr.devices depth:u=2 label=\"Studio A\" up:b=true",
-                 {{"path", "netmgr.devices"s}, {"depth", uint32_t{2}}, {"label", "Studio A"s}, {"up", true}}, 0},
-        TextCase{"a:i=-2147483648 b:u=4294967295 e:s=x", {{"a", kIntMin}, {"b", kUintMax}, {"e", "x"s}}, 0},
-        TextCase{R"(q="say \"hi\" \\ ok" raw=a\b)", {{"q", R"(say "hi" \ ok)"s}, {"raw", R"(a\b)"s}}, 0},
-        TextCase{"  empty=\t\teq=a=b k=1 k=2", {{"empty", ""s}, {"eq", "a=b"s}, {"k", "2"s}}, 0},
-        TextCase{nullptr, {}, 0},
-        TextCase{"neg:u=-1 big:i=2147483648 bad:i=abc ok:i=1", {{"ok", int32_t{1}}}, 3},
-        TextCase{"flag:b=yes novalue =x t:x=1 good=1 open=\"never closed", {{"good", "1"s}}, 5}));
-
-TEST(Params, MergeAddsAndReplacesRightHandKeys)
-{
+    const std::tuple<const char*, std::vector<std::pair<std::string, ParamValue>>, std::size_t> cases[] = {
+        {"path=netmgr.devices depth:u=2 label=\"Studio A\" up:b=true",
+         {{"path", "netmgr.devices"s}, {"depth", uint32_t{2}}, {"label", "Studio A"s}, {"up", true}}, 0},
+        {"a:i=-2147483648 b:u=4294967295 e:s=x", {{"a", kIntMin}, {"b", kUintMax}, {"e", "x"s}}, 0},
+        {R"(q="say \"hi\" \\ ok" raw=a\b)", {{"q", R"(say "hi" \ ok)"s}, {"raw", R"(a\b)"s}}, 0},
+        {"  empty=\t\teq=a=b k=1 k=2", {{"empty", ""s}, {"eq", "a=b"s}, {"k", "2"s}}, 0},
+        {nullptr, {}, 0},
+        {"neg:u=-1 big:i=2147483648 bad:i=abc ok:i=1", {{"ok", int32_t{1}}}, 3},
+        {"flag:b=yes novalue =x t:x=1 good=1 open=\"never closed", {{"good", "1"s}}, 5}};
+    for (const auto& [text, items, skipped] : cases) {
+        LogCapture log;
+        Params expected;
+        for (const auto& [key, value] : items)
+            expected.set(key, value);
+        EXPECT_EQ(Params(text), expected) << (text ? text : "(null)");
+        EXPECT_EQ(log.lineCount(), skipped) << (text ? text : "(null)");
+    }
     const Params left("a=1 b=2");
     EXPECT_EQ(left + Params("b:u=3 c=4"), Params("a=1 b:u=3 c=4"));
     EXPECT_EQ(left, Params("a=1 b=2")) << "operator+ must not change its left operand";
@@ -124,9 +97,7 @@ TEST(Message, ChildrenAreAddressedByNameAndIndexAmongThatName)
 
 // Small messages are scanned, large ones go through an index; either way every way of renaming a
 // child after a lookup must still be seen.
-class MessageLookups : public ::testing::TestWithParam<int> {};
-
-TEST_P(MessageLookups, SeeChildrenRenamedOrReplacedAfterAnEarlierLookup)
+TEST(Message, LookupsSeeChildrenRenamedOrReplacedAfterAnEarlierLookup)
 {
     const std::function<void(Message&)> renames[] = {
         [](Message& m) { m.get_child("a", 1).name = "c"; },
@@ -142,22 +113,21 @@ TEST_P(MessageLookups, SeeChildrenRenamedOrReplacedAfterAnEarlierLookup)
             moved.get_child("a", 0).name = "c";
             m = std::move(moved);
         }};
-    for (const auto& rename : renames) {
-        Message family = make_family(GetParam());
-        ASSERT_EQ(family.num_children("c"), 1u);
-        rename(family);
-        EXPECT_EQ(family.num_children("c"), 2u) << family.dump_text();
-        EXPECT_EQ(family.num_children("a") + family.num_children("b") + family.num_children("c")
-                      + family.num_children("pad"),
-                  family.child_count())
-            << family.dump_text();
-        for (unsigned int i = 0; i < family.num_children("c"); ++i)
-            EXPECT_EQ(family.get_child("c", i).name, "c");
-        EXPECT_EQ(family.find_child("c", 2), nullptr);
+    for (const int padding : {0, 40}) {
+        for (const auto& rename : renames) {
+            Message family = make_family(padding);
+            ASSERT_EQ(family.num_children("c"), 1u);
+            rename(family);
+            EXPECT_EQ(family.num_children("c"), 2u) << family.dump_text();
+            EXPECT_EQ(family.num_children("a") + family.num_children("b") + family.num_children("c")
+                          + family.num_children("pad"),
+                      family.child_count());
+            for (unsigned int i = 0; i < family.num_children("c"); ++i)
+                EXPECT_EQ(family.get_child("c", i).name, "c");
+            EXPECT_EQ(family.find_child("c", 2), nullptr);
+        }
     }
 }
-
-INSTANTIATE_TEST_SUITE_P(SmallAndLarge, MessageLookups, ::testing::Values(0, 40));
 
 TEST(Message, CopiesAreDeepAndAnyChangeAnywhereMakesThemUnequal)
 {

@@ -8,6 +8,7 @@
 #include <cstdio>
 #include <sstream>
 #include <thread>
+#include <tuple>
 #include <vector>
 
 #include <unistd.h>
@@ -16,11 +17,7 @@ namespace {
 
 // Recorded while this file's static objects are constructed: g_log must already be usable then.
 struct EarlyLogUser {
-    EarlyLogUser()
-        : thresholdSeen(g_log.log_level(0))
-    {
-        g_log.set_log_level(9, LOG_INFO);
-    }
+    EarlyLogUser() : thresholdSeen(g_log.log_level(0)) { g_log.set_log_level(9, LOG_INFO); }
     LOG_LEVEL thresholdSeen;
 };
 const EarlyLogUser g_earlyLogUser;
@@ -31,7 +28,7 @@ TEST(Logger, IsReadyBeforeDynamicInitialisationOfOtherFiles)
     EXPECT_EQ(g_log.log_level(9), LOG_INFO) << "a later constructor run must not reset what was set";
 }
 
-TEST(StrUtil, SplitKeepsEmptyFieldsAndUpperCasingLeavesUtf8Alone)
+TEST(StrUtil, SplitsKeepingEmptyFieldsUpperCasesAsciiOnlyAndReadsWholeDecimals)
 {
     using Fields = std::vector<std::string>;
     EXPECT_EQ(split("a,,b", ","), (Fields{"a", "", "b"}));
@@ -39,10 +36,6 @@ TEST(StrUtil, SplitKeepsEmptyFieldsAndUpperCasingLeavesUtf8Alone)
     EXPECT_EQ(split("a,b;c", ",;"), (Fields{"a", "b", "c"}));
     EXPECT_EQ(split("a,b", ""), Fields{"a,b"});
     EXPECT_EQ(str_uc("gui_debug 1-z\xc3\xa9"), "GUI_DEBUG 1-Z\xc3\xa9");
-}
-
-TEST(StrUtil, StrToIntReadsWholeDecimalsElseGivesZero)
-{
     const std::pair<const char*, int> cases[] = {
         {"-17", -17}, {"+5", 5}, {"  \t12", 12}, {"-2147483648", INT_MIN}, {"2147483648", 0},
         {"", 0}, {"-", 0}, {"+-5", 0}, {"12abc", 0}, {"12 ", 0}, {"0x10", 0}};
@@ -77,34 +70,25 @@ protected:
 
 TEST_F(LoggerTest, WritesALineOnlyAboveZeroAndUpToItsCategorysThreshold)
 {
-    struct Case {
-        unsigned int setCategory;
-        LOG_LEVEL threshold;
-        unsigned int lineCategory;
-        LOG_LEVEL lineLevel;
-        bool written;
-    };
-    const Case cases[] = {
+    // Category set and its threshold, category and level of the line, whether it is written.
+    const std::tuple<unsigned int, LOG_LEVEL, unsigned int, LOG_LEVEL, bool> cases[] = {
         {0, LOG_ERROR, 0, LOG_ERROR, true},    {0, LOG_ERROR, 0, LOG_WARNING, false},
         {0, LOG_DEBUG, 0, LOG_NONE, false},    {5, LOG_DEBUG, 5, LOG_INFO, true},
         {5, LOG_DEBUG, 6, LOG_INFO, false},    {0, LOG_ERROR, 5, LOG_INFO, false},
-        {31, LOG_INFO, 31, LOG_INFO, true},
-        {0, LOG_DEBUG, 32, LOG_DEBUG, true},   {0, LOG_DEBUG, 4000, LOG_VERBOSE, true},
-        {32, LOG_INFO, 0, LOG_INFO, true},     {32, LOG_INFO, 1, LOG_INFO, false}};
-    for (const Case& c : cases) {
+        {31, LOG_INFO, 31, LOG_INFO, true},    {0, LOG_DEBUG, 32, LOG_DEBUG, true},
+        {0, LOG_DEBUG, 4000, LOG_VERBOSE, true}, {32, LOG_INFO, 0, LOG_INFO, true},
+        {32, LOG_INFO, 1, LOG_INFO, false}};
+    for (const auto& [setCategory, threshold, lineCategory, lineLevel, written] : cases) {
         logger.set_log_level(LOG_ERROR);
-        logger.set_log_level(c.setCategory, c.threshold);
+        logger.set_log_level(setCategory, threshold);
         lines.clear();
-        logger.clog(c.lineCategory, c.lineLevel, "line %d", 1);
-        EXPECT_EQ(lines.size(), c.written ? 1u : 0u) << c.setCategory << ' ' << c.lineCategory;
+        logger.clog(lineCategory, lineLevel, "line %d", 1);
+        EXPECT_EQ(lines.size(), written ? 1u : 0u) << setCategory << ' ' << lineCategory;
         // What callers ask before building a costly line.
-        EXPECT_EQ(logger.enabled(c.lineCategory, c.lineLevel), c.written);
+        EXPECT_EQ(logger.enabled(lineCategory, lineLevel), written);
     }
-}
-
-TEST_F(LoggerTest, FormatsPrintfStyleWithoutCuttingLongLines)
-{
     const std::string longText(5000, 'x');
+    lines.clear();
     logger.log(LOG_ERROR, "state %s -> %d", "IPC_READY", 2);
     logger.clog(7, LOG_CRITICAL, "%05.1f|%-3s|<%s>", 3.14159, "x", longText.c_str());
     EXPECT_EQ(lines, (std::vector<std::string>{"0 2 state IPC_READY -> 2", "7 1 003.1|x  |<" + longText + '>'}));
@@ -124,9 +108,8 @@ TEST(LoggerStderr, WritesLevelSpaceTextAndLinesOfTwoThreadsNeverInterleave)
             logger.log(LOG_ERROR, "%s", std::string(120, mark).c_str());
     };
     std::thread first(writer, 'a');
-    std::thread second(writer, 'b');
+    writer('b');
     first.join();
-    second.join();
     ::dup2(saved, STDERR_FILENO);
     ::close(saved);
 

@@ -34,12 +34,6 @@ TestServer::TestServer(const std::string& password, const std::string& user)
     set_tls_directory(m_tlsDirectory.path());
 }
 
-TestServer::~TestServer()
-{
-    // No virtual of this object may run once its destruction has begun.
-    m_manager.stop_thread();
-}
-
 bool TestServer::listen(const std::string& encoding, const SocketAddr& address)
 {
     if (!m_manager.listen_server(encoding, "stream", address, "test"))
@@ -48,51 +42,12 @@ bool TestServer::listen(const std::string& encoding, const SocketAddr& address)
     return true;
 }
 
-void TestServer::set_handler(Handler handler)
-{
-    IPCLockGuard lock(m_manager.get_mutex());
-    m_handler = std::move(handler);
-}
-
-std::vector<Message> TestServer::commands()
-{
-    IPCLockGuard lock(m_manager.get_mutex());
-    return m_commands;
-}
-
-std::size_t TestServer::logins()
-{
-    IPCLockGuard lock(m_manager.get_mutex());
-    return m_logins;
-}
-
-std::size_t TestServer::logouts()
-{
-    IPCLockGuard lock(m_manager.get_mutex());
-    return m_logouts;
-}
-
-bool TestServer::wait_until(const std::function<bool()>& condition, std::chrono::milliseconds timeout)
-{
-    return m_manager.wait_until(condition, timeout);
-}
-
 bool TestServer::password_for(const std::string& user, std::string& password) const
 {
     if (user != m_user)
         return false;
     password = m_password;
     return true;
-}
-
-void TestServer::session_opened(const IPCSessionInfo&)
-{
-    ++m_logins;
-}
-
-void TestServer::session_closed(const IPCSessionInfo&)
-{
-    ++m_logouts;
 }
 
 void TestServer::process_command(const IPCSessionInfo& session, const Message& msg)

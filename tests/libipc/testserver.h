@@ -26,27 +26,42 @@ public:
     static int free_tcp_port();
 
     explicit TestServer(const std::string& password, const std::string& user = "user");
-    ~TestServer() override;
+    // No virtual of this object may run once its destruction has begun.
+    ~TestServer() override { m_manager.stop_thread(); }
 
     // Listens (several times for several addresses) and starts the loop thread.
     bool listen(const std::string& encoding, const SocketAddr& address);
-    void set_handler(Handler handler);
+    void set_handler(Handler handler)
+    {
+        IPCLockGuard lock(m_manager.get_mutex());
+        m_handler = std::move(handler);
+    }
 
-    std::vector<Message> commands();
-    std::size_t logins();
+    std::vector<Message> commands() { return locked(m_commands); }
+    std::size_t logins() { return locked(m_logins); }
     // Logged-in sessions that have ended.
-    std::size_t logouts();
+    std::size_t logouts() { return locked(m_logouts); }
     // Polls `condition` under the server's lock.
-    bool wait_until(const std::function<bool()>& condition,
-                    std::chrono::milliseconds timeout = std::chrono::seconds(10));
+    bool wait_until(const std::function<bool()>& condition, std::chrono::milliseconds timeout = std::chrono::seconds(10))
+    {
+        return m_manager.wait_until(condition, timeout);
+    }
     ThreadedManager& loop() { return m_manager; }
 
     bool password_for(const std::string& user, std::string& password) const override;
-    void session_opened(const IPCSessionInfo& session) override;
-    void session_closed(const IPCSessionInfo& session) override;
+    void session_opened(const IPCSessionInfo&) override { ++m_logins; }
+    void session_closed(const IPCSessionInfo&) override { ++m_logouts; }
     void process_command(const IPCSessionInfo& session, const Message& msg) override;
 
 private:
+    // A copy of `value` taken under the loop's lock.
+    template <typename T>
+    T locked(const T& value)
+    {
+        IPCLockGuard lock(m_manager.get_mutex());
+        return value;
+    }
+
     TemporaryDirectory m_tlsDirectory;
     ThreadedManager m_manager;
     const std::string m_user;

@@ -12,8 +12,7 @@
 // in the program.
 class ThreadedManager : public IPCManager {
 public:
-    ThreadedManager() = default;
-    ~ThreadedManager() override;
+    ~ThreadedManager() override { stop_thread(); }
 
     IPCMutex* get_mutex() override { return &m_mutex; }
 
@@ -27,14 +26,10 @@ public:
     bool lock_free_within(std::chrono::milliseconds timeout);
 
 private:
-    class RecursiveMutex : public IPCMutex {
-    public:
-        void lock() override { m_mutex.lock(); }
-        void unlock() override { m_mutex.unlock(); }
-        bool try_lock() { return m_mutex.try_lock(); }
-
-    private:
-        std::recursive_mutex m_mutex;
+    struct RecursiveMutex : IPCMutex {
+        void lock() override { mutex.lock(); }
+        void unlock() override { mutex.unlock(); }
+        std::recursive_timed_mutex mutex;
     };
 
     RecursiveMutex m_mutex;

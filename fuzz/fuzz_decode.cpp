@@ -1,23 +1,20 @@
-#ifndef FUZZ_ROUNDTRIP_H
-#define FUZZ_ROUNDTRIP_H
-
+// Decodes hostile input in the encoding FUZZ_ENCODING names. Whatever decodes is a tree within the
+// limits, so both encodings must carry it back unchanged; anything else is a finding.
 #include "codec.h"
 
 #include <cstdint>
 #include <cstdio>
 
-// Decodes hostile input. Whatever decodes is a tree within the limits, so both encodings must
-// carry it back unchanged; anything else is a finding.
-inline void check_round_trip(ipc::Encoding encoding, const uint8_t* data, std::size_t size)
+extern "C" int LLVMFuzzerTestOneInput(const uint8_t* data, std::size_t size)
 {
     Message decoded;
     std::string error;
-    if (!ipc::decode(encoding, reinterpret_cast<const char*>(data), size, decoded, error)) {
+    if (!ipc::decode(ipc::Encoding::FUZZ_ENCODING, reinterpret_cast<const char*>(data), size, decoded, error)) {
         if (error.empty()) {
             std::fprintf(stderr, "refused without a reason\n");
             __builtin_trap();
         }
-        return;
+        return 0;
     }
     for (const ipc::Encoding target : {ipc::Encoding::Compact, ipc::Encoding::Xmls}) {
         const std::string encoded = ipc::encode(target, decoded);
@@ -29,6 +26,5 @@ inline void check_round_trip(ipc::Encoding encoding, const uint8_t* data, std::s
             __builtin_trap();
         }
     }
+    return 0;
 }
-
-#endif
