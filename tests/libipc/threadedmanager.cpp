@@ -1,5 +1,10 @@
 #include "threadedmanager.h"
 
+ThreadedManager::~ThreadedManager()
+{
+    stop_thread();
+}
+
 void ThreadedManager::start_thread()
 {
     if (!m_thread.joinable())
@@ -31,6 +36,12 @@ bool ThreadedManager::wait_until(const std::function<bool()>& condition, std::ch
 
 bool ThreadedManager::lock_free_within(std::chrono::milliseconds timeout)
 {
-    std::unique_lock<std::recursive_timed_mutex> lock(m_mutex.mutex, std::defer_lock);
-    return lock.try_lock_for(timeout);
+    const auto deadline = std::chrono::steady_clock::now() + timeout;
+    while (!m_mutex.try_lock()) {
+        if (std::chrono::steady_clock::now() >= deadline)
+            return false;
+        std::this_thread::sleep_for(std::chrono::milliseconds(2));
+    }
+    m_mutex.unlock();
+    return true;
 }

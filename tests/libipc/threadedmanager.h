@@ -12,7 +12,8 @@
 // in the program.
 class ThreadedManager : public IPCManager {
 public:
-    ~ThreadedManager() override { stop_thread(); }
+    ThreadedManager() = default;
+    ~ThreadedManager() override;
 
     IPCMutex* get_mutex() override { return &m_mutex; }
 
@@ -26,10 +27,14 @@ public:
     bool lock_free_within(std::chrono::milliseconds timeout);
 
 private:
-    struct RecursiveMutex : IPCMutex {
-        void lock() override { mutex.lock(); }
-        void unlock() override { mutex.unlock(); }
-        std::recursive_timed_mutex mutex;
+    class RecursiveMutex : public IPCMutex {
+    public:
+        void lock() override { m_mutex.lock(); }
+        void unlock() override { m_mutex.unlock(); }
+        bool try_lock() { return m_mutex.try_lock(); }
+
+    private:
+        std::recursive_mutex m_mutex;
     };
 
     RecursiveMutex m_mutex;
