@@ -207,6 +207,8 @@ TEST(CompactCodec, DecodesIntoKeyOrderAndRefusesMalformedInputWithAReason)
         {bytes({0x85, 0x61, 'a', 0xa0, 0xa0, 0xa0, 0xa0}), "array of 6"},
         {head + bytes({0x80}), "parameters are not a map"},
         {head + map("x", bytes({0x01})), "does not fit"},
+        {head + bytes({0xa0, 0xa0}) + map("x", bytes({0x20})), "does not fit"},
+        {head + bytes({0xa0, 0xa0}) + map("x", bytes({0x1b, 0, 0, 0, 1, 0, 0, 0, 0})), "does not fit"},
         {compact("", "cac"), "given twice"},
         {compact("", "bcab"), "given twice"},
         {compact("q", "c", "", "q"), "given twice"},
