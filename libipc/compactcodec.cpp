@@ -388,10 +388,9 @@ private:
         return true;
     }
 
-    // Closes the top message and every parent whose last child that was.
+    // Closes the top message, which has no children left, and every parent whose last child that was.
     void close()
     {
-        m_open.pop_back();
         while (!m_open.empty() && m_open.back().remaining == 0)
             m_open.pop_back();
         m_done = m_open.empty();
