@@ -40,8 +40,18 @@ void setForegrounds(QTreeWidgetItem* row, const QColor& colour)
 
 } // namespace
 
+PeerList::RowLabels PeerList::rowLabels()
+{
+    return {tr(" (Braid)"),        tr("\nBraid Retired: "), tr("\nBraid "),          tr("Phone Number\t"),
+            tr("Address\t"),       tr("MAC Address\t"),     tr("Braid Enable\tYes"), tr("Braid Enable\tNo"),
+            tr("Not Active"),      tr("Braid Status\t"),    tr("Profile\t"),         tr("Transmitting\t"),
+            tr("Receiving\t"),     tr("No"),                tr("Remote State\t"),    tr("Product\t"),
+            tr("NAT Type\t")};
+}
+
 PeerList::PeerList(QWidget* parent)
     : QWidget(parent)
+    , m_labels(rowLabels())
 {
     setupUi(this);
     static_assert(sizeof kIconFiles / sizeof kIconFiles[0] == StateIconCount, "one file per state icon");
@@ -90,7 +100,7 @@ void PeerList::updateProfileList()
             m_profileChannels[0] = m_profileChannels[id];
         }
     }
-    refreshRows(false);
+    refreshRows(RowRefresh::RecordsAndTexts);
 }
 
 void PeerList::updateCurrentEncoder()
@@ -102,7 +112,7 @@ void PeerList::updateCurrentEncoder()
     if (descr == m_currentEncoder)
         return;
     m_currentEncoder = descr;
-    refreshRows(true);
+    refreshRows(RowRefresh::ActiveTexts);
 }
 
 void PeerList::updatePeerList()
@@ -216,7 +226,7 @@ void PeerList::updateDirectoryServer()
 void PeerList::handleUnsoTunnelStatus(QString, Message msg)
 {
     g_log.log(LOG_INFO, "handleUnsoTunnelStatus");
-    setTunnelStatus(std::move(msg));
+    setTunnelStatus(msg);
 }
 
 void PeerList::handleRespTunnelStatus(const Message& msg)
@@ -226,43 +236,64 @@ void PeerList::handleRespTunnelStatus(const Message& msg)
         setTunnelStatus(*node);
 }
 
-void PeerList::setTunnelStatus(Message status)
+void PeerList::setTunnelStatus(const Message& status)
 {
-    m_tunnelStatus = std::move(status);
+    const unsigned int count = status.num_children("sess");
+    m_sessionSids.clear();
+    m_sessionSids.reserve(count);
     m_sessionsBySid.clear();
-    m_sessionsBySid.reserve(m_tunnelStatus.num_children("sess"));
-    for (unsigned int i = 0; i < m_tunnelStatus.num_children("sess"); ++i) {
-        const Message& session = m_tunnelStatus.get_child("sess", i);
-        m_sessionsBySid.emplace(session.params().get_string("sid", ""), &session);
+    m_sessionsBySid.reserve(count);
+    for (unsigned int i = 0; i < count; ++i) {
+        const Message& session = status.get_child("sess", i);
+        m_sessionSids.push_back(session.params().get_string("sid", ""));
+        if (!m_sessionsBySid.count(m_sessionSids.back()))
+            m_sessionsBySid.emplace(m_sessionSids.back(), braidSession(session));
     }
-    refreshRows(false);
+    refreshRows(RowRefresh::Texts);
 }
 
-void PeerList::refreshRows(bool activeOnly)
+void PeerList::refreshRows(RowRefresh refresh)
 {
     for (unsigned int i = 0; i < m_peerList.num_children("peer"); ++i) {
         const Message& peer = m_peerList.get_child("peer", i);
-        if (activeOnly && !peer.params().get_bool("active", false))
+        if (refresh == RowRefresh::ActiveTexts && !peer.params().get_bool("active", false))
             continue;
-        if (QTreeWidgetItemIPC* row = rowOf(peer.params().get_int("id", 0)))
-            updatePeerItem(row, peer);
+        QTreeWidgetItemIPC* row = rowOf(peer.params().get_int("id", 0));
+        if (!row)
+            continue;
+        if (refresh == RowRefresh::RecordsAndTexts)
+            storePeer(row, peer);
+        showPeer(row, peer);
     }
 }
 
 void PeerList::updatePeerItem(QTreeWidgetItemIPC* row, const Message& peer)
 {
+    storePeer(row, peer);
+    showPeer(row, peer);
+}
+
+int PeerList::profileOf(const Params& peer) const
+{
+    const int profile = peer.get_int("profile", 0);
+    return m_profileChannels.contains(profile) ? profile : 0;
+}
+
+void PeerList::storePeer(QTreeWidgetItemIPC* row, const Message& peer)
+{
     const Params& params = peer.params();
     row->setParams(params);
-    peer._dump(LOG_DEBUG, 0, 1);
-
-    const BraidSession session = braidSessionOf(params);
-    int profile = params.get_int("profile", 0);
-    if (!m_profileChannels.contains(profile))
-        profile = 0;
     // The row keeps the channel the remote calls on, for the telephone-line buttons.
     if (!params.has_param("channel"))
-        row->params().set_string("channel", m_profileChannels.value(profile).toStdString());
-    const QStringList details = detailRows(peer, text(row->params(), "channel"), m_profileNames.value(profile), session);
+        row->params().set_string("channel", m_profileChannels.value(profileOf(params)).toStdString());
+}
+
+void PeerList::showPeer(QTreeWidgetItemIPC* row, const Message& peer)
+{
+    const Params& params = peer.params();
+    peer._dump(LOG_DEBUG, 0, 1);
+    const BraidSession session = braidSessionOf(params);
+    const QStringList details = detailRows(peer, text(row->params(), "channel"), m_profileNames.value(profileOf(params)), session);
     setDetailCount(row, details.size());
 
     peerTree->changeData([&] {
@@ -281,8 +312,7 @@ void PeerList::logSessionComparisons(const std::string& peerSid) const
 {
     if (!g_log.enabled(LOG_DEBUG))
         return;
-    for (unsigned int i = 0; i < m_tunnelStatus.num_children("sess"); ++i) {
-        const std::string sessionSid = m_tunnelStatus.get_child("sess", i).params().get_string("sid", "");
+    for (const std::string& sessionSid : m_sessionSids) {
         g_log.log(LOG_DEBUG, "updatePeerItem.. braid sess sid=%s peer sid=%s", sessionSid.c_str(), peerSid.c_str());
         if (!peerSid.empty() && sessionSid == peerSid)
             return;
@@ -291,15 +321,17 @@ void PeerList::logSessionComparisons(const std::string& peerSid) const
 
 PeerList::BraidSession PeerList::braidSessionOf(const Params& peer) const
 {
-    BraidSession found;
     const std::string sid = peer.get_string("sid", "");
     logSessionComparisons(sid);
     if (sid.empty())
-        return found;
+        return {};
     const auto sessionOfSid = m_sessionsBySid.find(sid);
-    if (sessionOfSid == m_sessionsBySid.end())
-        return found;
-    const Message& session = *sessionOfSid->second;
+    return sessionOfSid == m_sessionsBySid.end() ? BraidSession() : sessionOfSid->second;
+}
+
+PeerList::BraidSession PeerList::braidSession(const Message& session)
+{
+    BraidSession found;
     found.known = true;
     found.state = text(session.params(), "state");
     const QString upper = found.state.toUpper();
@@ -316,7 +348,7 @@ PeerList::BraidSession PeerList::braidSessionOf(const Params& peer) const
 }
 
 // The line under the remote's name: the call's state, unless its Braid session says more.
-QString PeerList::statusLine(const Params& peer, const BraidSession& session)
+QString PeerList::statusLine(const Params& peer, const BraidSession& session) const
 {
     const QString stateUi = text(peer, "state_ui");
     const QString chanState = text(peer, "chan_state");
@@ -329,10 +361,10 @@ QString PeerList::statusLine(const Params& peer, const BraidSession& session)
     if (!session.known || !session.searchList.isEmpty())
         return status;
     if (session.active)
-        return status + tr(" (Braid)");
+        return status + m_labels.braidActive;
     if (session.retired)
-        return tr("\nBraid Retired: ") + session.reason;
-    return tr("\nBraid ") + session.state;
+        return m_labels.braidRetired + session.reason;
+    return m_labels.braid + session.state;
 }
 
 QStringList PeerList::detailRows(const Message& peer, const QString& channel, const QString& profileName,
@@ -340,29 +372,29 @@ QStringList PeerList::detailRows(const Message& peer, const QString& channel, co
 {
     const Params& params = peer.params();
     QStringList details;
-    details << (channel == QLatin1String(kPotsChannel) ? tr("Phone Number\t") : tr("Address\t")) + text(params, "addr");
+    details << (channel == QLatin1String(kPotsChannel) ? m_labels.phoneNumber : m_labels.address) + text(params, "addr");
     if (params.get_bool("plait", false)) {
         const bool usePlait = params.get_bool("use_plait", false);
         if (usePlait)
-            details << tr("MAC Address\t") + text(params, "unit");
-        details << (usePlait ? tr("Braid Enable\tYes") : tr("Braid Enable\tNo"));
+            details << m_labels.macAddress + text(params, "unit");
+        details << (usePlait ? m_labels.braidEnabled : m_labels.braidDisabled);
         if (usePlait) {
-            QString braidStatus = tr("Not Active");
+            QString braidStatus = m_labels.notActive;
             if (session.known)
                 braidStatus = session.state + (session.retired ? QStringLiteral(" (%1)").arg(session.reason) : session.searchList);
-            details << tr("Braid Status\t") + braidStatus;
+            details << m_labels.braidStatus + braidStatus;
         }
     }
     if (!params.get_bool("incoming", false))
-        details << tr("Profile\t") + profileName;
+        details << m_labels.profile + profileName;
     if (params.get_bool("active", false)) {
-        details << tr("Transmitting\t") + (params.get_bool("transmitting", false) ? m_currentEncoder : tr("No"));
-        details << tr("Receiving\t") + (params.get_bool("receiving", false) ? text(params, "rx_codec") : tr("No"));
+        details << m_labels.transmitting + (params.get_bool("transmitting", false) ? m_currentEncoder : m_labels.no);
+        details << m_labels.receiving + (params.get_bool("receiving", false) ? text(params, "rx_codec") : m_labels.no);
     }
     if (const Message* directory = peer.find_child("directory")) {
-        details << tr("Remote State\t") + text(directory->params(), "state");
-        details << tr("Product\t") + text(directory->params(), "product");
-        details << tr("NAT Type\t") + text(directory->params(), "nat_type");
+        details << m_labels.remoteState + text(directory->params(), "state");
+        details << m_labels.product + text(directory->params(), "product");
+        details << m_labels.natType + text(directory->params(), "nat_type");
     }
     return details;
 }
@@ -370,9 +402,11 @@ QStringList PeerList::detailRows(const Message& peer, const QString& channel, co
 // Detail rows are reused in place; surplus ones go.
 void PeerList::setDetailCount(QTreeWidgetItem* row, int count)
 {
-    const QFont detailFont(QStringLiteral("arial"), kDetailPointSize, QFont::Normal, false);
-    while (row->childCount() < count)
-        (new QTreeWidgetItem(row))->setFont(0, detailFont);
+    if (row->childCount() < count) {
+        const QFont detailFont(QStringLiteral("arial"), kDetailPointSize, QFont::Normal, false);
+        while (row->childCount() < count)
+            (new QTreeWidgetItem(row))->setFont(0, detailFont);
+    }
     while (row->childCount() > count)
         delete row->takeChild(row->childCount() - 1);
 }

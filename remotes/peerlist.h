@@ -78,32 +78,49 @@ private:
         QString searchList;
     };
 
+    // The rows' fixed texts, translated once: a list of thousands of remotes repeats them at every refresh.
+    struct RowLabels {
+        QString braidActive, braidRetired, braid, phoneNumber, address, macAddress, braidEnabled, braidDisabled,
+            notActive, braidStatus, profile, transmitting, receiving, no, remoteState, product, natType;
+    };
+
+    static RowLabels rowLabels();
     void insertNewRows(const std::vector<std::pair<int, QTreeWidgetItemIPC*>>& anchoredRows);
-    void setTunnelStatus(Message status);
+    void setTunnelStatus(const Message& status);
+    // What a refresh of the rows takes from the stored list: the records (again, when the profiles
+    // changed the channel a remote calls on) and the texts, or the texts of all or of active remotes.
+    enum class RowRefresh { RecordsAndTexts, Texts, ActiveTexts };
+
     void updatePeerItem(QTreeWidgetItemIPC* row, const Message& peer);
+    void storePeer(QTreeWidgetItemIPC* row, const Message& peer);
+    void showPeer(QTreeWidgetItemIPC* row, const Message& peer);
+    int profileOf(const Params& peer) const;
     void logSessionComparisons(const std::string& peerSid) const;
     BraidSession braidSessionOf(const Params& peer) const;
-    static QString statusLine(const Params& peer, const BraidSession& session);
+    static BraidSession braidSession(const Message& session);
+    QString statusLine(const Params& peer, const BraidSession& session) const;
     QStringList detailRows(const Message& peer, const QString& channel, const QString& profileName,
                            const BraidSession& session) const;
     static void setDetailCount(QTreeWidgetItem* row, int count);
     static StateIcon stateIcon(const Message& peer);
     QTreeWidgetItemIPC* rowOf(int id) const;
     QTreeWidgetItemIPC* selectedRow() const;
-    void refreshRows(bool activeOnly);
+    void refreshRows(RowRefresh refresh);
     void updateButtons();
     void setButtonsFor(const QTreeWidgetItemIPC& row);
     void sendForSelected(const char* request);
     void sendPotsCommand(const char* command);
 
+    const RowLabels m_labels;
     std::array<QIcon, StateIconCount> m_icons;
     QString m_currentEncoder;
     QMap<int, QString> m_profileNames;
     QMap<int, QString> m_profileChannels;
     Message m_peerList;
-    Message m_tunnelStatus;
-    // The first session of each sid in m_tunnelStatus, and each remote's row by id.
-    std::unordered_map<std::string, const Message*> m_sessionsBySid;
+    // The sids of the last tunnel status in order, what its first session of each sid says, and
+    // each remote's row by id.
+    std::vector<std::string> m_sessionSids;
+    std::unordered_map<std::string, BraidSession> m_sessionsBySid;
     std::unordered_map<int, QTreeWidgetItemIPC*> m_rows;
     bool m_anyActive = false;
 };
