@@ -8,44 +8,31 @@
 
 #include <QMenu>
 #include <QMenuBar>
-#include <QPointer>
 
 namespace {
 
-// Keys the window server typed on the program's behalf (not those from the platform).
+// Keys the window server typed on the program's behalf (not those from the platform). An ignored
+// key travels on to the parents of its receiver as the same event: it is written down once.
 class InjectedKeys : public QObject {
 public:
     InjectedKeys() { qApp->installEventFilter(this); }
     QStringList keys;
 
 protected:
-    bool eventFilter(QObject* watched, QEvent* event) override
+    bool eventFilter(QObject*, QEvent* event) override
     {
-        if ((event->type() == QEvent::KeyPress || event->type() == QEvent::KeyRelease) && !event->spontaneous()
-            && !propagated(watched, event)) {
-            m_last = event;
-            m_lastReceiver = watched;
-            auto* key = static_cast<QKeyEvent*>(event);
-            keys << describeKey(key->key(), event->type() == QEvent::KeyPress, key->isAutoRepeat(), key->modifiers());
-        }
+        if ((event->type() != QEvent::KeyPress && event->type() != QEvent::KeyRelease) || event->spontaneous())
+            return false;
+        auto* key = static_cast<QKeyEvent*>(event);
+        const QString typed = describeKey(key->key(), event->type() == QEvent::KeyPress, key->isAutoRepeat(), key->modifiers());
+        if (event != m_last || keys.value(keys.size() - 1) != typed)
+            keys << typed;
+        m_last = event;
         return false;
     }
 
 private:
-    // An ignored key travels on to the parents of its receiver as the same event.
-    bool propagated(QObject* watched, QEvent* event) const
-    {
-        if (event != m_last || !m_lastReceiver)
-            return false;
-        for (QObject* up = m_lastReceiver->parent(); up; up = up->parent()) {
-            if (up == watched)
-                return true;
-        }
-        return false;
-    }
-
     QEvent* m_last = nullptr;
-    QPointer<QObject> m_lastReceiver;
 };
 
 // The platform delivers keys to the window that has the focus: a modal dialog blocks the rest.

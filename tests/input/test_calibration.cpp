@@ -1,8 +1,7 @@
-#include "instructionlines.h"
-
 #include <calibration.h>
 #include <qwscalibratedmousehandler.h>
 #include <qwsserver.h>
+#include <scribblewidget.h>
 
 #include <QApplication>
 #include <QFile>
@@ -14,6 +13,20 @@
 #include <QTransform>
 
 namespace {
+
+// The calibration screens' three lines of instructions: "x" for each of the white, cyan and red
+// lines (16 pixels high at 50, 270 and 300, `width` wide from x = 10) that shows its colour.
+inline QString instructionLines(const QImage& image, int width)
+{
+    QString seen;
+    for (const auto& [top, colour] : {std::pair(50, Qt::white), std::pair(270, Qt::cyan), std::pair(300, Qt::red)}) {
+        bool found = false;
+        for (int at = 0; at < width * 16 && !found; ++at)
+            found = image.pixelColor(10 + at % width, top + at / width) == colour;
+        seen += found ? 'x' : '.';
+    }
+    return seen;
+}
 
 constexpr int kTargets = QWSPointerCalibrationData::LastLocation + 1;
 
@@ -118,6 +131,46 @@ private slots:
         QApplication::sendEvent(&calibration, &late);
         QCOMPARE(calibration.grab().toImage(), done);
         QCOMPARE(stored(), calibrated);
+    }
+    void leftDragDrawsUntilResized_data()
+    {
+        QTest::addColumn<int>("button");
+        QTest::addColumn<bool>("drawn");
+        QTest::newRow("left") << int(Qt::LeftButton) << true;
+        QTest::newRow("right") << int(Qt::RightButton) << false;
+    }
+    void leftDragDrawsUntilResized()
+    {
+        QFETCH(int, button);
+        QFETCH(bool, drawn);
+        const auto colourAt = [](QWidget* widget, const QPoint& at) { return widget->grab().toImage().pixelColor(at); };
+        m_handler->clearCalibration(); // drawn where the device reports
+
+        ScribbleWidget scribble(nullptr);
+        scribble.setWindowFlags(Qt::FramelessWindowHint);
+        scribble.resize(640, 480);
+        scribble.show();
+        QVERIFY(QTest::qWaitForWindowExposed(&scribble));
+
+        QWindow* window = scribble.windowHandle();
+        QTest::mousePress(window, Qt::MouseButton(button), Qt::NoModifier, QPoint(100, 150));
+        QTest::mouseMove(window, QPoint(300, 150));
+        // A release away from the last move, without the move the platform would add before it.
+        QMouseEvent release(QEvent::MouseButtonRelease, QPointF(300, 220), Qt::MouseButton(button), Qt::NoButton,
+                            Qt::NoModifier);
+        QApplication::sendEvent(&scribble, &release);
+
+        const QColor line = drawn ? Qt::yellow : Qt::blue;
+        QCOMPARE(colourAt(&scribble, QPoint(200, 150)), line); // the move
+        QCOMPARE(colourAt(&scribble, QPoint(300, 185)), line); // the release
+        QCOMPARE(colourAt(&scribble, QPoint(200, 200)), QColor(Qt::blue));
+        QCOMPARE(instructionLines(scribble.grab().toImage(), 630), QStringLiteral("xxx"));
+
+        // A move after the release draws nothing, and a new size starts a clean surface.
+        QTest::mouseMove(window, QPoint(500, 220));
+        QCOMPARE(colourAt(&scribble, QPoint(400, 220)), QColor(Qt::blue));
+        scribble.resize(600, 400);
+        QCOMPARE(colourAt(&scribble, QPoint(200, 150)), QColor(Qt::blue));
     }
 
 private:

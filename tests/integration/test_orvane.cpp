@@ -1,5 +1,5 @@
-// The user interface program against the simulated unit: the link state and the chat lines it
-// reports on its (debug) log.
+// The user interface program against the simulated unit: the link state it reports on its
+// (debug) log.
 #include "testprocess.h"
 
 #include <QCoreApplication>
@@ -47,23 +47,12 @@ private slots:
         m_environment.insert("QT_QPA_PLATFORM", "offscreen");
         for (const char* name : {"REMOTE_UI", "REMOTE_UI_PASS"})
             m_environment.remove(name);
-        // The chat screen reports each line it shows on the debug log.
+        // The link states are reported on the debug log.
         m_environment.insert("GUI_DEBUG", "true");
         startSim();
         m_orvane = std::make_unique<TestProcess>("orvane", QStringList(), m_environment, QProcess::StandardError);
         QVERIFY(m_orvane->start());
         QVERIFY(!orvaneLine("ipcChangedState 2 0", kStartMs).isEmpty());
-    }
-
-    // The presence line goes out once the link is ready and comes back from the unit as this
-    // screen's own, without an alert; a line from the far end raises one.
-    void chatPresenceIsOwnAndAFarEndLineAlerts()
-    {
-        QVERIFY(!m_sim->waitForLine("event chat status from Portable: has entered chat.", kCommandMs).isEmpty());
-        const QString own = orvaneLine("chat: status line from Portable");
-        QVERIFY2(!own.isEmpty() && !own.contains("alert"), qPrintable(own));
-        QCOMPARE(simCommand("say Can you hear me?"), QString("ok say sent to 1 session(s)"));
-        QVERIFY(orvaneLine("chat: message line from Far End").endsWith(", alert"));
     }
 
     void followsAFirmwareUpdate()
