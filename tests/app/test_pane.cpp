@@ -35,107 +35,75 @@ private slots:
         m_shell->setState(IPCClient::IPC_READY);
     }
     void cleanup() { m_shell.reset(); }
-    void togglesReturnToTheScreenUnderneath()
+    // Steps the operator takes: "s3" shows screen 3, "m5" chooses F2 mode 5, "f2" presses and
+    // releases F2, "meters" and "chat" toggle, "kb" opens the keyboard, "alert" raises a chat alert.
+    // Seen: the screen after each step, then "|" and what the window shows at the end: the menu's
+    // screen and what is on. Pages scroll only behind the keyboard, and chat fits above it.
+    void screenStack_data()
     {
-        pane().showScreen(Pane::ScreenPeerStats);
-        pane().handleAudioMeters();
-        QCOMPARE(pane().currentScreen(), int(Pane::ScreenMeters));
-        pane().handleChat();
-        QCOMPARE(pane().currentScreen(), int(Pane::ScreenChat));
-        pane().handleChat();
-        QCOMPARE(pane().currentScreen(), int(Pane::ScreenMeters));
-        // The menu belongs to the screen under a toggle.
-        QCOMPARE(pane().menuScreen(), int(Pane::ScreenPeerStats));
-        pane().handleAudioMeters();
-        QCOMPARE(pane().currentScreen(), int(Pane::ScreenPeerStats));
-        pane().handleChat();
-        QCOMPARE(pane().menuScreen(), int(Pane::ScreenPeerStats));
+        QTest::addColumn<QString>("steps");
+        QTest::addColumn<QString>("seen");
+        const auto row = [](const char* steps, const char* seen) { QTest::newRow(steps) << steps << seen; };
+        row("s3 meters chat chat meters", "3 6 7 6 3 | 3 button");
+        row("s3 meters chat", "3 6 7 | 6 keyboard");
+        row("s3 meters meters chat", "3 6 3 7 | 3 keyboard");
+        row("s3 alert chat", "3 3 7 | 3 keyboard");
+        row("s3 alert", "3 3 | 3 button alerting");
+        row("s3 chat s0", "3 7 0 | 0 button");
+        row("s0 kb s3", "0 0 3 | 3 keyboard button scrolls");
+        row("s3 kb chat chat", "3 3 7 3 | 3 button");
+        row("kb s6", "0 6 | 0 shifted");
+        row("kb s6 s0", "0 6 0 | 0 button");
+        // The cycle, and from a screen outside it on from where it stood.
+        row("m0 f2 f2 f2 f2 f2 f2 f2 s1 f2", "0 3 4 5 6 9 0 3 1 4 | 4 button");
+        // Each toggle from the about screen and back; contact closure is in the key routing test.
+        row("s19 m0 f2 f2", "19 19 0 3 | 3 button");
+        row("s19 m1 f2 f2", "19 19 9 19 | 19 button");
+        row("s19 m5 f2 f2", "19 19 6 19 | 19 button");
+        row("s19 m6 f2", "19 19 19 | 19 keyboard button scrolls");
+        row("s19 m6 f2 f2", "19 19 19 19 | 19 button");
+        row("s19 m7 f2", "19 19 7 | 19 keyboard");
+        row("s19 m7 f2 f2", "19 19 7 19 | 19 button");
+        row("s19 m9 f2 f2", "19 19 5 19 | 19 button");
     }
-    void cycleContinuesWhereItStood()
+    void screenStack()
     {
-        chooseF2Mode(*m_shell->window, KeypadSetup::F2Cycle);
-        QList<int> seen;
-        for (int step = 0; step < 7; ++step) {
-            pane().f2Pressed();
-            seen << pane().currentScreen();
+        QFETCH(QString, steps);
+        QFETCH(QString, seen);
+        MainWindow& window = *m_shell->window;
+        StatusBar& bar = window.statusBarWidget();
+        QStringList screens;
+        for (const QString& step : steps.split(' ')) {
+            const int number = step.mid(1).toInt();
+            if (step == "meters")
+                pane().handleAudioMeters();
+            else if (step == "chat")
+                pane().handleChat();
+            else if (step == "kb")
+                window.handlePopupKeyboard();
+            else if (step == "alert")
+                bar.handleChatAlert();
+            else if (step == "f2") {
+                pane().f2Pressed();
+                pane().f2Released();
+            } else if (step.startsWith('m'))
+                chooseF2Mode(window, number);
+            else
+                pane().showScreen(number);
+            screens << QString::number(pane().currentScreen());
         }
-        QCOMPARE(seen, (QList<int>{3, 4, 5, 6, 9, 0, 3}));
-
-        // From a screen outside the list the cycle goes on from its last position.
-        pane().showScreen(Pane::ScreenPeerEdit);
-        pane().f2Pressed();
-        QCOMPARE(pane().currentScreen(), int(Pane::ScreenChannelStats));
-    }
-    // Two presses from the about screen; contact closure is followed in the key routing test.
-    void f2Modes_data()
-    {
-        QTest::addColumn<int>("mode");
-        QTest::addColumn<int>("afterPress");
-        QTest::addColumn<int>("afterSecondPress");
-        QTest::addColumn<bool>("keyboardAfterPress");
-        const int about = Pane::ScreenAbout;
-        QTest::newRow("0 cycle") << 0 << 0 << 3 << false;
-        QTest::newRow("1 networks") << 1 << 9 << about << false;
-        QTest::newRow("5 meters") << 5 << 6 << about << false;
-        QTest::newRow("6 keyboard") << 6 << about << about << true;
-        QTest::newRow("7 chat") << 7 << 7 << about << true;
-        QTest::newRow("9 braid stats") << 9 << 5 << about << false;
-    }
-    void f2Modes()
-    {
-        QFETCH(int, mode);
-        QFETCH(int, afterPress);
-        QFETCH(int, afterSecondPress);
-        QFETCH(bool, keyboardAfterPress);
-        pane().showScreen(Pane::ScreenAbout);
-        chooseF2Mode(*m_shell->window, mode);
-        pane().f2Pressed();
-        pane().f2Released();
-        QCOMPARE(pane().currentScreen(), afterPress);
-        QCOMPARE(m_shell->window->keyboardVisible(), keyboardAfterPress);
-        pane().f2Pressed();
-        QCOMPARE(pane().currentScreen(), afterSecondPress);
-    }
-    void chatForcesTheKeyboardAndLeavingHidesIt()
-    {
-        StatusBar& bar = m_shell->window->statusBarWidget();
-        const QScrollArea* pageArea = m_shell->window->findChild<QScrollArea*>();
-        pane().showScreen(Pane::ScreenPeerStats);
-        bar.handleChatAlert();
-        pane().handleChat();
-        QVERIFY(!bar.chatAlerting());
-        QVERIFY(m_shell->window->keyboardVisible());
-        QVERIFY(!bar.keyboardButtonEnabled());
-        // Chat fits above the keyboard; the other screens scroll behind it.
-        QCOMPARE(pageArea->horizontalScrollBarPolicy(), Qt::ScrollBarAlwaysOff);
-        QCOMPARE(pageArea->verticalScrollBarPolicy(), Qt::ScrollBarAlwaysOff);
-
-        pane().showScreen(Pane::ScreenPeerList);
-        QVERIFY(!m_shell->window->keyboardVisible());
-        QVERIFY(bar.keyboardButtonEnabled());
-
-        // A keyboard the operator opened stays when screens that allow it change.
-        m_shell->window->handlePopupKeyboard();
-        pane().showScreen(Pane::ScreenPeerStats);
-        QVERIFY(m_shell->window->keyboardVisible());
-        QCOMPARE(pageArea->horizontalScrollBarPolicy(), Qt::ScrollBarAsNeeded);
-        QCOMPARE(pageArea->verticalScrollBarPolicy(), Qt::ScrollBarAsNeeded);
-        // Closing chat gives the keyboard button back.
-        pane().handleChat();
-        pane().handleChat();
-        QVERIFY(bar.keyboardButtonEnabled());
-    }
-    void metersHideTheKeyboardAndShiftThePopup()
-    {
-        m_shell->window->handlePopupKeyboard();
-        pane().showScreen(Pane::ScreenMeters);
-        QVERIFY(!m_shell->window->keyboardVisible());
-        QVERIFY(!m_shell->window->statusBarWidget().keyboardButtonEnabled());
-
-        m_shell->window->popup().showMessage(QStringLiteral("warning"), 0, 80);
-        QCOMPARE(m_shell->window->popup().geometry(), QRect(220, 215, 200, 180));
-        pane().showScreen(Pane::ScreenPeerList);
-        QCOMPARE(m_shell->window->popup().geometry(), QRect(220, 150, 200, 180));
+        const QScrollArea* pageArea = window.findChild<QScrollArea*>();
+        QStringList shown{"|", QString::number(pane().menuScreen())};
+        for (const auto& [on, name] : {std::pair(window.keyboardVisible(), "keyboard"),
+                                       std::pair(bar.keyboardButtonEnabled(), "button"),
+                                       std::pair(pageArea->verticalScrollBarPolicy() == Qt::ScrollBarAsNeeded, "scrolls"),
+                                       std::pair(pageArea->horizontalScrollBarPolicy() != pageArea->verticalScrollBarPolicy(), "mixed"),
+                                       std::pair(window.popup().geometry().top() != 190, "shifted"),
+                                       std::pair(bar.chatAlerting(), "alerting")}) {
+            if (on)
+                shown << name;
+        }
+        QCOMPARE((screens + shown).join(' '), seen);
     }
     void screensLearnWhenTheyComeAndGo()
     {

@@ -1,12 +1,9 @@
 #include "pickboardkeys.h"
-#include "platformkey.h"
 
 #include <key.h>
 #include <keybutton.h>
 #include <pickboard.h>
-#include <qwsserver.h>
 
-#include <QLineEdit>
 #include <QTest>
 
 namespace {
@@ -94,32 +91,6 @@ private slots:
         QCOMPARE(pickBoardButton(board, "a")->geometry(), QRect(84, 54, 42, 27));
         QCOMPARE(pickBoardButton(board, "shift")->isChecked(), captions[3] == "SHIFT");
         QCOMPARE(pickBoardButton(board, "caps")->isChecked(), captions[4] == "CAPS");
-    }
-    void typingKeepsTheFocusedWidget()
-    {
-        QWidget window;
-        window.resize(640, 200);
-        auto* edit = new QLineEdit(&window);
-        edit->setGeometry(0, 0, 640, 30);
-        auto* area = new QWidget(&window);
-        area->setGeometry(0, 90, 640, 110);
-        PickBoard board(area);
-        connect(&board, &PickBoard::key, &board,
-                [](uint unicode, uint scancode, Qt::KeyboardModifiers modifiers, bool press, bool repeat) {
-                    QWSServer::sendKeyEvent(int(unicode), int(scancode), modifiers, press, repeat);
-                });
-        QVERIFY(showActive(&window));
-        edit->setFocus();
-        QString clicked; // a button's own signal names its key
-        connect(pickBoardButton(board, "h"), &KeyButton::clicked, [&](Key& key) { clicked += key.shiftLabel.c_str(); });
-
-        QVERIFY(clickPickBoard(board, {"shift", "h", "i", "x", "<<", "space", "shift", "7", "num"}));
-        QCOMPARE(clicked, QStringLiteral("H"));
-        QVERIFY(!pickBoardButton(board, "a"));
-        QVERIFY(clickPickBoard(board, {"4", "2", "5", "0"}));
-
-        QCOMPARE(edit->text(), QStringLiteral("Hi &4250"));
-        QCOMPARE(QApplication::focusWidget(), edit);
     }
 };
 
