@@ -5,10 +5,8 @@
 #include "keypadhandler.h"
 #include "mainwindow.h"
 
-#include <QComboBox>
-#include <QCoreApplication>
-#include <QTemporaryDir>
 #include <QtTest>
+#include <QtWidgets>
 
 #include <memory>
 

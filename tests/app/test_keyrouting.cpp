@@ -6,9 +6,6 @@
 #include "statusbar.h"
 #include "transientpopup.h"
 
-#include <QMenu>
-#include <QMenuBar>
-
 namespace {
 
 // Keys the window server typed on the program's behalf (not those from the platform). An ignored

@@ -4,10 +4,6 @@
 #include "statusbar.h"
 #include "transientpopup.h"
 
-#include <QMenuBar>
-#include <QMessageBox>
-#include <QScrollArea>
-
 #include <functional>
 #include <tuple>
 
@@ -190,22 +186,27 @@ private slots:
         emit dynamic_cast<Chat*>(p.page(Pane::ScreenChat))->chatAlert();
         QVERIFY(m_shell->window->statusBarWidget().chatAlerting());
     }
-    void enabledEntriesFollowTheScreen_data()
+    // Entries that act on a selection are enabled on the screens that have one: Manage Networks,
+    // Configure Network, Delete Network, Manage Connections, Change/Delete Remote. Chat is no
+    // screen of its own: F1 opens the menu of the screen it covers, on that screen's first entry.
+    void menuFollowsTheScreen_data()
     {
         QTest::addColumn<int>("screen");
-        // Manage Networks, Configure Network, Delete Network, Manage Connections, Change/Delete Remote
         QTest::addColumn<QString>("enabled");
-
-        QTest::newRow("remote list") << int(Pane::ScreenPeerList) << "10001";
-        QTest::newRow("network list") << int(Pane::ScreenNetworkList) << "01110";
-        QTest::newRow("peer stats") << int(Pane::ScreenPeerStats) << "10010";
+        QTest::addColumn<QString>("opened");
+        QTest::newRow("remote list") << int(Pane::ScreenPeerList) << "10001" << "menuRemotes Manage Connections";
+        QTest::newRow("network list") << int(Pane::ScreenNetworkList) << "01110" << "menuNetwork Manage Networks";
+        QTest::newRow("statistics") << int(Pane::ScreenPeerStats) << "10010" << "menuStats Channel Stats";
+        QTest::newRow("remote editor") << int(Pane::ScreenPeerAdd) << "10010" << "menuRemotes Manage Connections";
+        QTest::newRow("device configuration") << int(Pane::ScreenConfigureNetwork) << "10010" << "menuNetwork Manage Networks";
+        QTest::newRow("any other") << int(Pane::ScreenSystemSettings) << "10010" << "menuConfigure Manage Profiles";
     }
-    void enabledEntriesFollowTheScreen()
+    void menuFollowsTheScreen()
     {
         QFETCH(int, screen);
         QFETCH(QString, enabled);
-
-        m_shell->window->pane().showScreen(screen);
+        QFETCH(QString, opened);
+        pane().showScreen(screen);
         QString actual;
         for (QAction* action : {menu().actionChoose_Network, menu().actionConfigure_Network, menu().actionDelete_Network,
                                 menu().actionConnect_to_Remote, menu().actionChange_Remote_Settings})
@@ -214,37 +215,17 @@ private slots:
         QCOMPARE(menu().actionDelete_Remote->isEnabled(), menu().actionChange_Remote_Settings->isEnabled());
         // No touch screen here, so nothing to calibrate.
         QVERIFY(!menu().actionCalibrate_Touchscreen->isEnabled());
-    }
-    void f1OpensTheMenuOfTheScreenUnderChat_data()
-    {
-        QTest::addColumn<int>("screen");
-        QTest::addColumn<QString>("menuName");
-        QTest::addColumn<QString>("entry");
-        QTest::newRow("statistics") << int(Pane::ScreenPeerStats) << "menuStats" << "Channel Stats";
-        QTest::newRow("remote editor") << int(Pane::ScreenPeerAdd) << "menuRemotes" << "Manage Connections";
-        QTest::newRow("device configuration") << int(Pane::ScreenConfigureNetwork) << "menuNetwork" << "Manage Networks";
-        QTest::newRow("any other") << int(Pane::ScreenSystemSettings) << "menuConfigure" << "Manage Profiles";
-    }
-    // Chat is no screen of its own: the menu opened is the one of the screen it covers.
-    void f1OpensTheMenuOfTheScreenUnderChat()
-    {
-        QFETCH(int, screen);
-        QFETCH(QString, menuName);
-        QFETCH(QString, entry);
-        m_shell->window->pane().showScreen(screen);
-        m_shell->window->pane().handleChat();
+        pane().handleChat();
         menu().openForCurrentScreen();
         QAction* open = m_shell->window->menuBar()->activeAction();
         QVERIFY(open);
-        QCOMPARE(open->menu()->objectName(), menuName);
-        QCOMPARE(open->menu()->activeAction()->text(), entry);
+        QCOMPARE(open->menu()->objectName() + ' ' + open->menu()->activeAction()->text(), opened);
         menu().closeMenu();
         QVERIFY(!menu().isMenuOpen());
     }
-    void entriesShowTheirScreens_data()
+    // The entries are found by their object names.
+    void entriesShowTheirScreens()
     {
-        QTest::addColumn<QString>("action");
-        QTest::addColumn<int>("screen");
         const std::pair<const char*, int> entries[] = {
             {"actionConnect_to_Remote", Pane::ScreenPeerList}, {"actionChange_Remote_Settings", Pane::ScreenPeerEdit},
             {"actionAdd_New_Remote", Pane::ScreenPeerAdd}, {"actionPeer_Stats", Pane::ScreenPeerStats},
@@ -254,18 +235,12 @@ private slots:
             {"actionConfigure_Network", Pane::ScreenConfigureNetwork}, {"actionSystem_Settings", Pane::ScreenSystemSettings},
             {"actionBraid_Settings", Pane::ScreenBraidSettings}, {"actionManage_Profiles", Pane::ScreenProfileList},
             {"actionKeypad_Setup", Pane::ScreenKeypadSetup}, {"actionAbout_ORVANE", Pane::ScreenAbout}};
-        for (const auto& [action, screen] : entries)
-            QTest::newRow(action) << action << screen;
-    }
-    // The entries are found by their object names.
-    void entriesShowTheirScreens()
-    {
-        QFETCH(QString, action);
-        QFETCH(int, screen);
-        QAction* entry = menu().findChild<QAction*>(action);
-        QVERIFY(entry);
-        entry->trigger();
-        QCOMPARE(m_shell->window->pane().currentScreen(), screen);
+        for (const auto& [action, screen] : entries) {
+            QAction* entry = menu().findChild<QAction*>(action);
+            QVERIFY2(entry, action);
+            entry->trigger();
+            QCOMPARE(pane().currentScreen(), screen);
+        }
     }
     void menusListTheirEntries_data()
     {

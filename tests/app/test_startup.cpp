@@ -11,8 +11,6 @@
 #include "scribblewidget.h"
 #include "transientpopup.h"
 
-#include <QLabel>
-
 class TestStartup : public QObject {
     Q_OBJECT
 

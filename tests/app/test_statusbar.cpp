@@ -1,7 +1,7 @@
 #include "statusbar.h"
 
-#include <QTimer>
 #include <QtTest>
+#include <QtWidgets>
 
 namespace {
 

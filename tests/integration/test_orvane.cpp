@@ -21,23 +21,18 @@ class TestOrvane : public QObject {
     std::unique_ptr<TestProcess> m_sim;
     std::unique_ptr<TestProcess> m_orvane;
 
-    void startSim()
-    {
-        m_sim = startUnitSim({"--no-tcp"}, m_environment);
-        QVERIFY(m_sim);
-    }
     // The console's answer starts with "ok", past the simulator's reports of what it was asked.
     QString simCommand(const QString& line)
     {
         m_sim->writeLine(line);
         return m_sim->waitForLine(QStringLiteral("ok "), kCommandMs);
     }
-    QString orvaneLine(const QString& text, int timeoutMs = kCommandMs)
+    bool reported(const QString& state, int timeoutMs = kCommandMs)
     {
-        const QString line = m_orvane->waitForLine(text, timeoutMs);
-        if (line.isEmpty())
+        const bool seen = !m_orvane->waitForLine("ipcChangedState " + state, timeoutMs).isEmpty();
+        if (!seen)
             qWarning("%s", qPrintable(m_orvane->transcript()));
-        return line;
+        return seen;
     }
 
 private slots:
@@ -47,33 +42,31 @@ private slots:
         m_environment.insert("QT_QPA_PLATFORM", "offscreen");
         for (const char* name : {"REMOTE_UI", "REMOTE_UI_PASS"})
             m_environment.remove(name);
-        // The link states are reported on the debug log.
         m_environment.insert("GUI_DEBUG", "true");
-        startSim();
+        m_sim = startUnitSim({"--no-tcp"}, m_environment);
+        QVERIFY(m_sim);
         m_orvane = std::make_unique<TestProcess>("orvane", QStringList(), m_environment, QProcess::StandardError);
         QVERIFY(m_orvane->start());
-        QVERIFY(!orvaneLine("ipcChangedState 2 0", kStartMs).isEmpty());
+        QVERIFY(reported("2 0", kStartMs));
     }
-
     void followsAFirmwareUpdate()
     {
         QCOMPARE(simCommand("update start Installing 4.3.0"), QString("ok update start sent to 1 session(s)"));
-        QVERIFY(!orvaneLine("ipcChangedState 3 0").isEmpty());
+        QVERIFY(reported("3 0"));
         QCOMPARE(simCommand("update finish"), QString("ok update finish sent to 1 session(s)"));
-        QVERIFY(!orvaneLine("ipcChangedState 2 0").isEmpty());
+        QVERIFY(reported("2 0"));
     }
-
     // A restarted unit that still has its factory password: reported once the link is back.
     void reconnectsToARestartedUnit()
     {
         QVERIFY(m_sim->stop());
-        QVERIFY(!orvaneLine("ipcChangedState 0 0").isEmpty());
-        startSim();
+        QVERIFY(reported("0 0"));
+        m_sim = startUnitSim({"--no-tcp"}, m_environment);
+        QVERIFY(m_sim);
         QCOMPARE(simCommand("defpwd on"), QString("ok defpwd on"));
-        QVERIFY(!orvaneLine("ipcChangedState 1 0", kReconnectMs).isEmpty());
-        QVERIFY(!orvaneLine("ipcChangedState 2 1").isEmpty());
+        QVERIFY(reported("1 0", kReconnectMs));
+        QVERIFY(reported("2 1"));
     }
-
     void cleanupTestCase()
     {
         m_orvane.reset();
