@@ -6,14 +6,8 @@ KeyButton::KeyButton(Key* key, QWidget* parent)
     : QPushButton(parent)
     , m_key(key)
 {
-    connect(this, &QAbstractButton::clicked, this, &KeyButton::clickHandler, Qt::DirectConnection);
     connect(this, &QAbstractButton::pressed, this, &KeyButton::pressHandler, Qt::DirectConnection);
     connect(this, &QAbstractButton::released, this, &KeyButton::releaseHandler, Qt::DirectConnection);
-}
-
-void KeyButton::clickHandler()
-{
-    emit clicked(*m_key);
 }
 
 void KeyButton::pressHandler()

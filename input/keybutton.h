@@ -16,12 +16,10 @@ public:
     const Key& key() const { return *m_key; }
 
 signals:
-    void clicked(Key& k);
     void pressed(Key& k);
     void released(Key& k);
 
 private slots:
-    void clickHandler();
     void pressHandler();
     void releaseHandler();
 

@@ -169,6 +169,7 @@ private slots:
         popup.showMessage(QStringLiteral("until tapped"), 0, 0);
         QCOMPARE(QApplication::activeModalWidget(), &popup);
         QTest::qWait(50);
+        QVERIFY(popup.isVisible());
         QTest::mouseClick(&popup, Qt::LeftButton);
         QVERIFY(!popup.isVisible());
     }

@@ -273,9 +273,39 @@ private slots:
         for (const char* label : {"a", "1", "7", "shift", "caps"})
             shown << pickBoardButton(board, label)->text();
         QCOMPARE(shown, captions);
-        QCOMPARE(pickBoardButton(board, "a")->geometry(), QRect(84, 54, 42, 27));
         QCOMPARE(pickBoardButton(board, "shift")->isChecked(), captions[3] == "SHIFT");
         QCOMPARE(pickBoardButton(board, "caps")->isChecked(), captions[4] == "CAPS");
+    }
+    // Each key of a page as "caption:column,row,width" in units of 21 by 27 pixels, in order.
+    void pagesShowEveryKeyInPlace()
+    {
+        QWidget area;
+        area.resize(640, 110);
+        PickBoard board(&area);
+        area.show();
+        const auto page = [&] {
+            QStringList keys;
+            for (const KeyButton* b : board.findChildren<KeyButton*>()) {
+                if (b->isVisibleTo(&board))
+                    keys << QString("%1:%2,%3,%4").arg(b->text()).arg(b->x() / 21).arg(b->y() / 27).arg(b->width() / 21);
+            }
+            return keys.join(' ');
+        };
+        const QString letters = QStringList{
+            "`:0,0,2 1:2,0,2 2:4,0,2 3:6,0,2 4:8,0,2 5:10,0,2 6:12,0,2 7:14,0,2 8:16,0,2 9:18,0,2 0:20,0,2 -:22,0,2 "
+            "=:24,0,2 <<:26,0,4",
+            "num:0,1,3 q:3,1,2 w:5,1,2 e:7,1,2 r:9,1,2 t:11,1,2 y:13,1,2 u:15,1,2 i:17,1,2 o:19,1,2 p:21,1,2 [:23,1,2 "
+            "]:25,1,2 \\:27,1,2",
+            "caps:0,2,4 a:4,2,2 s:6,2,2 d:8,2,2 f:10,2,2 g:12,2,2 h:14,2,2 j:16,2,2 k:18,2,2 l:20,2,2 ;:22,2,2 ':24,2,2 "
+            "enter:26,2,4",
+            "shift:0,3,5 z:5,3,2 x:7,3,2 c:9,3,2 v:11,3,2 b:13,3,2 n:15,3,2 m:17,3,2 ,:19,3,2 .:21,3,2 /:23,3,2 "
+            "space:25,3,5"}.join(' ');
+        QCOMPARE(page(), letters);
+        QVERIFY(clickPickBoard(board, {"num"}));
+        QCOMPARE(page(), QString("7:6,0,6 8:12,0,6 9:18,0,6 <<:26,0,4 alpha:0,1,4 4:6,1,6 5:12,1,6 6:18,1,6 "
+                                 "1:6,2,6 2:12,2,6 3:18,2,6 0:6,3,12 .:18,3,6"));
+        QVERIFY(clickPickBoard(board, {"alpha"}));
+        QCOMPARE(page(), letters);
     }
 };
 
