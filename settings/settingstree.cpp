@@ -15,11 +15,10 @@
 
 namespace settingstree {
 
+// The forms set the first column's width; a form cannot give each column its own.
 void setFixedColumns(QTreeWidget* tree)
 {
     tree->header()->setSectionResizeMode(QHeaderView::Fixed);
-    tree->header()->setStretchLastSection(false);
-    tree->setColumnWidth(0, 320);
     tree->setColumnWidth(1, 200);
 }
 

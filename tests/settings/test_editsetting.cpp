@@ -57,7 +57,7 @@ private slots:
         QTest::newRow("string") << "name=label default=Studio group=sysOptions" << "" << "string '' (Rack/Studio)"
             << "string 'Studio' (Studio/Studio)" << R"(<m n="setSysOptions"><s k="label">Studio</s></m>)";
         QTest::newRow("codec, local") << kEncoder << "2/local"
-            << "codec OP: Stereo Opus=opus, *G2: Mono G.722=g722 (G2: Mono G.722/OP: Stereo Opus) [ % ms]"
+            << "codec OP: Stereo Opus=opus, *G2: Mono G.722=g722 (G2: Mono G.722/OP: Stereo Opus) [  ]"
             << "codec *OP: Stereo Opus=opus, G2: Mono G.722=g722 (OP: Stereo Opus/OP: Stereo Opus) [Wideband 90% 20ms]"
             << R"(<m n="setProfile"><s k="id">2</s><m n="local"><m n="reset"><s k="name">encoder</s></m></m></m>)";
         // Only the remote end may follow the local encoder; its unknown value leaves the first entry, described.
