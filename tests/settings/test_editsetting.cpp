@@ -128,16 +128,12 @@ private slots:
         QTest::newRow("int steps") << gain << "" << "" << "Right Right Left" << "int -40 dB..12 dB [-40..12] = -5 dB (-6 dB/0 dB) save @spinValue";
         QTest::newRow("bool flips, Save takes the focus") << kRegister << "" << "" << "Left"
             << "bool 'Register' off (Register/Do Not Register) save @buttonSave";
-        QTest::newRow("bool back to the stored value") << kRegister << "" << "" << "Left Right"
-            << "bool 'Register' on (Register/Do Not Register) @checkValue";
         QTest::newRow("string cursor") << label << "" << "" << "Left Left" << "string 'Rack' (Rack/Studio) 2 @lineValue";
         QTest::newRow("select") << kMode << "" << "buttonCancel" << "Left" << "select *Off=off, Low=low (Low/Off) save @comboValue";
-        QTest::newRow("Enter in the open list") << kMode << "" << "" << "Popup Up Enter" << "select *Off=off, Low=low (Low/Off) save @comboValue";
         QTest::newRow("codec") << kEncoder << "2/local" << "" << "Right Left"
             << "codec *OP: Stereo Opus=opus, G2: Mono G.722=g722 (G2: Mono G.722/OP: Stereo Opus) [Wideband 90% 20ms] save @comboCodec";
         QTest::newRow("Enter on Default") << gain << "" << "buttonDefault" << "Enter" << "int -40 dB..12 dB [-40..12] = 0 dB (0 dB/0 dB) save @spinValue";
         QTest::newRow("Enter on Clear") << label << "" << "buttonStringClear" << "Enter" << "string '' (Rack/Studio) 0 save @lineValue";
-        QTest::newRow("Enter on the text") << label << "" << "" << "Enter" << "string 'Rack' (Rack/Studio) 4 @lineValue";
         QTest::newRow("Down leaves the input") << gain << "" << "" << "Down" << "int -40 dB..12 dB [-40..12] = -6 dB (-6 dB/0 dB) @buttonDefault";
     }
 
