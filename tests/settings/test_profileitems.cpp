@@ -22,12 +22,12 @@ const Message kOptions = cachefeeder::optionList("channelOpts", {
     "name=port type=int default=9000 display_name=Port channel=rtp_udp_mux"});
 
 // Profile 1, a factory profile on the IP channel, and profile 2 on `channel2` with the line mode given.
-void answerProfiles(const std::string& channel2 = "pots", const std::string& lineMode = "v34")
+void answerProfiles(const std::string& channel2 = "pots", const std::string& lineMode = "v34", const std::string& jitter1 = "80")
 {
     cachefeeder::answer("profileList", R"(<m n="profileList">
   <m n="profile"><i k="id">1</i><b k="factory">true</b>
     <m n="settings"><s k="name">Factory IP</s><s k="channel">rtp_udp_mux</s><s k="visible">true</s></m>
-    <m n="local"><s k="jitter">80</s></m><m n="remote"><s k="jitter">40</s></m></m>
+    <m n="local"><s k="jitter">)" + jitter1 + R"(</s></m><m n="remote"><s k="jitter">40</s></m></m>
   <m n="profile"><i k="id">2</i>
     <m n="settings"><s k="name">Studio &lt;B&gt;</s><s k="channel">)" + channel2 + R"(</s></m>
     <m n="local"><s k="line_mode">)" + lineMode + R"(</s></m></m></m>)");
@@ -113,6 +113,9 @@ private slots:
         QCOMPARE(tree->topLevelItem(1)->child(0), lineMode);
         QCOMPARE(tree->currentItem(), visible);
 
+        items.populateItems(1, true);
+        answerProfiles("pots", "v34", "70");
+        QCOMPARE(tree->topLevelItem(1)->child(0)->text(1), QString("70"));
         items.populateItems(2, false);
         answerProfiles("rtp_udp_mux");
         QCOMPARE(cachefeeder::outline(tree), QString("~Global Settings: Profile Name=Studio <B>(b), Channel=IP (UDP)(b), "
