@@ -1,10 +1,15 @@
 // The remote list and the remote editor driven from the keypad, with the shell in this process
-// against the simulated unit over the real socket: a call made and ended, a remote added and
-// deleted, as the operator sees them and as the unit is asked.
+// against the simulated unit over the real socket: a call made and ended, its statistics filled
+// from the unit's notifications, a remote added and deleted, as the operator sees them and as the
+// unit is asked.
+#include "channelgrapher.h"
+#include "channelstats.h"
+#include "delaysamples.h"
 #include "mainwindow.h"
 #include "menu.h"
 #include "peeredit.h"
 #include "peerlist.h"
+#include "peerstats.h"
 #include "shellsession.h"
 
 #include <QtTest>
@@ -28,7 +33,7 @@ private:
 
 void TestRemotes::initTestCase()
 {
-    QVERIFY(m_shell.start());
+    QVERIFY(m_shell.start({"--stats-rate", "200"}));
 
     m_list = m_shell.screen<PeerList>(Pane::ScreenPeerList);
     m_editor = m_shell.screen<PeerEdit>(Pane::ScreenPeerAdd);
@@ -57,6 +62,20 @@ void TestRemotes::callWithTheKeypad()
     QVERIFY2(!m_shell.simEvent("event call 1 connected").isEmpty(), qPrintable(m_shell.sim().transcript()));
     QTRY_COMPARE_WITH_TIMEOUT(studio->text(0), QString("Studio A\nConnected"), ShellSession::kCommandMs);
     QVERIFY(m_list->getAnyActive());
+    QVERIFY(m_list->buttonDisconnect->hasFocus());
+
+    auto* peers = m_shell.screen<PeerStats>(Pane::ScreenPeerStats);
+    auto* channels = m_shell.screen<ChannelStats>(Pane::ScreenChannelStats);
+    m_shell.window().pane().showScreen(Pane::ScreenPeerStats);
+    QTRY_COMPARE(peers->comboMode->currentText(), QString("Studio A"));
+    QTRY_VERIFY(validDelaySamples(peers->delayGraph(), 1) >= 3);
+    QVERIFY(peers->treeStats->topLevelItem(0)->text(1).startsWith("0:00:0"));
+    QVERIFY(peers->treeStats->topLevelItem(5)->text(1).endsWith(" kbps"));
+    m_shell.window().pane().showScreen(Pane::ScreenChannelStats);
+    QTRY_COMPARE(channels->comboMode->currentData().toString(), QString("rtp_udp_mux"));
+    QTRY_VERIFY(channels->treeStats->topLevelItem(2)->text(1).endsWith("KB"));
+    QVERIFY(channels->receiveGraph().hasHistory(channels->keyOf("rtp_udp_mux")));
+    m_shell.window().pane().showScreen(Pane::ScreenPeerList);
     QVERIFY(m_list->buttonDisconnect->hasFocus());
 
     m_shell.key(Qt::Key_Enter);

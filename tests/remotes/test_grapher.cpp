@@ -58,7 +58,6 @@ private slots:
     void ringOfSamplesOldestFirst();
     void rangeSpansSeriesAndZero_data();
     void rangeSpansSeriesAndZero();
-    void pruneAndErase();
     void levelRunsKeepTheirEnds_data();
     void levelRunsKeepTheirEnds();
     void shapes_data();
@@ -86,6 +85,13 @@ void TestGrapher::ringOfSamplesOldestFirst()
     grapher.drawn.clear();
     grapher.draw(1, nullptr, nullptr, &min, &max);
     QCOMPARE(grapher.drawn, (std::vector<Grapher::Sample>{{2}, {3}, {4}}));
+
+    grapher.add(2, {2});
+    grapher.add(3, {3});
+    grapher.prune({1, 3, 4});
+    grapher.erase(3);
+    QCOMPARE((std::vector<bool>{grapher.hasHistory(1), grapher.hasHistory(2), grapher.hasHistory(3), grapher.hasHistory(4)}),
+             (std::vector<bool>{true, false, false, false}));
 }
 
 void TestGrapher::rangeSpansSeriesAndZero_data()
@@ -113,17 +119,6 @@ void TestGrapher::rangeSpansSeriesAndZero()
     grapher.range(3, &min, &max);
     QTEST(min, "min");
     QTEST(max, "max");
-}
-
-void TestGrapher::pruneAndErase()
-{
-    RecordingGrapher grapher;
-    for (uint32_t key : {1u, 2u, 3u})
-        grapher.add(key, {int(key)});
-    grapher.prune({1, 3, 4});
-    grapher.erase(3);
-    QCOMPARE((std::vector<bool>{grapher.hasHistory(1), grapher.hasHistory(2), grapher.hasHistory(3), grapher.hasHistory(4)}),
-             (std::vector<bool>{true, false, false, false}));
 }
 
 void TestGrapher::levelRunsKeepTheirEnds_data()
@@ -211,9 +206,9 @@ void TestGrapher::shapes()
     QTEST(newestPoints, "points");
 }
 
-// The reference: each rectangle list filled and stroked in one call, every polyline point by
-// point, as the shapes are described. Key 7 has negative delays, key 8 none; each graph is
-// painted twice, as a screen repaints.
+// The reference: each rectangle list filled and stroked in one call, the polyline point by point,
+// as the shapes are described. Negative delays bring the zero line; painted twice, as a screen
+// repaints.
 void TestGrapher::samePixelsAsStrokingEachShape()
 {
     Graphs graphs;
@@ -223,74 +218,54 @@ void TestGrapher::samePixelsAsStrokingEachShape()
         const bool negative = i % 17 == 0;
         graphs.delay.addSample(7, negative ? -2 : 3 + below(3), i % 30 < 10 ? 4 : 3 + below(2), negative ? 1 : below(3),
                                below(10) != 0);
-        graphs.delay.addSample(8, 3 + below(3), 4, below(3), true);
-        graphs.percent.addSample(7, below(200), i % 20 < 10 ? 0 : below(100), below(150));
-        graphs.channel.addSample(7, 100000 + below(50000), below(30000));
     }
-    const std::pair<QColor, QPen> bars(QColor(10, 100, 240), QPen(QColor(10, 75, 200), 0));
-    const std::pair<QColor, QPen> bands(QColor(50, 150, 180), QPen(QColor(50, 100, 155), 0));
-    const std::pair<QColor, QPen> red(QColor(240, 10, 10), QPen(QColor(200, 10, 10), 1));
-    const struct {
-        GraphWidget* graph;
-        uint32_t key;
-        QVector<std::pair<QColor, QPen>> rects;
-        QVector<QPen> lines;
-    } styles[] = {
-        {&graphs.delay, 7, {bars, bands, red}, {QPen(QColor(10, 255, 75), 2)}},
-        {&graphs.delay, 8, {bars, bands, red}, {QPen(QColor(10, 255, 75), 2)}},
-        {&graphs.percent, 7, {red}, {QPen(QColor(200, 175, 30), 2), QPen(QColor(100, 175, 240), 1)}},
-        {&graphs.channel, 7, {bars, bands}, {}},
-    };
-    for (const auto& style : styles) {
-        GraphWidget& graph = *style.graph;
-        QCOMPARE(graph.size(), kPlaceholder);
-        graph.setKey(style.key);
-        QImage reference(graph.size(), QImage::Format_RGB32);
-        reference.fill(graph.palette().window().color());
-        QPainter painter(&reference);
-        painter.setPen(GraphWidget::framePen());
-        painter.setBrush(QColor(30, 30, 30));
-        painter.drawRect(0, 0, 600, 120);
-        QVector<Grapher::RectList> rects(style.rects.size());
-        QVector<Grapher::PointList> points(style.lines.size());
-        int min = 0;
-        int max = 0;
-        graph.draw(style.key, points.data(), rects.data(), &min, &max);
-        for (int i = 0; i < rects.size(); ++i) {
-            painter.setPen(style.rects[i].second);
-            painter.setBrush(style.rects[i].first);
-            painter.drawRects(rects[i]);
-        }
-        painter.setBrush(Qt::NoBrush);
-        for (int i = 0; i < points.size(); ++i) {
-            painter.setPen(style.lines[i]);
-            painter.drawPolyline(points[i].constData(), points[i].size());
-        }
-        // Negative delays bring the zero line.
-        if (&graph == &graphs.delay && min < 0) {
-            const int zeroY = 120 - 120 * (0 - min) / (max - min);
-            painter.setPen(GraphWidget::framePen());
-            painter.drawLine(0, zeroY, 600, zeroY);
-        }
-        painter.end();
-        QImage image(graph.size(), QImage::Format_RGB32);
-        graph.render(&image);
-        graph.render(&image);
-        // The plot with its frame; the labels beside it are text, rendered by the platform.
-        const QRect plot(0, 0, 601, 121);
-        QVERIFY2(image.copy(plot) == reference.copy(plot), graph.metaObject()->className());
-        // Each label leaves ink beside the plot: at the top, around the middle and at the bottom.
-        const auto inked = [&](int top) {
-            for (int y = top; y < top + 12; ++y) {
-                for (int x = 602; x < 640; ++x) {
-                    if (image.pixel(x, y) != reference.pixel(x, y))
-                        return true;
-                }
+    const std::pair<QColor, QPen> styles[] = {{QColor(10, 100, 240), QPen(QColor(10, 75, 200), 0)},
+                                              {QColor(50, 150, 180), QPen(QColor(50, 100, 155), 0)},
+                                              {QColor(240, 10, 10), QPen(QColor(200, 10, 10), 1)}};
+    GraphWidget& graph = graphs.delay;
+    QCOMPARE(graph.size(), kPlaceholder);
+    graph.setKey(7);
+    QImage reference(graph.size(), QImage::Format_RGB32);
+    reference.fill(graph.palette().window().color());
+    QPainter painter(&reference);
+    painter.setPen(GraphWidget::framePen());
+    painter.setBrush(QColor(30, 30, 30));
+    painter.drawRect(0, 0, 600, 120);
+    Grapher::RectList rects[3];
+    Grapher::PointList points[1];
+    int min = 0;
+    int max = 0;
+    graph.draw(7, points, rects, &min, &max);
+    for (int i = 0; i < 3; ++i) {
+        painter.setPen(styles[i].second);
+        painter.setBrush(styles[i].first);
+        painter.drawRects(rects[i]);
+    }
+    painter.setBrush(Qt::NoBrush);
+    painter.setPen(QPen(QColor(10, 255, 75), 2));
+    painter.drawPolyline(points[0].constData(), points[0].size());
+    QVERIFY(min < 0);
+    const int zeroY = 120 - 120 * (0 - min) / (max - min);
+    painter.setPen(GraphWidget::framePen());
+    painter.drawLine(0, zeroY, 600, zeroY);
+    painter.end();
+    QImage image(graph.size(), QImage::Format_RGB32);
+    graph.render(&image);
+    graph.render(&image);
+    // The plot with its frame; the labels beside it are text, rendered by the platform.
+    const QRect plot(0, 0, 601, 121);
+    QVERIFY(image.copy(plot) == reference.copy(plot));
+    // Each label leaves ink beside the plot: at the top, around the middle and at the bottom.
+    const auto inked = [&](int top) {
+        for (int y = top; y < top + 12; ++y) {
+            for (int x = 602; x < 640; ++x) {
+                if (image.pixel(x, y) != reference.pixel(x, y))
+                    return true;
             }
-            return false;
-        };
-        QVERIFY(inked(0) && inked(55) && inked(108));
-    }
+        }
+        return false;
+    };
+    QVERIFY(inked(0) && inked(55) && inked(108));
 }
 
 void TestGrapher::labels_data()
