@@ -7,15 +7,6 @@
 
 namespace {
 
-// A directory entry goes with the first record.
-void feedPeers(const QStringList& records, const QString& directory = QString())
-{
-    Message list = withChildren("peerList", "peer", records);
-    if (!directory.isEmpty())
-        list.get_child("peer", 0).add_child(Message("directory", Params(directory.toUtf8().constData())));
-    answer("peerList", list);
-}
-
 // A row's text, then its detail rows, joined by '|'.
 QString rowTexts(const QTreeWidgetItem* row)
 {
