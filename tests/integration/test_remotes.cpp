@@ -24,7 +24,10 @@ private slots:
     void deleteRemoteAfterYes();
 
 private:
-    QTreeWidgetItem* row(const QString& name) const;
+    QTreeWidgetItem* row(const QString& name) const
+    {
+        return m_list->peerTree->findItems(name, Qt::MatchStartsWith).value(0);
+    }
 
     ShellSession m_shell;
     PeerList* m_list = nullptr;
@@ -39,16 +42,6 @@ void TestRemotes::initTestCase()
     m_editor = m_shell.screen<PeerEdit>(Pane::ScreenPeerAdd);
     QVERIFY(m_list && m_editor);
     QTRY_COMPARE(m_list->peerTree->topLevelItemCount(), 4);
-}
-
-QTreeWidgetItem* TestRemotes::row(const QString& name) const
-{
-    for (int i = 0; i < m_list->peerTree->topLevelItemCount(); ++i) {
-        QTreeWidgetItem* item = m_list->peerTree->topLevelItem(i);
-        if (item->text(0).section(QLatin1Char('\n'), 0, 0) == name)
-            return item;
-    }
-    return nullptr;
 }
 
 void TestRemotes::callWithTheKeypad()
