@@ -19,11 +19,6 @@ inline Message withChildren(const char* name, const char* childName, const QStri
     return msg;
 }
 
-inline void answer(const char* seq, const char* childName, const QStringList& children)
-{
-    answer(seq, withChildren(seq, childName, children));
-}
-
 inline void notify(const char* id, const char* childName, const QStringList& children)
 {
     QMutexLocker lock(g_ipcClient.mutex());
