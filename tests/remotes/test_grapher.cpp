@@ -183,8 +183,8 @@ private slots:
     }
 
     // The reference: each rectangle list filled and stroked in one call, the polyline point by point,
-    // as the shapes are described. Negative delays bring the zero line; painted twice, as a screen
-    // repaints.
+    // as the shapes are described. Negative delays bring the zero line. Painted again after the next
+    // sample, which moves every column: nothing of the first painting may remain.
     void samePixelsAsStrokingEachShape()
     {
         Graphs graphs;
@@ -200,6 +200,9 @@ private slots:
                                                   {QColor(240, 10, 10), QPen(QColor(200, 10, 10), 1)}};
         GraphWidget& graph = graphs.delay;
         graph.setKey(7);
+        QImage image(graph.size(), QImage::Format_RGB32);
+        graph.render(&image);
+        graphs.delay.addSample(7, 5, 4, 2, true);
         QImage reference(graph.size(), QImage::Format_RGB32);
         reference.fill(graph.palette().window().color());
         QPainter painter(&reference);
@@ -224,8 +227,6 @@ private slots:
         painter.setPen(GraphWidget::framePen());
         painter.drawLine(0, zeroY, 600, zeroY);
         painter.end();
-        QImage image(graph.size(), QImage::Format_RGB32);
-        graph.render(&image);
         graph.render(&image);
         // The plot with its frame; the labels beside it are text, rendered by the platform.
         const QRect plot(0, 0, 601, 121);
