@@ -112,8 +112,6 @@ private slots:
         QTRY_COMPARE_WITH_TIMEOUT(buttons(m_browser.get()), QString("010100"), kLoadMs);
         QCOMPARE(m_browser->lineURL->text(), m_server->url("/").toString());
         key(Qt::Key_Right, false);
-        QTest::qWait(100);
-        QCOMPARE(m_browser->webView->url(), m_server->url("/"));
         key(Qt::Key_Right);
         QTRY_COMPARE_WITH_TIMEOUT(m_browser->webView->url(), m_server->url("/terms"), kLoadMs);
         QTest::mouseClick(m_browser->buttonHome, Qt::LeftButton);
@@ -133,8 +131,6 @@ private slots:
         QFETCH(QString, title);
 
         onDialog([this, answer](WebAuth& dialog) {
-            QCOMPARE(dialog.pos(), QPoint(0, 0));
-            QVERIFY(dialog.windowFlags() & Qt::FramelessWindowHint);
             QCOMPARE(dialog.focusWidget(), dialog.lineUsername);
             // Up and Down walk the dialog's fields, not the page waiting under it.
             for (auto [keycode, field] : {std::pair(Qt::Key_Down, dialog.linePassword), std::pair(Qt::Key_Left, dialog.linePassword),
