@@ -131,6 +131,8 @@ private slots:
         QFETCH(QString, title);
 
         onDialog([this, answer](WebAuth& dialog) {
+            QCOMPARE(dialog.pos(), QPoint(0, 0));
+            QVERIFY(dialog.windowFlags() & Qt::FramelessWindowHint);
             QCOMPARE(dialog.focusWidget(), dialog.lineUsername);
             // Up and Down walk the dialog's fields, not the page waiting under it.
             for (auto [keycode, field] : {std::pair(Qt::Key_Down, dialog.linePassword), std::pair(Qt::Key_Left, dialog.linePassword),
