@@ -6,7 +6,6 @@
 #include <QCoreApplication>
 #include <QFile>
 #include <QKeyEvent>
-#include <QMutexLocker>
 #include <QTextDocument>
 
 namespace {
@@ -69,10 +68,9 @@ void AboutWidget::handleKey(int keycode, bool pressed, bool repeat)
 
 void AboutWidget::updateVersion()
 {
-    QMutexLocker lock(g_ipcClient.mutex());
-    const Message *version = g_ipcClient.getResponse("version");
-    if (!version)
+    Message version;
+    if (!g_ipcClient.copyResponse("version", version))
         return;
-    labelVersion->setText(QString::fromStdString(version->params().get_string("version", "")));
-    labelNodeID->setText(QString::fromStdString(version->params().get_string("node_id", "")));
+    labelVersion->setText(QString::fromStdString(version.params().get_string("version", "")));
+    labelNodeID->setText(QString::fromStdString(version.params().get_string("node_id", "")));
 }

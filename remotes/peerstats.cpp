@@ -92,10 +92,8 @@ PeerStats::PeerStats(QWidget* parent)
     for (const Row& row : kRows)
         labels << tr(row.label);
     setUpTable(treeStats, labels);
-    for (int i = 0; i < kRowCount; ++i) {
-        treeStats->topLevelItem(i)->setData(0, Qt::UserRole, kRows[i].advanced);
+    for (int i = 0; i < kRowCount; ++i)
         treeStats->topLevelItem(i)->setHidden(kRows[i].advanced);
-    }
     m_delayGraph = new DelayGrapher(graphTop);
     m_percentGraph = new PercentGrapher(graphBottom);
 

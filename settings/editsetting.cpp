@@ -130,8 +130,13 @@ void EditSetting::showCodecDetails(const std::string& codecId)
         if (codec.get_string("id", "") != codecId)
             continue;
         labelCodecDescription->setText(QString::fromStdString(codec.get_string("descr", "")));
-        labelCodecQuality->setText(QString::fromStdString(codec.get_string("quality", "")) + QStringLiteral("%"));
-        labelCodecDelay->setText(QString::fromStdString(codec.get_string("delay", "")) + QStringLiteral("ms"));
+        // A codec that does not state its quality or delay shows nothing rather than a bare unit.
+        const auto withUnit = [&codec](const char* key, const char* unit) {
+            const QString value = QString::fromStdString(codec.get_string(key, ""));
+            return value.isEmpty() ? value : value + QLatin1String(unit);
+        };
+        labelCodecQuality->setText(withUnit("quality", "%"));
+        labelCodecDelay->setText(withUnit("delay", "ms"));
         return;
     }
     labelCodecDescription->clear();

@@ -15,10 +15,10 @@
 
 namespace settingstree {
 
+// A form cannot give each column its own width.
 void setFixedColumns(QTreeWidget* tree)
 {
     tree->header()->setSectionResizeMode(QHeaderView::Fixed);
-    tree->header()->setStretchLastSection(false);
     tree->setColumnWidth(0, 320);
     tree->setColumnWidth(1, 200);
 }
@@ -28,7 +28,6 @@ void setFixedColumns(QTreeWidget* tree)
 void fill(QTreeWidget* tree, SettingGroupList&& groups, const std::function<void(QTreeWidgetItem*)>& decorate)
 {
     QList<QTreeWidgetItem*> groupRows;
-    groupRows.reserve(groups.groupCount());
     for (int g = 0; g < groups.groupCount(); ++g) {
         auto* groupRow = new QTreeWidgetItem(QTreeWidgetItem::Type);
         groupRow->setText(0, QString::fromStdString(groups.groupTitle(g)));
@@ -41,7 +40,7 @@ void fill(QTreeWidget* tree, SettingGroupList&& groups, const std::function<void
     // Every group open; their options have no rows below them.
     tree->expandAll();
     QTreeWidgetItem* firstGroup = tree->topLevelItem(0);
-    if (!tree->currentItem() && firstGroup && firstGroup->childCount() > 0)
+    if (firstGroup)
         tree->setCurrentItem(firstGroup->child(0));
 }
 

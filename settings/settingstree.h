@@ -15,8 +15,8 @@ namespace settingstree {
 // Names 320 and values 200 pixels wide, whatever the tree's width.
 void setFixedColumns(QTreeWidget* tree);
 
-// Appends one expanded group row per group with its option rows, and makes the first option row
-// current when the tree has no current row. `decorate` sees every group and option row before the
+// Fills a cleared tree with one expanded group row per group with its option rows, and makes the
+// first option row current. `decorate` sees every group and option row before the
 // tree holds it (an option row already has its group as parent).
 void fill(QTreeWidget* tree, SettingGroupList&& groups, const std::function<void(QTreeWidgetItem*)>& decorate);
 // Re-reads every option row's value in place, without rebuilding the rows.

@@ -41,17 +41,12 @@ void TunnelConnection::parseConnNode(const Message& conn)
     g_log.log(LOG_DEBUG, "TunnelConnection::parseConnNode: %d:%d", m_li, m_ri);
 }
 
-bool TunnelConnection::updateConnectionStatus(const Message& conn)
+void TunnelConnection::updateConnectionStatus(const Message& conn)
 {
     const Params& params = conn.params();
-    const std::string ldesc = params.get_string("ldesc", "");
-    const std::string rdesc = params.get_string("rdesc", "");
-    const std::string name = params.get_string("name", "");
-    const bool changed = ldesc != m_ldesc || rdesc != m_rdesc || name != m_name;
-    m_ldesc = ldesc;
-    m_rdesc = rdesc;
-    m_name = name;
+    m_ldesc = params.get_string("ldesc", "");
+    m_rdesc = params.get_string("rdesc", "");
+    m_name = params.get_string("name", "");
     g_log.log(LOG_DEBUG, "TunnelConnection::updateConnectionStatus: %d:%d ldesc=%s rdesc=%s name=%s", m_li, m_ri,
               m_ldesc.c_str(), m_rdesc.c_str(), m_name.c_str());
-    return changed;
 }

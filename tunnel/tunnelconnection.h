@@ -32,8 +32,8 @@ public:
 
     // Re-reads interfaces and link statistics from a "conn" whose uid is this one's.
     void parseConnNode(const Message& conn);
-    // Takes the descriptive texts of a "conn" for this connection; true when they changed.
-    bool updateConnectionStatus(const Message& conn);
+    // Takes the descriptive texts of a "conn" for this connection.
+    void updateConnectionStatus(const Message& conn);
 
     const TunnelLinkStats& tx() const { return m_tx; }
     const TunnelLinkStats& rx() const { return m_rx; }

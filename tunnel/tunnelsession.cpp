@@ -39,25 +39,23 @@ TunnelSession::~TunnelSession()
     clear();
 }
 
-bool TunnelSession::updateSessionStatus(const Message& sess)
+void TunnelSession::updateSessionStatus(const Message& sess)
 {
     const Params& params = sess.params();
     if (params.get_int("sid", 0) != m_sid)
-        return false;
+        return;
     m_active = params.get_bool("active", false);
     m_protected = params.get_bool("protected", false);
     m_encrypted = params.get_bool("encrypted", false);
     m_state = params.get_string("state", "");
     g_log.log(LOG_DEBUG, "TunnelSession::updateSessionStatus: active=%s protected=%s encrypted=%s state=%s",
               tunnellog::text(m_active), tunnellog::text(m_protected), tunnellog::text(m_encrypted), m_state.c_str());
-    bool changed = false;
     for (unsigned int i = 0; i < sess.num_children("conn"); ++i) {
         const Message& conn = sess.get_child("conn", i);
         g_log.log(LOG_DEBUG, "update session status.. update connection...");
         if (TunnelConnection* connection = findOrCreateConnection(conn))
-            changed |= connection->updateConnectionStatus(conn);
+            connection->updateConnectionStatus(conn);
     }
-    return changed;
 }
 
 bool TunnelSession::updateDelays(const Message& sess)

@@ -31,8 +31,8 @@ public:
     TunnelSession(int sid, const std::string& addr, QObject* parent = nullptr);
     ~TunnelSession() override;
 
-    // State and connection texts from a status "sess"; true when a connection's texts changed.
-    bool updateSessionStatus(const Message& sess);
+    // State and connection texts from a status "sess".
+    void updateSessionStatus(const Message& sess);
     // Delays from a "tun_stats" "sess"; true when any value changed.
     bool updateDelays(const Message& sess);
     // Rates, connections and buttons from a "tun_stats" "sess"; true when the set or the order

@@ -10,32 +10,24 @@ namespace {
 
 QByteArray portalPage(const QString& title)
 {
-    return QStringLiteral(
-               "<html><head><title>%1</title></head>"
-               "<body style=\"font-family: Arial, sans-serif\">"
-               "<h1><img src=\"/logo.svg\" alt=\"\" style=\"vertical-align: middle\"> Riverside Press Centre</h1>"
-               "<p>Welcome to the guest network. Sign in to reach the internet.</p>"
-               "<p><a id=\"signin\" href=\"/login\">Sign in with your media pass</a></p>"
-               "<p><a id=\"next\" href=\"/terms\">Terms of use</a></p>"
-               "<p>Room number: <input id=\"room\" type=\"text\"></p>"
-               "</body></html>")
+    return QStringLiteral("<html><head><title>%1</title></head><body style=\"font-family: Arial, sans-serif\">"
+                          "<h1><img src=\"/logo.svg\" alt=\"\" style=\"vertical-align: middle\"> Riverside Press Centre</h1>"
+                          "<p>Welcome to the guest network. Sign in to reach the internet.</p><p><a id=\"signin\" "
+                          "href=\"/login\">Sign in with your media pass</a></p><p><a id=\"next\" href=\"/terms\">Terms of use</a>"
+                          "</p><p>Room number: <input id=\"room\" type=\"text\"></p></body></html>")
         .arg(title.toHtmlEscaped())
         .toUtf8();
 }
 
-const QByteArray kOnlinePage =
-    "<html><head><title>Signed in</title></head><body style=\"font-family: Arial, sans-serif\">"
-    "<h1>You are online</h1><p>Internet access granted for 24 hours.</p></body></html>";
+const QByteArray kOnlinePage = "<html><head><title>Signed in</title></head><body style=\"font-family: Arial, sans-serif\">"
+                               "<h1>You are online</h1><p>Internet access granted for 24 hours.</p></body></html>";
 // Runs script: writes into the page, then tries to copy a field to the clipboard.
-const QByteArray kScriptPage =
-    "<html><head><title>Script</title></head><body><p id=\"ran\">no</p><input id=\"field\" value=\"from the page\">"
-    "<script>document.getElementById('ran').textContent = 'yes';"
-    "document.getElementById('field').select(); document.execCommand('copy');</script></body></html>";
-const QByteArray kLogo =
-    "<svg xmlns=\"http://www.w3.org/2000/svg\" width=\"48\" height=\"48\"><rect width=\"48\" height=\"48\" rx=\"8\" "
-    "fill=\"#1f5f99\"/><path d=\"M10 34 L24 12 L38 34 Z\" fill=\"#f2b134\"/></svg>";
-const QByteArray kRefusedPage =
-    "<html><head><title>Unauthorized</title></head><body><h1>401 Unauthorized</h1></body></html>";
+const QByteArray kScriptPage = "<html><head><title>Script</title></head><body><p id=\"ran\">no</p><input id=\"field\" "
+                               "value=\"from the page\"><script>document.getElementById('ran').textContent = 'yes';"
+                               "document.getElementById('field').select(); document.execCommand('copy');</script></body></html>";
+const QByteArray kLogo = "<svg xmlns=\"http://www.w3.org/2000/svg\" width=\"48\" height=\"48\"><rect width=\"48\" height=\"48\" "
+                         "rx=\"8\" fill=\"#1f5f99\"/><path d=\"M10 34 L24 12 L38 34 Z\" fill=\"#f2b134\"/></svg>";
+const QByteArray kRefusedPage = "<html><head><title>Unauthorized</title></head><body><h1>401 Unauthorized</h1></body></html>";
 
 } // namespace
 

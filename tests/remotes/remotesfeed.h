@@ -6,6 +6,7 @@
 
 #include <QEvent>
 #include <QStringList>
+#include <QTreeWidget>
 
 using namespace cachefeeder;
 
@@ -18,15 +19,28 @@ inline Message withChildren(const char* name, const char* childName, const QStri
     return msg;
 }
 
-inline void answer(const char* seq, const char* childName, const QStringList& children)
-{
-    answer(seq, withChildren(seq, childName, children));
-}
-
 inline void notify(const char* id, const char* childName, const QStringList& children)
 {
     QMutexLocker lock(g_ipcClient.mutex());
     g_ipcClient.process_unso_id(id, withChildren(id, childName, children));
+}
+
+// The remote list; a directory entry goes with the first record.
+inline void feedPeers(const QStringList& records, const QString& directory = QString())
+{
+    Message list = withChildren("peerList", "peer", records);
+    if (!directory.isEmpty())
+        list.get_child("peer", 0).add_child(Message("directory", Params(directory.toUtf8().constData())));
+    answer("peerList", list);
+}
+
+// Each row's two columns as "name=value".
+inline QStringList treeRows(const QTreeWidget* tree)
+{
+    QStringList shown;
+    for (int row = 0; row < tree->topLevelItemCount(); ++row)
+        shown << tree->topLevelItem(row)->text(0) + '=' + tree->topLevelItem(row)->text(1);
+    return shown;
 }
 
 // Whether the requests are these: each a name and its parameters in "key:type=value" text.

@@ -18,7 +18,7 @@ void feedActive(const QStringList& names)
     QStringList records;
     for (int i = 0; i < names.size(); ++i)
         records << QStringLiteral("id:i=%1 name=\"%2\" active:b=%3").arg(i + 1).arg(names[i]).arg(names[i].startsWith('-') ? "false" : "true");
-    answer("peerList", "peer", records);
+    feedPeers(records);
 }
 
 } // namespace
@@ -27,140 +27,124 @@ class TestPeerStats : public QObject {
     Q_OBJECT
 
 private slots:
-    void table();
-    void selector_data();
-    void selector();
-    void samplesForEveryRemote();
-};
-
-void TestPeerStats::table()
-{
-    PeerStats screen;
-    feedActive({"Studio A", "OB Van"});
-    notify("peer_stats", "peer",
-           {"id:i=1 callTime:u=3725 delayOut:i=450 delayIn:i=-15 frameLossRate:u=4 remoteLoss:u=1000 "
-            "rxPayload:u=1234567 rxOverhead:u=12800 rxRTCP:u=800 txPayload:u=64000 txOverhead:u=100 txRTCP:u=50 "
-            "rtt:i=301 bufferDelay:i=400 bufferDesiredDelay:i=420 packetJitter:i=55 bufferMaxDev:i=81 "
-            "pktOutlierRate:u=1 pktDupRate:u=2 pktOOORate:u=3 pktRtxRate:u=5 frameLateRate:u=6 insertRate:u=7 "
-            "corrUpRate:u=8 corrDownRate:u=9 effTxBitrate:u=130000 effRxBitrate:u=125999",
-            peer(2, 99)});
-    const QStringList expected{
-        "Call Duration=1:02:05", "Transmit Delay=45.0 ms", "Receive Delay=-1.5 ms", "Frame Loss Rate=0.4%",
-        "Remote Loss Rate=100.0%", "Receive Rate=1234.5 kbps", "Receive Overhead=13.6 kbps", "Transmit Rate=64.0 kbps",
-        "Transmit Overhead=0.1 kbps", "Network RTT=30.1 ms", "Buffer Delay=40.0 ms", "Desired Delay=42.0 ms",
-        "Packet Jitter=5.5 ms", "Delay Max Deviation=8.1 ms", "Packet Outlier Rate=0.1%", "Packet Duplication Rate=0.2%",
-        "Packet Out-of-Order Rate=0.3%", "Packet Recovery Rate=0.5%", "Frame Late Rate=0.6%", "Insert Rate=0.7%",
-        "Correction Rate (up)=0.8%", "Correction Rate (down)=0.9%", "Effective Bitrate (TX)=130.0 kbps",
-        "Effective Bitrate (RX)=125.9 kbps"};
-    QStringList shown;
-    for (int row = 0; row < screen.treeStats->topLevelItemCount(); ++row) {
-        const QTreeWidgetItem* item = screen.treeStats->topLevelItem(row);
-        shown << item->text(0) + '=' + item->text(1);
+    void table()
+    {
+        PeerStats screen;
+        feedActive({"Studio A", "OB Van"});
+        notify("peer_stats", "peer",
+               {"id:i=1 callTime:u=3725 delayOut:i=450 delayIn:i=-15 frameLossRate:u=4 remoteLoss:u=1000 "
+                "rxPayload:u=1234567 rxOverhead:u=12800 rxRTCP:u=800 txPayload:u=64000 txOverhead:u=100 txRTCP:u=50 "
+                "rtt:i=301 bufferDelay:i=400 bufferDesiredDelay:i=420 packetJitter:i=55 bufferMaxDev:i=81 "
+                "pktOutlierRate:u=1 pktDupRate:u=2 pktOOORate:u=3 pktRtxRate:u=5 frameLateRate:u=6 insertRate:u=7 "
+                "corrUpRate:u=8 corrDownRate:u=9 effTxBitrate:u=130000 effRxBitrate:u=125999",
+                peer(2, 99)});
+        const QStringList expected{
+            "Call Duration=1:02:05", "Transmit Delay=45.0 ms", "Receive Delay=-1.5 ms", "Frame Loss Rate=0.4%",
+            "Remote Loss Rate=100.0%", "Receive Rate=1234.5 kbps", "Receive Overhead=13.6 kbps", "Transmit Rate=64.0 kbps",
+            "Transmit Overhead=0.1 kbps", "Network RTT=30.1 ms", "Buffer Delay=40.0 ms", "Desired Delay=42.0 ms",
+            "Packet Jitter=5.5 ms", "Delay Max Deviation=8.1 ms", "Packet Outlier Rate=0.1%", "Packet Duplication Rate=0.2%",
+            "Packet Out-of-Order Rate=0.3%", "Packet Recovery Rate=0.5%", "Frame Late Rate=0.6%", "Insert Rate=0.7%",
+            "Correction Rate (up)=0.8%", "Correction Rate (down)=0.9%", "Effective Bitrate (TX)=130.0 kbps",
+            "Effective Bitrate (RX)=125.9 kbps"};
+        QCOMPARE(treeRows(screen.treeStats), expected);
         // The first nine are basic; the rest come with the check box.
-        QCOMPARE(item->data(0, Qt::UserRole), QVariant(row >= 9));
-        QCOMPARE(item->isHidden(), row >= 9);
-        screen.checkAdvanced->setChecked(true);
-        QVERIFY(!item->isHidden());
-        screen.checkAdvanced->setChecked(false);
+        for (bool advanced : {false, true}) {
+            screen.checkAdvanced->setChecked(advanced);
+            for (int row = 0; row < expected.size(); ++row)
+                QCOMPARE(screen.treeStats->topLevelItem(row)->isHidden(), !advanced && row >= 9);
+        }
+
+        // The other remote at once; no values while the selected one is missing from a notification.
+        screen.comboMode->setCurrentIndex(1);
+        QCOMPARE(screen.treeStats->topLevelItem(0)->text(1), QString("0:01:39"));
+        notify("peer_stats", "peer", {peer(1, 10)});
+        for (int row = 0; row < 24; ++row)
+            QVERIFY(screen.treeStats->topLevelItem(row)->text(1).isEmpty());
     }
-    QCOMPARE(shown, expected);
 
-    // The other remote at once; no values while the selected one is missing from a notification.
-    screen.comboMode->setCurrentIndex(1);
-    QCOMPARE(screen.treeStats->topLevelItem(0)->text(1), QString("0:01:39"));
-    notify("peer_stats", "peer", {peer(1, 10)});
-    for (int row = 0; row < 24; ++row)
-        QVERIFY(screen.treeStats->topLevelItem(row)->text(1).isEmpty());
-}
+    void selector_data()
+    {
+        QTest::addColumn<QStringList>("before");
+        QTest::addColumn<int>("selectBefore");
+        QTest::addColumn<QStringList>("after");
+        QTest::addColumn<QStringList>("entries");
+        QTest::addColumn<int>("selected");
 
-void TestPeerStats::selector_data()
-{
-    QTest::addColumn<QStringList>("before");
-    QTest::addColumn<int>("selectBefore");
-    QTest::addColumn<QStringList>("after");
-    QTest::addColumn<QStringList>("entries");
-    QTest::addColumn<int>("selected");
-
-    QTest::newRow("only active remotes, in list order")
-        << QStringList{"A", "-B", "C"} << 3 << QStringList{"A", "-B", "C", "D"} << QStringList{"1:A", "3:C", "4:D"} << 3;
-    QTest::newRow("selection gone: first entry")
-        << QStringList{"A", "B", "C"} << 2 << QStringList{"A", "-B", "C"} << QStringList{"1:A", "3:C"} << 1;
-    QTest::newRow("other remote gone: selection kept")
-        << QStringList{"A", "B", "C"} << 3 << QStringList{"-A", "B", "C"} << QStringList{"2:B", "3:C"} << 3;
-    QTest::newRow("same remotes in calls: entries kept")
-        << QStringList{"A", "B"} << 2 << QStringList{"Renamed", "B", "-C"} << QStringList{"1:A", "2:B"} << 2;
-    QTest::newRow("last call ended") << QStringList{"A"} << 1 << QStringList{"-A"} << QStringList{} << 0;
-}
-
-void TestPeerStats::selector()
-{
-    QFETCH(QStringList, before);
-    QFETCH(int, selectBefore);
-    QFETCH(QStringList, after);
-    PeerStats screen;
-    feedActive(before);
-    screen.comboMode->setCurrentIndex(screen.comboMode->findData(selectBefore));
-    QStringList everyone;
-    for (int id = 1; id <= before.size(); ++id)
-        everyone << peer(id);
-    notify("peer_stats", "peer", everyone);
-
-    feedActive(after);
-    QStringList entries;
-    for (int i = 0; i < screen.comboMode->count(); ++i)
-        entries << QStringLiteral("%1:%2").arg(screen.comboMode->itemData(i).toInt()).arg(screen.comboMode->itemText(i));
-    QTEST(entries, "entries");
-    QFETCH(int, selected);
-    QCOMPARE(screen.comboMode->currentIndex() < 0 ? 0 : screen.comboMode->currentData().toInt(), selected);
-    QCOMPARE(std::make_pair(screen.delayGraph().key(), screen.percentGraph().key()), std::make_pair(selected, selected));
-    // Histories of remotes no longer in a call are gone, the others kept.
-    for (int id = 1; id <= before.size(); ++id) {
-        const bool active = id <= after.size() && !after[id - 1].startsWith('-');
-        QCOMPARE(std::make_pair(screen.delayGraph().hasHistory(id), screen.percentGraph().hasHistory(id)), std::make_pair(active, active));
+        QTest::newRow("only active remotes, in list order")
+            << QStringList{"A", "-B", "C"} << 3 << QStringList{"A", "-B", "C", "D"} << QStringList{"1:A", "3:C", "4:D"} << 3;
+        QTest::newRow("selection gone: first entry")
+            << QStringList{"A", "B", "C"} << 2 << QStringList{"A", "-B", "C"} << QStringList{"1:A", "3:C"} << 1;
+        QTest::newRow("other remote gone: selection kept")
+            << QStringList{"A", "B", "C"} << 3 << QStringList{"-A", "B", "C"} << QStringList{"2:B", "3:C"} << 3;
+        QTest::newRow("same remotes in calls: entries kept")
+            << QStringList{"A", "B"} << 2 << QStringList{"Renamed", "B", "-C"} << QStringList{"1:A", "2:B"} << 2;
+        QTest::newRow("last call ended") << QStringList{"A"} << 1 << QStringList{"-A"} << QStringList{} << 0;
     }
-}
 
-// Shown on the "Graph" page: both graphs repaint on every notification.
-void TestPeerStats::samplesForEveryRemote()
-{
-    PeerStats screen;
-    screen.statsTab->setCurrentIndex(1);
-    screen.show();
-    QVERIFY(QTest::qWaitForWindowExposed(&screen));
-    feedActive({"A", "B"});
-    QCoreApplication::processEvents();
-    PaintCounter delay(&screen.delayGraph());
-    PaintCounter percent(&screen.percentGraph());
-    notify("peer_stats", "peer", {peer(1, 10), peer(2, 20) + " newData:b=false"});
-    QTRY_VERIFY(delay.paints > 0 && percent.paints > 0);
-    // A record without values is a gap of its own; one without an id is no remote's.
-    notify("peer_stats", "peer",
-           {peer(1, 11), "id:i=2 frameLossRate:u=4 remoteLoss:u=10 corrUpRate:u=8 corrDownRate:u=9 insertRate:u=7 "
-                         "bufferMinDelay:i=350 bufferMaxDelay:i=460 bufferDesiredDelay:i=420 newData:b=true",
-            "id:i=3", "bufferMaxDelay:i=4 newData:b=true"});
-    QCOMPARE(validDelaySamples(screen.delayGraph(), 1), 2);
-    QCOMPARE(validDelaySamples(screen.delayGraph(), 3), 0);
-    // A sample without new data is kept, as a gap.
-    QCOMPARE(validDelaySamples(screen.delayGraph(), 2), 1);
-    // The corrections line carries the sum of the three correction rates.
-    int min = 1;
-    int max = 0;
-    screen.percentGraph().range(2, &min, &max);
-    QCOMPARE(max, 24);
-    screen.delayGraph().range(3, &min, &max);
-    QCOMPARE(std::make_pair(min, max), std::make_pair(0, 0));
-    // Without a minimum delay there is no bar below it.
-    Grapher::PointList points[1];
-    Grapher::RectList rects[3];
-    screen.delayGraph().draw(1, points, rects, &min, &max);
-    QVERIFY(rects[0].isEmpty());
-    // The bar reaches the minimum delay, three quarters of the way up; the line the desired one.
-    points[0].clear();
-    screen.delayGraph().draw(2, points, rects, &min, &max);
-    const int height = screen.delayGraph().plotHeight();
-    QCOMPARE(std::make_pair(max, rects[0].last().top()), std::make_pair(460, height - height * 350 / 460));
-    QCOMPARE(points[0].last().y(), height - height * 420 / 460);
-}
+    void selector()
+    {
+        QFETCH(QStringList, before);
+        QFETCH(int, selectBefore);
+        QFETCH(QStringList, after);
+        PeerStats screen;
+        feedActive(before);
+        screen.comboMode->setCurrentIndex(screen.comboMode->findData(selectBefore));
+        QStringList everyone;
+        for (int id = 1; id <= before.size(); ++id)
+            everyone << peer(id);
+        notify("peer_stats", "peer", everyone);
+
+        feedActive(after);
+        QStringList entries;
+        for (int i = 0; i < screen.comboMode->count(); ++i)
+            entries << QStringLiteral("%1:%2").arg(screen.comboMode->itemData(i).toInt()).arg(screen.comboMode->itemText(i));
+        QTEST(entries, "entries");
+        QFETCH(int, selected);
+        QCOMPARE(screen.comboMode->currentIndex() < 0 ? 0 : screen.comboMode->currentData().toInt(), selected);
+        QCOMPARE(std::make_pair(screen.delayGraph().key(), screen.percentGraph().key()), std::make_pair(selected, selected));
+        // Histories of remotes no longer in a call are gone, the others kept.
+        for (int id = 1; id <= before.size(); ++id) {
+            const bool active = id <= after.size() && !after[id - 1].startsWith('-');
+            QCOMPARE(std::make_pair(screen.delayGraph().hasHistory(id), screen.percentGraph().hasHistory(id)), std::make_pair(active, active));
+        }
+    }
+
+    // Shown on the "Graph" page: both graphs repaint on every notification.
+    void samplesForEveryRemote()
+    {
+        PeerStats screen;
+        screen.statsTab->setCurrentIndex(1);
+        screen.show();
+        QVERIFY(QTest::qWaitForWindowExposed(&screen));
+        feedActive({"A", "B"});
+        QCoreApplication::processEvents();
+        PaintCounter delay(&screen.delayGraph());
+        PaintCounter percent(&screen.percentGraph());
+        notify("peer_stats", "peer", {peer(1, 10), peer(2, 20) + " newData:b=false"});
+        QTRY_VERIFY(delay.paints > 0 && percent.paints > 0);
+        // A record without values is a gap of its own; one without an id is no remote's.
+        notify("peer_stats", "peer",
+               {peer(1, 11), "id:i=2 frameLossRate:u=4 remoteLoss:u=10 corrUpRate:u=8 corrDownRate:u=9 insertRate:u=7 "
+                             "bufferMinDelay:i=350 bufferMaxDelay:i=460 bufferDesiredDelay:i=420 newData:b=true",
+                "id:i=3", "bufferMaxDelay:i=4 newData:b=true"});
+        QCOMPARE(validDelaySamples(screen.delayGraph(), 1), 2);
+        QCOMPARE(validDelaySamples(screen.delayGraph(), 3), 0);
+        // A sample without new data is kept, as a gap.
+        QCOMPARE(validDelaySamples(screen.delayGraph(), 2), 1);
+        // The corrections line carries the sum of the three correction rates.
+        int min = 1;
+        int max = 0;
+        screen.percentGraph().range(2, &min, &max);
+        QCOMPARE(max, 24);
+        // The bar reaches the minimum delay, three quarters of the way up; the line the desired one.
+        Grapher::PointList points[1];
+        Grapher::RectList rects[3];
+        screen.delayGraph().draw(2, points, rects, &min, &max);
+        const int height = screen.delayGraph().plotHeight();
+        QCOMPARE(std::make_pair(max, rects[0].last().top()), std::make_pair(460, height - height * 350 / 460));
+        QCOMPARE(points[0].last().y(), height - height * 420 / 460);
+    }
+};
 
 QTEST_MAIN(TestPeerStats)
 #include "test_peerstats.moc"

@@ -43,8 +43,6 @@ private slots:
             + "; home http://a.example/; restricted true";
         QTest::newRow("mode 10 cycles") << QString::fromStdString(modeGroup(10) + kBrowser)
             << "Cycle Through Screens=0 http://a.example/; home " + QString(kDefaultBrowserHome) + "; home http://a.example/";
-        QTest::newRow("mode 9") << QString::fromStdString(modeGroup(9) + kBrowser)
-            << "Toggle to Braid Stats=9 http://a.example/; home " + QString(kDefaultBrowserHome) + "; home http://a.example/";
         const std::string other = group("p_other", "<b k=\"restricted\">true</b><s k=\"homeURL\">x</s>");
         // The built-in home page comes first, so that without a stored one it applies.
         QTest::newRow("other groups ignored") << QString::fromStdString(other + kRestricted)
@@ -121,14 +119,11 @@ private slots:
 
         const QString home = "|http://a.example/|";
         QTest::newRow("Right steps the mode") << "comboF2KeyMode" << "Right" << "Toggle to Braid Stats" + home + "17| @comboF2KeyMode";
-        QTest::newRow("Left steps back") << "comboF2KeyMode" << "Left" << "Toggle to Peer Stats" + home + "17| @comboF2KeyMode";
         QTest::newRow("Enter in the open list") << "comboF2KeyMode" << "Popup Down Enter"
             << "Toggle to Braid Stats" + home + "17| @comboF2KeyMode";
         QTest::newRow("Down to the home page") << "comboF2KeyMode" << "Down" << "Toggle to Channel Stats" + home + "17| @browserHomeURL";
-        QTest::newRow("Up from the home page") << "browserHomeURL" << "Up" << "Toggle to Channel Stats" + home + "17| @comboF2KeyMode";
         QTest::newRow("Left in the home page") << "browserHomeURL" << "Left Left Enter" << "Toggle to Channel Stats" + home + "15| @browserHomeURL";
         QTest::newRow("Right flips restricted") << "restrictedUser" << "Right" << "Toggle to Channel Stats" + home + "17|restricted @restrictedUser";
-        QTest::newRow("Enter flips restricted") << "restrictedUser" << "Enter" << "Toggle to Channel Stats" + home + "17|restricted @restrictedUser";
     }
 
     void keypad()

@@ -30,7 +30,7 @@ void answerProfiles(const std::string& channel2 = "pots", const std::string& lin
     <m n="local"><s k="jitter">)" + jitter1 + R"(</s></m><m n="remote"><s k="jitter">40</s></m></m>
   <m n="profile"><i k="id">2</i>
     <m n="settings"><s k="name">Studio &lt;B&gt;</s><s k="channel">)" + channel2 + R"(</s></m>
-    <m n="local"><s k="line_mode">)" + lineMode + R"(</s></m><m n="remote"/></m></m>)");
+    <m n="local"><s k="line_mode">)" + lineMode + R"(</s></m></m></m>)");
 }
 
 } // namespace

@@ -77,7 +77,7 @@ private slots:
     {
         LogCapture log(LOG_DEBUG);
         QCOMPARE(shown(*m_stats), QString("tx 2 rx 0"));
-        notify(tunStats("pl:i=40 rpl:i=70"));
+        notify(tunStats("pl:i=40 rpr:i=70"));
         QVERIFY(m_stats->radioTx->isChecked());
         QCOMPARE(shown(*m_stats), QString("tx 6 rx 0"));
         QVERIFY(log.all().find("Tunnel Session Stats Update") != std::string::npos);
