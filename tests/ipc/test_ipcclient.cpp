@@ -204,18 +204,15 @@ private slots:
         QTest::addColumn<QString>("fired");
         QTest::addColumn<QString>("cachedAs");
 
-        QTest::newRow("peer_stats, suffix") << "peer_stats:3" << "recvPeerStats" << "peerStats";
-        QTest::newRow("channel_stats") << "channel_stats.1" << "recvChannelStats" << "channelStats";
-        QTest::newRow("tun_conns") << "tun_conns" << "unsoTunConns" << "tunConns";
-        QTest::newRow("tun_stats") << "tun_stats:braid0" << "unsoTunStats" << "tunStats";
-        QTest::newRow("overall device status") << "cfgStatus:netmgr.devices" << "unsoNetmgrOverallStatus" << "";
-        QTest::newRow("one device's status") << "cfgStatus:netmgr.devices.eth0" << "unsoNetmgrStatus" << "";
-        QTest::newRow("device data") << "cfgData:netmgr.devices.wlan0.home" << "unsoNetmgrData" << "";
-        QTest::newRow("tunnel status") << "cfgStatus:netmgr.tunnel" << "unsoTunnelStatus" << "";
-        QTest::newRow("tunnel status is exact") << "cfgStatus:netmgr.tunnel.x" << "" << "";
-        QTest::newRow("wifi scan") << "wifi:wlan0" << "unsoNetmgrWifi" << "";
-        QTest::newRow("wifi without colon") << "wifi" << "" << "";
-        QTest::newRow("prefix in the middle") << "x_peer_stats" << "" << "";
+        // id=signal=cache entry; the tunnel status id is exact, wifi needs its colon, prefixes start the id.
+        const QStringList table = {
+            "peer_stats:3=recvPeerStats=peerStats", "channel_stats.1=recvChannelStats=channelStats",
+            "tun_conns=unsoTunConns=tunConns", "tun_stats:braid0=unsoTunStats=tunStats",
+            "cfgStatus:netmgr.devices=unsoNetmgrOverallStatus=", "cfgStatus:netmgr.devices.eth0=unsoNetmgrStatus=",
+            "cfgData:netmgr.devices.wlan0.home=unsoNetmgrData=", "cfgStatus:netmgr.tunnel=unsoTunnelStatus=",
+            "cfgStatus:netmgr.tunnel.x==", "wifi:wlan0=unsoNetmgrWifi=", "wifi==", "x_peer_stats=="};
+        for (const QString& entry : table)
+            QTest::newRow(qPrintable(entry)) << entry.section('=', 0, 0) << entry.section('=', 1, 1) << entry.section('=', 2);
     }
     void notifications()
     {

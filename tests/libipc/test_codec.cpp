@@ -40,34 +40,26 @@ Message chain(std::size_t depth)
     return root;
 }
 
-Message flat(std::size_t nodes)
-{
-    Message root("list");
-    for (std::size_t i = 1; i < nodes; ++i)
-        root.add_child("");
-    return root;
-}
-
-// Parameters of two types, so that the limit counts across types.
-Message with_params(std::size_t count)
-{
-    std::string text;
-    for (std::size_t i = 0; i < count; ++i)
-        text += " k" + std::to_string(i) + (i % 2 ? ":i=-1" : "=s");
-    return Message("settings", Params(text.c_str()));
-}
-
-Message with_key(std::size_t keyBytes)
-{
-    return Message("m", Params((std::string(keyBytes, 'k') + ":b=true").c_str()));
-}
-
 // A tree at each limit, given its size, with the limit and the reason a tree one beyond is refused.
+// Parameters come in two types, so that their limit counts across types.
 const std::tuple<std::function<Message(std::size_t)>, std::size_t, const char*> kLimitCases[] = {
     {chain, Limits::kMaxDepth, "nested deeper than 64"},
-    {flat, Limits::kMaxNodes, "more than 200000 messages"},
-    {with_params, Limits::kMaxParamsPerNode, "more than 4096 parameters"},
-    {with_key, Limits::kMaxKeyBytes, "key longer than 256 bytes"}};
+    {[](std::size_t nodes) {
+         Message root("list");
+         for (std::size_t i = 1; i < nodes; ++i)
+             root.add_child("");
+         return root;
+     },
+     Limits::kMaxNodes, "more than 200000 messages"},
+    {[](std::size_t count) {
+         Message settings("settings");
+         for (std::size_t i = 0; i < count; ++i)
+             settings.params().set("k" + std::to_string(i), i % 2 ? ParamValue(-1) : ParamValue("s"s));
+         return settings;
+     },
+     Limits::kMaxParamsPerNode, "more than 4096 parameters"},
+    {[](std::size_t keyBytes) { return Message("m", Params((std::string(keyBytes, 'k') + ":b=true").c_str())); },
+     Limits::kMaxKeyBytes, "key longer than 256 bytes"}};
 
 void expect_refused(Encoding encoding, const std::string& data, const std::string& reason)
 {

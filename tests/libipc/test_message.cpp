@@ -129,25 +129,6 @@ TEST(Message, LookupsSeeChildrenRenamedOrReplacedAfterAnEarlierLookup)
     }
 }
 
-TEST(Message, CopiesAreDeepAndAnyChangeAnywhereMakesThemUnequal)
-{
-    const Message original = make_family();
-    const std::function<void(Message&)> changes[] = {
-        [](Message& m) { m.name = "other"; },
-        [](Message& m) { m.get_child("a", 1).params().set_uint("pos", 2u); },
-        [](Message& m) { m.get_child("a", 2).add_child("deep"); }};
-    for (const auto& change : changes) {
-        Message copy(original);
-        Message assigned;
-        assigned = original;
-        EXPECT_TRUE(copy == original && assigned == original);
-        change(copy);
-        change(assigned);
-        EXPECT_TRUE(copy != original && assigned != original);
-        EXPECT_EQ(original, make_family());
-    }
-}
-
 // One line per node, indented by depth, quoted so that no value can break its line.
 TEST(Message, DumpsOneLinePerNodeWithEveryByteVisibleAndOnlyAtAnEnabledLevel)
 {
