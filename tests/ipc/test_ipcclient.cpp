@@ -15,24 +15,20 @@
 namespace {
 
 // Steps: "login", "down", "pwd" (no option), "pwd:0"/"pwd:1" (option with "defaulted"),
-// "update" (no "updating"), "update:0"/"update:1".
+// "update" (no "updating"), "update:0"/"update:1"; called with the lock held, as the library's loop does.
 void applyStep(IPCClient& client, const QString& step)
 {
-    const QString arg = step.section(':', 1);
-    Message msg = answer(step.startsWith("update") ? "codeUpdateStatus" : "pwd");
-    if (step.startsWith("pwd:"))
-        msg.add_child("option").params().set_bool("defaulted", arg == "1");
-    if (step.startsWith("update:"))
-        msg.params().set_bool("updating", arg == "1");
-
-    // The library's loop calls in with its lock held.
     QMutexLocker lock(client.mutex());
     if (step == "login")
-        client.logged_in();
-    else if (step == "down")
-        client.connection_changed();
-    else
-        client.process_response(msg);
+        return client.logged_in();
+    if (step == "down")
+        return client.connection_changed();
+    Message msg = answer(step.startsWith("update") ? "codeUpdateStatus" : "pwd");
+    if (step.startsWith("pwd:"))
+        msg.add_child("option").params().set_bool("defaulted", step.endsWith('1'));
+    else if (step.startsWith("update:"))
+        msg.params().set_bool("updating", step.endsWith('1'));
+    client.process_response(msg);
 }
 
 // Every fired signal that carries a message must carry msg, and one that carries an id, id.

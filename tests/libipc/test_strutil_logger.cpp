@@ -91,7 +91,11 @@ TEST_F(LoggerTest, WritesALineOnlyAboveZeroAndUpToItsCategorysThreshold)
     lines.clear();
     logger.log(LOG_ERROR, "state %s -> %d", "IPC_READY", 2);
     logger.clog(7, LOG_CRITICAL, "%05.1f|%-3s|<%s>", 3.14159, "x", longText.c_str());
-    EXPECT_EQ(lines, (std::vector<std::string>{"0 2 state IPC_READY -> 2", "7 1 003.1|x  |<" + longText + '>'}));
+    // A format that cannot be printed is written as it stands.
+    logger.log(LOG_ERROR, "%s", "");
+    logger.log(LOG_ERROR, "%ls", L"\u0100");
+    EXPECT_EQ(lines, (std::vector<std::string>{"0 2 state IPC_READY -> 2", "7 1 003.1|x  |<" + longText + '>', "0 2 ",
+                                               "0 2 %ls"}));
 }
 
 TEST(LoggerStderr, WritesLevelSpaceTextAndLinesOfTwoThreadsNeverInterleave)

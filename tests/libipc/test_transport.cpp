@@ -492,7 +492,7 @@ TEST_F(RemoteMode, TheUnitsIdentityIsMadeOnceAndKept)
     }
 }
 
-// The first unit is pinned at the first login; another certificate on that address is refused,
+// The first unit is pinned at the first login, beside the lines already there; another certificate on that address is refused,
 // unless the expected fingerprint given (as REMOTE_UI_FINGERPRINT would) is the new one's.
 TEST_F(RemoteMode, PinsTheFirstUnitRefusesAChangedOneHonoursAnExpectedFingerprint)
 {
@@ -506,13 +506,17 @@ TEST_F(RemoteMode, PinsTheFirstUnitRefusesAChangedOneHonoursAnExpectedFingerprin
         client.start(ipc::Encoding::Compact, loopback(port));
         return client.wait_until([](const TestClient::Events& e) { return e.logins == 1; });
     };
+    // Comments and other units' lines, even malformed ones, are kept.
+    const std::string others = "# units\nother:1 nonsense\n";
+    std::filesystem::create_directories(configuration.file("orvane"));
+    std::ofstream(knownUnits) << others;
     {
         TemporaryDirectory identity;
         TestServer first(kPassword);
         first.set_tls_directory(identity.path());
         ASSERT_TRUE(first.listen("compact", loopback(port)));
         ASSERT_TRUE(log_in(""));
-        EXPECT_EQ(file_text(knownUnits), unit + " " + identity_fingerprint(identity.path()) + "\n");
+        EXPECT_EQ(file_text(knownUnits), others + unit + " " + identity_fingerprint(identity.path()) + "\n");
     }
 
     TemporaryDirectory identity;
@@ -536,45 +540,6 @@ TEST_F(RemoteMode, PinsTheFirstUnitRefusesAChangedOneHonoursAnExpectedFingerprin
     EXPECT_EQ(second.logins(), 0u);
     EXPECT_TRUE(log_in(with_colons_upper_case(secondFingerprint)));
     EXPECT_EQ(second.logins(), 1u);
-}
-
-// The pin file keeps comments, blank lines and other units' lines; only the unit's own line is
-// replaced, and only a malformed line of the unit asked about is an error.
-TEST(KnownUnits, PinOneLinePerUnitAndReadItBack)
-{
-    TemporaryDirectory home;
-    const std::string one(64, 'a');
-    const std::string two(64, 'b');
-    const ipc::tls::KnownUnits units(home.file("a/b/known_units"));
-    std::string fingerprint = "stale";
-    std::string error;
-    EXPECT_TRUE(units.pinned("unit:1", fingerprint, error));
-    EXPECT_EQ(fingerprint, "");
-    ASSERT_TRUE(units.pin("unit:9", two, error)) << error;
-    std::ofstream(units.file()) << "# unit:1 " << two << "\nunit:2 nonsense\n\nunit:1 " << with_colons_upper_case(one) << "\n";
-
-    const std::tuple<const char*, bool, std::string, const char*> reads[] = {
-        {"unit:1", true, one, ""}, {"unit:3", true, "", ""}, {"unit:2", false, "", "known_units:2: not a SHA-256 fingerprint: nonsense"}};
-    for (const auto& [unit, ok, pinned, reason] : reads) {
-        error.clear();
-        EXPECT_EQ(units.pinned(unit, fingerprint, error), ok) << unit;
-        EXPECT_EQ(fingerprint, pinned) << unit;
-        EXPECT_NE(error.find(reason), std::string::npos) << error;
-    }
-    ASSERT_TRUE(units.pin("unit:1", two, error)) << error;
-    EXPECT_EQ(file_text(units.file()), "# unit:1 " + two + "\nunit:2 nonsense\n\nunit:1 " + two + "\n");
-    EXPECT_FALSE(ipc::tls::KnownUnits(home.path()).pin("unit:1", one, error));
-    EXPECT_NE(error.find("cannot write " + home.path()), std::string::npos) << error;
-
-    // The default file lives under XDG_CONFIG_HOME, else under HOME.
-    const char* const places[][3] = {
-        {"/xdg", "/home/op", "/xdg/orvane/known_units"}, {"relative", "/home/op", "/home/op/.config/orvane/known_units"},
-        {"", "relative", ""}};
-    for (const auto& [xdg, homeVariable, file] : places) {
-        setenv("XDG_CONFIG_HOME", xdg, 1);
-        setenv("HOME", homeVariable, 1);
-        EXPECT_EQ(ipc::tls::KnownUnits::default_file(), file) << xdg << " " << homeVariable;
-    }
 }
 
 // A relay that ends the client's TLS session and opens its own to the unit forwards every byte of
