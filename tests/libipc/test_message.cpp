@@ -81,6 +81,9 @@ TEST(Message, ChildrenAreAddressedByNameAndIndexAmongThatName)
         parent.add_child("more");
     last.params().set_int("pos", 4);
     EXPECT_EQ(parent.num_children("a"), 3u);
+    // Equal only in name, params and every child.
+    EXPECT_NE(parent.get_child("a", 0), parent.get_child("a", 1));
+    EXPECT_NE(make_family(), make_family(1));
     EXPECT_EQ(parent.get_child("a", 1).params().get_int("pos", -1), 2);
     EXPECT_EQ(parent.get_child("c", 0).params().get_int("pos", -1), 3);
     EXPECT_EQ(parent.find_child("a", 3), nullptr);

@@ -542,6 +542,28 @@ TEST_F(RemoteMode, PinsTheFirstUnitRefusesAChangedOneHonoursAnExpectedFingerprin
     EXPECT_EQ(second.logins(), 1u);
 }
 
+// The pin file lives under XDG_CONFIG_HOME, else under HOME; a pin with nowhere to go is an error.
+TEST(KnownUnits, DefaultFileAndPlacesWhereNoPinCanBeKept)
+{
+    const char* const places[][3] = {
+        {"/xdg", "/home/op", "/xdg/orvane/known_units"}, {"relative", "/home/op", "/home/op/.config/orvane/known_units"},
+        {"", "relative", ""}};
+    for (const auto& [xdg, homeVariable, file] : places) {
+        setenv("XDG_CONFIG_HOME", xdg, 1);
+        setenv("HOME", homeVariable, 1);
+        EXPECT_EQ(ipc::tls::KnownUnits::default_file(), file) << xdg << " " << homeVariable;
+    }
+    TemporaryDirectory home;
+    std::ofstream(home.file("file")) << "x";
+    const std::pair<std::string, std::string> refused[] = {
+        {"", "no file to keep it in"}, {home.file("file/c/known_units"), "cannot create " + home.file("file/c")}};
+    for (const auto& [file, reason] : refused) {
+        std::string error;
+        EXPECT_FALSE(ipc::tls::KnownUnits(file).pin("unit:1", std::string(64, 'a'), error));
+        EXPECT_NE(error.find(reason), std::string::npos) << error;
+    }
+}
+
 // A relay that ends the client's TLS session and opens its own to the unit forwards every byte of
 // the login, yet the login is bound to the client's session and fails at the unit; nothing is pinned.
 TEST_F(RemoteMode, ALoginRelayedThroughASecondTlsSessionFails)
