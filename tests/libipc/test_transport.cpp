@@ -113,7 +113,7 @@ public:
 
     void send_bytes(const std::string& bytes) { ::send(m_fd, bytes.data(), bytes.size(), MSG_NOSIGNAL); }
     void send(ipc::Encoding encoding, const Message& msg) { send_bytes(ipc::frame(ipc::encode(encoding, msg))); }
-    void shutdown_output() { shutdown(m_fd, SHUT_WR); }
+    void shutdown(int how) { ::shutdown(m_fd, how); }
 
     // The next whole frame, decoded; false on time-out, close or undecodable data.
     bool receive(ipc::Encoding encoding, Message& out)
@@ -237,6 +237,15 @@ TEST_F(Server, LoginAndSubscriptionsAgainAfterAReconnection)
     EXPECT_EQ(events.notifications[1].second.params().get_string("for", ""), "netmgr");
     EXPECT_EQ(events.notifications[2].second.params().get_string("for", ""), "session");
 
+    // Refused by the sender, with its reason, before the unit would have to refuse it.
+    Message tooDeep("getVersion");
+    Message* deepest = &tooDeep;
+    for (std::size_t depth = 1; depth < ipc::Limits::kMaxDepth; ++depth)
+        deepest = &deepest->add_child("level");
+    LogCapture log;
+    EXPECT_FALSE(client.send_command(tooDeep));
+    EXPECT_TRUE(log.wait_for_error("message \"getVersion\" not sent: messages nested deeper than 64"));
+
     server.drop_sessions();
     ASSERT_TRUE(client.wait_until([](const TestClient::Events& e) { return e.logins == 2; }));
     ASSERT_TRUE(server.wait_until(subscribed));
@@ -279,10 +288,19 @@ TEST_P(ServerSide, CommandBeforeLoginOrMalformedInputClosesOnlyThatConnectionWit
         Message challenge;
         ASSERT_TRUE(logIn ? raw_login(raw, encoding) : raw.receive(encoding, challenge));
         raw.send_bytes(bytes);
-        raw.shutdown_output();
+        raw.shutdown(SHUT_WR);
         EXPECT_TRUE(raw.wait_closed());
         EXPECT_TRUE(log.wait_for_error(reason));
     }
+    // A refused login is answered, then closed from the server's side.
+    RawConnection refused(name);
+    Message challenge;
+    Message result;
+    ASSERT_TRUE(refused.receive(encoding, challenge));
+    refused.send(encoding, Message(ipc::envelope::kLogin, Params("user=user mac=00")));
+    ASSERT_TRUE(refused.receive(encoding, result));
+    EXPECT_FALSE(result.params().get_bool("ok", true));
+    EXPECT_TRUE(refused.wait_closed());
     EXPECT_TRUE(server.commands().empty());
     EXPECT_TRUE(server.wait_until([&] { return server.sessions().size() == 1; }));
     EXPECT_TRUE(client.send_command(Message("getVersion", Params("seq=version"))));
@@ -312,6 +330,15 @@ TEST_F(Server, ReaderThatFallsTooFarBehindIsCutOff)
     EXPECT_GE(pushed, 30);
     EXPECT_LT(pushed, 64);
     EXPECT_TRUE(log.wait_for_error("bytes of output waiting; connection closed"));
+    EXPECT_TRUE(server.wait_until([&] { return server.sessions().empty(); }));
+
+    // A peer that will never read again is closed at the first write, which fails.
+    RawConnection deaf(name);
+    ASSERT_TRUE(raw_login(deaf, ipc::Encoding::Compact));
+    deaf.send(ipc::Encoding::Compact, Message(ipc::envelope::kSubscribe, Params("pattern=bulk")));
+    ASSERT_TRUE(server.wait_until([&] { return server.sessions().size() == 1 && !server.sessions()[0].subscriptions.empty(); }));
+    deaf.shutdown(SHUT_RD);
+    EXPECT_EQ(server.push_unso("bulk", Message("bulk")), 0u);
     EXPECT_TRUE(server.wait_until([&] { return server.sessions().empty(); }));
 }
 
