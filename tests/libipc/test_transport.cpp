@@ -569,7 +569,8 @@ TEST_F(RemoteMode, PinsTheFirstUnitRefusesAChangedOneHonoursAnExpectedFingerprin
     EXPECT_EQ(second.logins(), 1u);
 }
 
-// The pin file lives under XDG_CONFIG_HOME, else under HOME; a pin with nowhere to go is an error.
+// The pin file lives under XDG_CONFIG_HOME, else under HOME, in directories made for it; a pin with
+// nowhere to go is an error.
 TEST(KnownUnits, DefaultFileAndPlacesWhereNoPinCanBeKept)
 {
     const char* const places[][3] = {
@@ -581,11 +582,15 @@ TEST(KnownUnits, DefaultFileAndPlacesWhereNoPinCanBeKept)
         EXPECT_EQ(ipc::tls::KnownUnits::default_file(), file) << xdg << " " << homeVariable;
     }
     TemporaryDirectory home;
+    std::string error;
+    const ipc::tls::KnownUnits fresh(home.file("a/b/known_units"));
+    std::string pinned;
+    ASSERT_TRUE(fresh.pin("unit:1", std::string(64, 'a'), error)) << error;
+    EXPECT_TRUE(fresh.pinned("unit:1", pinned, error) && pinned == std::string(64, 'a')) << error;
     std::ofstream(home.file("file")) << "x";
     const std::pair<std::string, std::string> refused[] = {
         {"", "no file to keep it in"}, {home.file("file/c/known_units"), "cannot create " + home.file("file/c")}};
     for (const auto& [file, reason] : refused) {
-        std::string error;
         EXPECT_FALSE(ipc::tls::KnownUnits(file).pin("unit:1", std::string(64, 'a'), error));
         EXPECT_NE(error.find(reason), std::string::npos) << error;
     }
