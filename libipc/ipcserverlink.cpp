@@ -215,7 +215,8 @@ void IPCServerLink::check_login(Session& session, const Message& login)
     session.socket->send(result);
     if (!accepted) {
         g_log.log(LOG_ERROR, "IPC %s: login refused for user \"%s\"", session.socket->peer().c_str(), user.c_str());
-        session.socket->close_when_flushed("login refused");
+        // The refusal has already left: before a login nothing else is sent that could hold it up.
+        session.socket->abort("login refused", LOG_INFO);
         return;
     }
     m_manager.cancel(session.loginTimer);

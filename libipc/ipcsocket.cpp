@@ -105,18 +105,6 @@ void IPCSocket::abort(const std::string& reason, LOG_LEVEL level)
     m_manager.wake();
 }
 
-void IPCSocket::close_when_flushed(const std::string& reason)
-{
-    if (!is_open())
-        return;
-    if (m_outputSent == m_output.size()) {
-        abort(reason, LOG_INFO);
-        return;
-    }
-    m_state = State::Flushing;
-    m_closeReason = reason;
-}
-
 short IPCSocket::wanted_events() const
 {
     const bool pendingOutput = m_outputSent < m_output.size();
@@ -127,8 +115,6 @@ short IPCSocket::wanted_events() const
         return m_tls->wants_write() ? POLLOUT : POLLIN;
     case State::Open:
         return pendingOutput || (m_tls && m_tls->wants_write()) ? POLLIN | POLLOUT : POLLIN;
-    case State::Flushing:
-        return POLLOUT;
     case State::Aborted:
     case State::Closed:
         break;
@@ -151,12 +137,10 @@ void IPCSocket::service()
     }
     // A TLS read may have stopped for want of room to write (a key update, say).
     const bool readWaitsForRoom = m_tls && m_tls->wants_write() && m_outputSent == m_output.size();
-    if ((events & POLLOUT) && (m_state == State::Open || m_state == State::Flushing))
+    if ((events & POLLOUT) && m_state == State::Open)
         flush();
     if ((events & (POLLIN | POLLHUP | POLLERR) || (readWaitsForRoom && (events & POLLOUT))) && m_state == State::Open)
         read_input();
-    if ((events & (POLLHUP | POLLERR)) && m_state == State::Flushing)
-        abort("closed by peer", LOG_INFO);
 }
 
 void IPCSocket::finish_close()
@@ -303,8 +287,6 @@ void IPCSocket::flush()
     if (m_outputSent == m_output.size()) {
         m_output.clear();
         m_outputSent = 0;
-        if (m_state == State::Flushing)
-            abort(m_closeReason, LOG_INFO);
     } else if (m_outputSent > m_output.size() / 2) {
         m_output.erase(0, m_outputSent);
         m_outputSent = 0;

@@ -70,8 +70,6 @@ public:
                              std::string& frame);
     // Closes soon, logging `reason` at `level`; the first reason wins.
     void abort(const std::string& reason, LOG_LEVEL level);
-    // Stops reading and closes once the queued output is written.
-    void close_when_flushed(const std::string& reason);
 
     // Loop side.
     int fd() const { return m_fd; }
@@ -89,7 +87,7 @@ public:
 
 private:
     friend class IPCManager;
-    enum class State { Connecting, Handshaking, Open, Flushing, Aborted, Closed };
+    enum class State { Connecting, Handshaking, Open, Aborted, Closed };
     enum class Io { Progress, WouldBlock, End, Failed };
 
     void finish_connect();

@@ -1,6 +1,5 @@
 #include "logger.h"
 
-#include <cerrno>
 #include <cstdio>
 
 #include <unistd.h>
@@ -34,18 +33,11 @@ std::string format_text(const char* format, va_list args)
     return text;
 }
 
-// One write(2) per line, so that lines of concurrent threads never interleave.
+// One write(2) per line, so that lines of concurrent threads never interleave. Nothing here installs
+// a signal handler, so a blocking write is never cut short by one.
 void write_stderr(const std::string& line)
 {
-    std::size_t written = 0;
-    while (written < line.size()) {
-        const ssize_t count = ::write(STDERR_FILENO, line.data() + written, line.size() - written);
-        if (count < 0 && errno == EINTR)
-            continue;
-        if (count <= 0)
-            return;
-        written += static_cast<std::size_t>(count);
-    }
+    [[maybe_unused]] const ssize_t written = ::write(STDERR_FILENO, line.data(), line.size());
 }
 
 } // namespace

@@ -92,8 +92,6 @@ Message::Message(Message&& other) noexcept
     , m_index(std::move(other.m_index))
     , m_exposed(std::move(other.m_exposed))
 {
-    other.m_children.clear();
-    other.m_exposed.clear();
 }
 
 Message& Message::operator=(const Message& other)

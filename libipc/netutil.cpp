@@ -32,7 +32,7 @@ std::string errno_text(const char* what)
 // The name goes after a leading NUL byte, which puts it in the abstract namespace.
 bool abstract_address(const std::string& name, sockaddr_un& sa, socklen_t& length, std::string& error)
 {
-    std::memset(&sa, 0, sizeof sa);
+    sa = sockaddr_un{};
     sa.sun_family = AF_UNIX;
     if (name.size() + 1 > sizeof sa.sun_path) {
         error = "local address too long: " + name;
@@ -195,7 +195,8 @@ int accept_stream(int listenFd, std::string& peer, std::string& error)
     socklen_t length = sizeof sa;
     const int fd = accept4(listenFd, reinterpret_cast<sockaddr*>(&sa), &length, SOCK_NONBLOCK | SOCK_CLOEXEC);
     if (fd < 0) {
-        if (errno != EAGAIN && errno != EWOULDBLOCK && errno != EINTR)
+        // EWOULDBLOCK is EAGAIN on Linux, the only system with abstract local sockets.
+        if (errno != EAGAIN && errno != EINTR)
             error = errno_text("accept");
         return -1;
     }

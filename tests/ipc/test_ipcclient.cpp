@@ -15,24 +15,20 @@
 namespace {
 
 // Steps: "login", "down", "pwd" (no option), "pwd:0"/"pwd:1" (option with "defaulted"),
-// "update" (no "updating"), "update:0"/"update:1".
+// "update" (no "updating"), "update:0"/"update:1"; called with the lock held, as the library's loop does.
 void applyStep(IPCClient& client, const QString& step)
 {
-    const QString arg = step.section(':', 1);
-    Message msg = answer(step.startsWith("update") ? "codeUpdateStatus" : "pwd");
-    if (step.startsWith("pwd:"))
-        msg.add_child("option").params().set_bool("defaulted", arg == "1");
-    if (step.startsWith("update:"))
-        msg.params().set_bool("updating", arg == "1");
-
-    // The library's loop calls in with its lock held.
     QMutexLocker lock(client.mutex());
     if (step == "login")
-        client.logged_in();
-    else if (step == "down")
-        client.connection_changed();
-    else
-        client.process_response(msg);
+        return client.logged_in();
+    if (step == "down")
+        return client.connection_changed();
+    Message msg = answer(step.startsWith("update") ? "codeUpdateStatus" : "pwd");
+    if (step.startsWith("pwd:"))
+        msg.add_child("option").params().set_bool("defaulted", step.endsWith('1'));
+    else if (step.startsWith("update:"))
+        msg.params().set_bool("updating", step.endsWith('1'));
+    client.process_response(msg);
 }
 
 // Every fired signal that carries a message must carry msg, and one that carries an id, id.
@@ -204,18 +200,15 @@ private slots:
         QTest::addColumn<QString>("fired");
         QTest::addColumn<QString>("cachedAs");
 
-        QTest::newRow("peer_stats, suffix") << "peer_stats:3" << "recvPeerStats" << "peerStats";
-        QTest::newRow("channel_stats") << "channel_stats.1" << "recvChannelStats" << "channelStats";
-        QTest::newRow("tun_conns") << "tun_conns" << "unsoTunConns" << "tunConns";
-        QTest::newRow("tun_stats") << "tun_stats:braid0" << "unsoTunStats" << "tunStats";
-        QTest::newRow("overall device status") << "cfgStatus:netmgr.devices" << "unsoNetmgrOverallStatus" << "";
-        QTest::newRow("one device's status") << "cfgStatus:netmgr.devices.eth0" << "unsoNetmgrStatus" << "";
-        QTest::newRow("device data") << "cfgData:netmgr.devices.wlan0.home" << "unsoNetmgrData" << "";
-        QTest::newRow("tunnel status") << "cfgStatus:netmgr.tunnel" << "unsoTunnelStatus" << "";
-        QTest::newRow("tunnel status is exact") << "cfgStatus:netmgr.tunnel.x" << "" << "";
-        QTest::newRow("wifi scan") << "wifi:wlan0" << "unsoNetmgrWifi" << "";
-        QTest::newRow("wifi without colon") << "wifi" << "" << "";
-        QTest::newRow("prefix in the middle") << "x_peer_stats" << "" << "";
+        // id=signal=cache entry; the tunnel status id is exact, wifi needs its colon, prefixes start the id.
+        const QStringList table = {
+            "peer_stats:3=recvPeerStats=peerStats", "channel_stats.1=recvChannelStats=channelStats",
+            "tun_conns=unsoTunConns=tunConns", "tun_stats:braid0=unsoTunStats=tunStats",
+            "cfgStatus:netmgr.devices=unsoNetmgrOverallStatus=", "cfgStatus:netmgr.devices.eth0=unsoNetmgrStatus=",
+            "cfgData:netmgr.devices.wlan0.home=unsoNetmgrData=", "cfgStatus:netmgr.tunnel=unsoTunnelStatus=",
+            "cfgStatus:netmgr.tunnel.x==", "wifi:wlan0=unsoNetmgrWifi=", "wifi==", "x_peer_stats=="};
+        for (const QString& entry : table)
+            QTest::newRow(qPrintable(entry)) << entry.section('=', 0, 0) << entry.section('=', 1, 1) << entry.section('=', 2);
     }
     void notifications()
     {

@@ -10,6 +10,8 @@
 #include <QMetaMethod>
 #include <QtTest>
 
+#include <future>
+
 namespace {
 
 // The client's built-in password, as the unit's backend expects it.
@@ -112,6 +114,16 @@ private slots:
                 backend.send_response(session.id, reply);
         });
         ArrivalLog arrivals(link.client);
+        // The library's lock is the client's mutex, and held here it keeps every other thread out.
+        link.manager.get_mutex()->lock();
+        const bool takenElsewhere = std::async(std::launch::async, [&link] {
+            const bool taken = link.client.mutex()->tryLock();
+            if (taken)
+                link.client.mutex()->unlock();
+            return taken;
+        }).get();
+        link.manager.get_mutex()->unlock();
+        QVERIFY(!takenElsewhere);
         link.start();
 
         QTRY_COMPARE(arrivals.states, (QStringList{"1:0", "2:1"}));

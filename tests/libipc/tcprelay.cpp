@@ -6,11 +6,10 @@
 #include <sys/socket.h>
 #include <unistd.h>
 
+#include <algorithm>
 #include <memory>
 
 namespace {
-
-constexpr int kPollMs = 50;
 
 sockaddr_in loopback(int port)
 {
@@ -21,12 +20,16 @@ sockaddr_in loopback(int port)
     return sa;
 }
 
+bool readable(int fd, int timeoutMs)
+{
+    pollfd entry{fd, POLLIN, 0};
+    return poll(&entry, 1, timeoutMs) == 1;
+}
+
 } // namespace
 
 struct TcpRelay::End {
-    int fd = -1;
-    std::unique_ptr<ipc::tls::Channel> tls;
-
+    explicit End(int socket) : fd(socket) {}
     ~End()
     {
         tls.reset();
@@ -39,30 +42,33 @@ struct TcpRelay::End {
         tls = ipc::tls::Channel::create(context, fd, server, error);
         return tls && tls->handshake() == ipc::tls::Channel::Status::Done;
     }
+    bool has_input() const { return (tls && tls->has_buffered_input()) || readable(fd, 0); }
     long read(char* buffer, std::size_t size)
     {
+        std::size_t got = 0;
         if (!tls)
             return ::recv(fd, buffer, size, 0);
-        std::size_t got = 0;
         return tls->read(buffer, size, got) == ipc::tls::Channel::Status::Done ? static_cast<long>(got) : -1;
     }
-    // How much of `data` went out; 0 once the peer is gone.
-    std::size_t write_some(const char* data, std::size_t size)
-    {
-        std::size_t written = 0;
-        if (tls)
-            return tls->write(data, size, written) == ipc::tls::Channel::Status::Done ? written : 0;
-        const ssize_t n = ::send(fd, data, size, MSG_NOSIGNAL);
-        return n > 0 ? static_cast<std::size_t>(n) : 0;
-    }
+    // False once the peer is gone.
     bool write(const char* data, std::size_t size)
     {
-        for (std::size_t n = 0; size > 0; data += n, size -= n) {
-            if ((n = write_some(data, size)) == 0)
+        while (size > 0) {
+            std::size_t n = 0;
+            if (tls)
+                tls->write(data, size, n);
+            else
+                n = static_cast<std::size_t>(std::max<ssize_t>(::send(fd, data, size, MSG_NOSIGNAL), 0));
+            if (n == 0)
                 return false;
+            data += n;
+            size -= n;
         }
         return true;
     }
+
+    int fd;
+    std::unique_ptr<ipc::tls::Channel> tls;
 };
 
 TcpRelay::TcpRelay(int serverPort, ipc::tls::Context identity)
@@ -75,7 +81,12 @@ TcpRelay::TcpRelay(int serverPort, ipc::tls::Context identity)
     if (bind(m_listener, reinterpret_cast<sockaddr*>(&sa), sizeof sa) == 0 && listen(m_listener, 8) == 0
         && getsockname(m_listener, reinterpret_cast<sockaddr*>(&sa), &length) == 0)
         m_port = ntohs(sa.sin_port);
-    m_thread = std::thread([this] { run(); });
+    m_thread = std::thread([this] {
+        while (!m_stop) {
+            if (readable(m_listener, 50))
+                forward(accept4(m_listener, nullptr, nullptr, SOCK_CLOEXEC));
+        }
+    });
 }
 
 TcpRelay::~TcpRelay()
@@ -97,49 +108,27 @@ std::string TcpRelay::toClient()
     return m_toClient;
 }
 
-void TcpRelay::run()
-{
-    while (!m_stop) {
-        pollfd entry{m_listener, POLLIN, 0};
-        if (poll(&entry, 1, kPollMs) == 1)
-            forward(accept4(m_listener, nullptr, nullptr, SOCK_CLOEXEC));
-    }
-}
-
 void TcpRelay::forward(int clientFd)
 {
-    End client;
-    client.fd = clientFd;
-    End server;
-    server.fd = socket(AF_INET, SOCK_STREAM | SOCK_CLOEXEC, 0);
-    sockaddr_in sa = loopback(m_serverPort);
-    if (connect(server.fd, reinterpret_cast<sockaddr*>(&sa), sizeof sa) != 0)
+    End client(clientFd);
+    End server(socket(AF_INET, SOCK_STREAM | SOCK_CLOEXEC, 0));
+    const sockaddr_in sa = loopback(m_serverPort);
+    std::string error;
+    if (connect(server.fd, reinterpret_cast<const sockaddr*>(&sa), sizeof sa) != 0
+        || (m_identity && (!client.start_tls(m_identity, true) || !server.start_tls(ipc::tls::client_context(error), false))))
         return;
-    if (m_identity) {
-        std::string error;
-        if (!client.start_tls(m_identity, true) || !server.start_tls(ipc::tls::client_context(error), false))
-            return;
-    }
     while (!m_stop) {
         pollfd entries[] = {{client.fd, POLLIN, 0}, {server.fd, POLLIN, 0}};
-        const bool buffered = (client.tls && client.tls->has_buffered_input())
-            || (server.tls && server.tls->has_buffered_input());
-        if (!buffered && poll(entries, 2, kPollMs) <= 0)
-            continue;
-        if ((buffered || entries[0].revents) && !pump(client, server, m_toServer))
-            return;
-        if ((buffered || entries[1].revents) && !pump(server, client, m_toClient))
+        poll(entries, 2, 50);
+        if (!pump(client, server, m_toServer) || !pump(server, client, m_toClient))
             return;
     }
 }
 
 bool TcpRelay::pump(End& from, End& to, std::string& record)
 {
-    if (from.tls && !from.tls->has_buffered_input()) {
-        pollfd entry{from.fd, POLLIN, 0};
-        if (poll(&entry, 1, 0) != 1)
-            return true;
-    }
+    if (!from.has_input())
+        return true;
     char buffer[16384];
     const long n = from.read(buffer, sizeof buffer);
     if (n <= 0)

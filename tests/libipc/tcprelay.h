@@ -26,7 +26,6 @@ public:
 private:
     // One end of a forwarded connection, in the clear or through TLS.
     struct End;
-    void run();
     void forward(int clientFd);
     // Moves what `from` has to `to`; false once either is closed.
     bool pump(End& from, End& to, std::string& record);

@@ -13,22 +13,15 @@
 
 #include <gtest/gtest.h>
 
-#include <dlfcn.h>
-#include <openssl/ssl.h>
-#include <netdb.h>
 #include <poll.h>
 #include <sys/socket.h>
 #include <sys/stat.h>
 #include <unistd.h>
 
-#include <atomic>
-#include <condition_variable>
-#include <cstring>
 #include <filesystem>
 #include <fstream>
 #include <functional>
 #include <memory>
-#include <mutex>
 #include <regex>
 #include <iterator>
 #include <string>
@@ -37,41 +30,6 @@
 #include <vector>
 
 using namespace std::chrono_literals;
-
-namespace {
-
-// The name server as these tests see it: kSlowHost is answered, as the loopback address, only
-// once the test stops holding it; every other name goes to the real resolver.
-const char* const kSlowHost = "slow.unit.test";
-struct {
-    std::mutex mutex;
-    std::condition_variable changed;
-    bool held = false;
-    bool asked = false;
-} g_nameServer;
-
-void hold_name_server(bool held)
-{
-    std::lock_guard<std::mutex> lock(g_nameServer.mutex);
-    g_nameServer.held = held;
-    g_nameServer.changed.notify_all();
-}
-
-} // namespace
-
-extern "C" int getaddrinfo(const char* node, const char* service, const addrinfo* hints, addrinfo** res)
-{
-    using Resolver = int (*)(const char*, const char*, const addrinfo*, addrinfo**);
-    static const auto next = reinterpret_cast<Resolver>(dlsym(RTLD_NEXT, "getaddrinfo"));
-    if (node && std::strcmp(node, kSlowHost) == 0) {
-        std::unique_lock<std::mutex> lock(g_nameServer.mutex);
-        g_nameServer.asked = true;
-        g_nameServer.changed.notify_all();
-        g_nameServer.changed.wait(lock, [] { return !g_nameServer.held; });
-        node = "127.0.0.1";
-    }
-    return next(node, service, hints, res);
-}
 
 namespace {
 
@@ -146,23 +104,16 @@ private:
     Events m_events;
 };
 
-// A connection to the abstract address `name`; -1 when nothing listens there.
-int dial(const std::string& name)
-{
-    std::string error;
-    return ipc::net::connect_local(SocketAddr(name, 0), error);
-}
-
 // A socket driven by hand, to play a misbehaving peer.
 class RawConnection {
 public:
     explicit RawConnection(int fd) : m_fd(fd) {}
-    explicit RawConnection(const std::string& name) : m_fd(dial(name)) {}
+    explicit RawConnection(const std::string& name) : m_fd(ipc::net::connect_local(SocketAddr(name, 0), m_error)) {}
     ~RawConnection() { close(m_fd); }
 
     void send_bytes(const std::string& bytes) { ::send(m_fd, bytes.data(), bytes.size(), MSG_NOSIGNAL); }
     void send(ipc::Encoding encoding, const Message& msg) { send_bytes(ipc::frame(ipc::encode(encoding, msg))); }
-    void shutdown_output() { shutdown(m_fd, SHUT_WR); }
+    void shutdown(int how) { ::shutdown(m_fd, how); }
 
     // The next whole frame, decoded; false on time-out, close or undecodable data.
     bool receive(ipc::Encoding encoding, Message& out)
@@ -205,6 +156,7 @@ private:
         return n > 0;
     }
 
+    std::string m_error;
     int m_fd;
     std::string m_received;
     std::size_t m_consumed = 0;
@@ -222,14 +174,6 @@ bool raw_login(RawConnection& raw, ipc::Encoding encoding, Message challenge = M
         return false;
     raw.send(encoding, Message(ipc::envelope::kLogin, Params(("user=user mac=" + mac).c_str())));
     return raw.receive(encoding, result) && result.params().get_bool("ok", false);
-}
-
-// Answers every command with a message named after its "seq", carrying the request's tree.
-void echo_answer(TestServer& server, const IPCSessionInfo& session, const Message& request)
-{
-    Message answer(request.params().get_string("seq", ""));
-    answer.add_child(request);
-    server.send_response(session.id, answer);
 }
 
 // Every test ends with the descriptors it started with: sockets, listeners, timers, lookups and
@@ -257,9 +201,8 @@ using RemoteMode = NoLeaks;
 
 } // namespace
 
-// Subscriptions are sent at every login; a refused client closes and tries again after
-// retry_interval() while the other session is untouched.
-TEST_F(Server, LoginAndSubscriptionsAgainAfterAReconnectionWrongPasswordRefused)
+// Subscriptions are sent at every login, again after a reconnection.
+TEST_F(Server, LoginAndSubscriptionsAgainAfterAReconnection)
 {
     // Server endpoints get the loop's ticks too.
     struct TickedServer : TestServer {
@@ -294,18 +237,20 @@ TEST_F(Server, LoginAndSubscriptionsAgainAfterAReconnectionWrongPasswordRefused)
     EXPECT_EQ(events.notifications[1].second.params().get_string("for", ""), "netmgr");
     EXPECT_EQ(events.notifications[2].second.params().get_string("for", ""), "session");
 
+    // Refused by the sender, with its reason, before the unit would have to refuse it.
+    Message tooDeep("getVersion");
+    Message* deepest = &tooDeep;
+    for (std::size_t depth = 1; depth < ipc::Limits::kMaxDepth; ++depth)
+        deepest = &deepest->add_child("level");
     LogCapture log;
-    TestClient intruder("velkor");
-    ASSERT_TRUE(intruder.start(ipc::Encoding::Compact, address));
+    EXPECT_FALSE(client.send_command(tooDeep));
+    EXPECT_TRUE(log.wait_for_error("message \"getVersion\" not sent: messages nested deeper than 64"));
+
     server.drop_sessions();
-    ASSERT_TRUE(intruder.wait_until([](const TestClient::Events& e) { return e.authFailures >= 2; }));
     ASSERT_TRUE(client.wait_until([](const TestClient::Events& e) { return e.logins == 2; }));
     ASSERT_TRUE(server.wait_until(subscribed));
     EXPECT_EQ(server.push_unso("wifi:wlan1", Message("status")), 1u);
     EXPECT_EQ(client.events().connectionChanges, (std::vector<bool>{true, false, true}));
-    EXPECT_EQ(intruder.events().logins, 0);
-    EXPECT_FALSE(intruder.send_command(Message("getVersion")));
-    EXPECT_TRUE(log.wait_for_error("login refused for user \"user\""));
     EXPECT_EQ(server.logins(), 2u);
     EXPECT_EQ(server.logouts(), 1u);
     EXPECT_TRUE(server.wait_until([&server] { return server.ticks > 0; }));
@@ -329,7 +274,9 @@ TEST_P(ServerSide, CommandBeforeLoginOrMalformedInputClosesOnlyThatConnectionWit
 
     const std::string name = TestServer::unique_local_address();
     TestServer server(kPassword);
-    server.set_handler(echo_answer);
+    server.set_handler([](TestServer& s, const IPCSessionInfo& session, const Message&) {
+        s.send_response(session.id, Message("version"));
+    });
     ASSERT_TRUE(server.listen(ipc::encoding_name(encoding), SocketAddr(name, 0)));
     TestClient client(kPassword);
     ASSERT_TRUE(client.start(encoding, SocketAddr(name, 0)));
@@ -341,7 +288,7 @@ TEST_P(ServerSide, CommandBeforeLoginOrMalformedInputClosesOnlyThatConnectionWit
         Message challenge;
         ASSERT_TRUE(logIn ? raw_login(raw, encoding) : raw.receive(encoding, challenge));
         raw.send_bytes(bytes);
-        raw.shutdown_output();
+        raw.shutdown(SHUT_WR);
         EXPECT_TRUE(raw.wait_closed());
         EXPECT_TRUE(log.wait_for_error(reason));
     }
@@ -383,6 +330,15 @@ TEST_F(Server, ReaderThatFallsTooFarBehindIsCutOff)
     EXPECT_GE(pushed, 30);
     EXPECT_LT(pushed, 64);
     EXPECT_TRUE(log.wait_for_error("bytes of output waiting; connection closed"));
+    EXPECT_TRUE(server.wait_until([&] { return server.sessions().empty(); }));
+
+    // A peer that will never read again is closed at the first write, which fails.
+    RawConnection deaf(name);
+    ASSERT_TRUE(raw_login(deaf, ipc::Encoding::Compact));
+    deaf.send(ipc::Encoding::Compact, Message(ipc::envelope::kSubscribe, Params("pattern=bulk")));
+    ASSERT_TRUE(server.wait_until([&] { return server.sessions().size() == 1 && !server.sessions()[0].subscriptions.empty(); }));
+    deaf.shutdown(SHUT_RD);
+    EXPECT_EQ(server.push_unso("bulk", Message("bulk")), 0u);
     EXPECT_TRUE(server.wait_until([&] { return server.sessions().empty(); }));
 }
 
@@ -439,35 +395,6 @@ TEST_F(Client, LogsInWithAMacAndRecoversFromAnImpostorAMalformedAnswerOrSilence)
               (std::vector<bool>{true, false, true, false, true, false}));
     close(listener);
 }
-
-
-// The host name of a remote unit is looked up off the loop: while the name server is silent the
-// loop keeps running and its lock stays free for the user interface.
-TEST_F(Client, ASilentNameServerHoldsNeitherTheLoopNorItsLock)
-{
-    const int port = TestServer::free_tcp_port();
-    TestServer server(kPassword);
-    ASSERT_TRUE(server.listen("xmls", SocketAddr("127.0.0.1", port)));
-    hold_name_server(true);
-    // Released whatever happens, so that the lookup's thread ends.
-    const std::shared_ptr<void> releaseAtEnd(nullptr, [](void*) { hold_name_server(false); });
-    TestClient client(kPassword);
-    ASSERT_TRUE(client.start(ipc::Encoding::Xmls, SocketAddr(kSlowHost, port)));
-    {
-        std::unique_lock<std::mutex> lock(g_nameServer.mutex);
-        ASSERT_TRUE(g_nameServer.changed.wait_for(lock, 10s, [] { return g_nameServer.asked; }));
-    }
-
-    ASSERT_TRUE(client.loop().lock_free_within(2s));
-    std::atomic<bool> timerRan{false};
-    client.loop().schedule(0ms, [&timerRan] { timerRan = true; });
-    EXPECT_TRUE(client.loop().wait_until([&timerRan] { return timerRan.load(); }, 2s));
-    EXPECT_FALSE(client.send_command(Message("getVersion")));
-
-    hold_name_server(false);
-    EXPECT_TRUE(client.wait_until([](const TestClient::Events& e) { return e.logins == 1; }));
-}
-
 namespace {
 
 // Splits a captured TLS stream into records; false unless it is nothing but whole records.
@@ -543,9 +470,6 @@ TEST_F(RemoteMode, ACaptureHoldsOnlyEncryptedRecords)
     for (std::sregex_iterator found(trace.begin(), trace.end(), loginValue), end; found != end; ++found)
         secrets.push_back((*found)[2]);
     ASSERT_EQ(secrets.size(), 9u);
-    EXPECT_NE(trace.find(": message tracing on"), std::string::npos);
-    EXPECT_NE(trace.find("IPC client test sends:"), std::string::npos);
-    EXPECT_NE(trace.find("IPC client test received:"), std::string::npos);
 
     for (const std::string& stream : {tap.toServer(), tap.toClient()}) {
         for (const std::string& secret : secrets)
@@ -561,7 +485,7 @@ TEST_F(RemoteMode, ACaptureHoldsOnlyEncryptedRecords)
 
 // The unit's identity is made once and kept; half an identity, a damaged one or a place where none
 // can be written is an error, never a new identity.
-TEST_F(RemoteMode, TheUnitsIdentityIsMadeOnceAndKeptAndSpeaksOnlyTls13)
+TEST_F(RemoteMode, TheUnitsIdentityIsMadeOnceAndKept)
 {
     TemporaryDirectory home;
     const std::string directory = home.file("unit");
@@ -593,27 +517,9 @@ TEST_F(RemoteMode, TheUnitsIdentityIsMadeOnceAndKeptAndSpeaksOnlyTls13)
         EXPECT_FALSE(ipc::tls::server_context(refused[i].first, fingerprint, error));
         EXPECT_NE(error.find(refused[i].second), std::string::npos) << error;
     }
-
-    // Only TLS 1.3 is spoken: a peer that offers at most TLS 1.2 gets no session.
-    std::string fingerprint;
-    std::string error;
-    const ipc::tls::Context unit = ipc::tls::server_context(home.file("other"), fingerprint, error);
-    const ipc::tls::Context old = ipc::tls::client_context(error);
-    SSL_CTX_set_min_proto_version(old.get(), TLS1_2_VERSION);
-    SSL_CTX_set_max_proto_version(old.get(), TLS1_2_VERSION);
-    int ends[2];
-    ASSERT_EQ(socketpair(AF_UNIX, SOCK_STREAM | SOCK_CLOEXEC, 0, ends), 0);
-    const auto unitEnd = ipc::tls::Channel::create(unit, ends[0], true, error);
-    const auto oldEnd = ipc::tls::Channel::create(old, ends[1], false, error);
-    std::thread accepting([&unitEnd] { EXPECT_NE(unitEnd->handshake(), ipc::tls::Channel::Status::Done); });
-    EXPECT_NE(oldEnd->handshake(), ipc::tls::Channel::Status::Done);
-    shutdown(ends[1], SHUT_RDWR);
-    accepting.join();
-    close(ends[0]);
-    close(ends[1]);
 }
 
-// The first unit is pinned at the first login; another certificate on that address is refused,
+// The first unit is pinned at the first login, beside the lines already there; another certificate on that address is refused,
 // unless the expected fingerprint given (as REMOTE_UI_FINGERPRINT would) is the new one's.
 TEST_F(RemoteMode, PinsTheFirstUnitRefusesAChangedOneHonoursAnExpectedFingerprint)
 {
@@ -627,13 +533,17 @@ TEST_F(RemoteMode, PinsTheFirstUnitRefusesAChangedOneHonoursAnExpectedFingerprin
         client.start(ipc::Encoding::Compact, loopback(port));
         return client.wait_until([](const TestClient::Events& e) { return e.logins == 1; });
     };
+    // Comments and other units' lines, even malformed ones, are kept.
+    const std::string others = "# units\nother:1 nonsense\n";
+    std::filesystem::create_directories(configuration.file("orvane"));
+    std::ofstream(knownUnits) << others;
     {
         TemporaryDirectory identity;
         TestServer first(kPassword);
         first.set_tls_directory(identity.path());
         ASSERT_TRUE(first.listen("compact", loopback(port)));
         ASSERT_TRUE(log_in(""));
-        EXPECT_EQ(file_text(knownUnits), unit + " " + identity_fingerprint(identity.path()) + "\n");
+        EXPECT_EQ(file_text(knownUnits), others + unit + " " + identity_fingerprint(identity.path()) + "\n");
     }
 
     TemporaryDirectory identity;
@@ -659,42 +569,10 @@ TEST_F(RemoteMode, PinsTheFirstUnitRefusesAChangedOneHonoursAnExpectedFingerprin
     EXPECT_EQ(second.logins(), 1u);
 }
 
-// The pin file keeps comments, blank lines and other units' lines; only the unit's own line is
-// replaced, and only a malformed line of the unit asked about is an error.
-TEST(KnownUnits, PinOneLinePerUnitAndReadItBack)
+// The pin file lives under XDG_CONFIG_HOME, else under HOME, in directories made for it; a pin with
+// nowhere to go is an error.
+TEST(KnownUnits, DefaultFileAndPlacesWhereNoPinCanBeKept)
 {
-    TemporaryDirectory home;
-    const std::string one(64, 'a');
-    const std::string two(64, 'b');
-    const ipc::tls::KnownUnits units(home.file("a/b/known_units"));
-    std::string fingerprint = "stale";
-    std::string error;
-    EXPECT_TRUE(units.pinned("unit:1", fingerprint, error));
-    EXPECT_EQ(fingerprint, "");
-    ASSERT_TRUE(units.pin("unit:9", two, error)) << error;
-    struct stat directory {};
-    ASSERT_EQ(stat(home.file("a/b").c_str(), &directory), 0);
-    EXPECT_EQ(directory.st_mode & 0777, 0700u);
-    std::ofstream(units.file()) << "# unit:1 " << two << "\nunit:2 nonsense\n\nunit:1 " << with_colons_upper_case(one) << "\n";
-
-    const std::tuple<const char*, bool, std::string, const char*> reads[] = {
-        {"unit:1", true, one, ""}, {"unit:3", true, "", ""}, {"unit:2", false, "", "known_units:2: not a SHA-256 fingerprint: nonsense"}};
-    for (const auto& [unit, ok, pinned, reason] : reads) {
-        error.clear();
-        EXPECT_EQ(units.pinned(unit, fingerprint, error), ok) << unit;
-        EXPECT_EQ(fingerprint, pinned) << unit;
-        EXPECT_NE(error.find(reason), std::string::npos) << error;
-    }
-    ASSERT_TRUE(units.pin("unit:1", two, error)) << error;
-    EXPECT_EQ(file_text(units.file()), "# unit:1 " + two + "\nunit:2 nonsense\n\nunit:1 " + two + "\n");
-    EXPECT_FALSE(ipc::tls::KnownUnits(home.path()).pin("unit:1", one, error));
-    EXPECT_NE(error.find("cannot write " + home.path()), std::string::npos) << error;
-    EXPECT_FALSE(ipc::tls::KnownUnits(units.file() + "/c/known_units").pin("unit:1", one, error));
-    EXPECT_NE(error.find("cannot create " + units.file() + "/c"), std::string::npos) << error;
-    EXPECT_FALSE(ipc::tls::KnownUnits("").pin("unit:1", one, error));
-    EXPECT_NE(error.find("no file to keep it in"), std::string::npos) << error;
-
-    // The default file lives under XDG_CONFIG_HOME, else under HOME.
     const char* const places[][3] = {
         {"/xdg", "/home/op", "/xdg/orvane/known_units"}, {"relative", "/home/op", "/home/op/.config/orvane/known_units"},
         {"", "relative", ""}};
@@ -702,6 +580,19 @@ TEST(KnownUnits, PinOneLinePerUnitAndReadItBack)
         setenv("XDG_CONFIG_HOME", xdg, 1);
         setenv("HOME", homeVariable, 1);
         EXPECT_EQ(ipc::tls::KnownUnits::default_file(), file) << xdg << " " << homeVariable;
+    }
+    TemporaryDirectory home;
+    std::string error;
+    const ipc::tls::KnownUnits fresh(home.file("a/b/known_units"));
+    std::string pinned;
+    ASSERT_TRUE(fresh.pin("unit:1", std::string(64, 'a'), error)) << error;
+    EXPECT_TRUE(fresh.pinned("unit:1", pinned, error) && pinned == std::string(64, 'a')) << error;
+    std::ofstream(home.file("file")) << "x";
+    const std::pair<std::string, std::string> refused[] = {
+        {"", "no file to keep it in"}, {home.file("file/c/known_units"), "cannot create " + home.file("file/c")}};
+    for (const auto& [file, reason] : refused) {
+        EXPECT_FALSE(ipc::tls::KnownUnits(file).pin("unit:1", std::string(64, 'a'), error));
+        EXPECT_NE(error.find(reason), std::string::npos) << error;
     }
 }
 
@@ -723,6 +614,9 @@ TEST_F(RemoteMode, ALoginRelayedThroughASecondTlsSessionFails)
     ASSERT_TRUE(client.start(ipc::Encoding::Xmls, loopback(relay.port())));
     ASSERT_TRUE(client.wait_until([](const TestClient::Events& e) { return e.authFailures >= 1; }));
     EXPECT_TRUE(log.wait_for_error("login refused for user \"user\""));
+    // The unit names the peer by address and port, and an empty accept queue is no error.
+    EXPECT_NE(log.all().find("IPC client 127.0.0.1:"), std::string::npos) << log.all();
+    EXPECT_EQ(log.all().find("accept"), std::string::npos) << log.all();
     EXPECT_NE(relay.toServer().find("<m n=\"login\">"), std::string::npos);
     EXPECT_EQ(client.events().logins, 0);
     EXPECT_EQ(server.logins(), 0u);
@@ -747,109 +641,31 @@ TEST_F(Server, TheConnectionBeyondTheWaitingLimitClosesTheOldest)
     EXPECT_TRUE(raw_login(*waiting[1], ipc::Encoding::Compact, challenges[1]));
 }
 
-// Every failure to listen or connect says why and leaves no socket open; peers are named by
-// process or by address and port.
-TEST_F(Server, SocketsListenConnectAndAcceptOrSayWhyNot)
+// Misuse of the loop is refused with a logged reason.
+TEST_F(Server, MisusingTheLoopIsRefusedWithAReason)
 {
-    const std::string name = TestServer::unique_local_address();
-    const int port = TestServer::free_tcp_port();
-    std::string error;
-    std::string peer;
-    const int local = ipc::net::listen_stream(SocketAddr(name, 0), error);
-    const int tcp = ipc::net::listen_stream(loopback(port), error);
-    ASSERT_TRUE(local >= 0 && tcp >= 0) << error;
-    EXPECT_EQ(ipc::net::accept_stream(local, peer, error), -1);
-    EXPECT_EQ(error, "");
-    const std::pair<SocketAddr, const char*> refused[] = {
-        {SocketAddr(name, 0), "bind/listen: Address already in use"}, {loopback(port), "bind/listen: Address already in use"},
-        {SocketAddr("/" + std::string(108, 'x'), 0), "local address too long"}};
-    for (const auto& [address, reason] : refused) {
-        EXPECT_EQ(ipc::net::listen_stream(address, error), -1) << address.to_string();
-        EXPECT_NE(error.find(reason), std::string::npos) << error;
-    }
-    EXPECT_EQ(ipc::net::connect_local(SocketAddr(name + "-none", 0), error), -1);
-    EXPECT_EQ(error, "connect: Connection refused");
-
-    const int client = ipc::net::connect_local(SocketAddr(name, 0), error);
-    const int served = ipc::net::accept_stream(local, peer, error);
-    EXPECT_EQ(peer, "local pid " + std::to_string(getpid()));
-    const auto connect_tcp = [&](const char* host) {
-        const addrinfo hints{0, AF_INET, SOCK_STREAM, 0, 0, nullptr, nullptr, nullptr};
-        addrinfo* addresses = nullptr;
-        bool pending = true;
-        getaddrinfo(host, std::to_string(port).c_str(), &hints, &addresses);
-        const int fd = ipc::net::connect_tcp(addresses, pending, error);
-        freeaddrinfo(addresses);
-        return fd;
-    };
-    EXPECT_EQ(connect_tcp("255.255.255.255"), -1);
-    EXPECT_EQ(error, "connect: Network is unreachable");
-    const int tcpClient = connect_tcp("127.0.0.1");
-    pollfd writable{tcpClient, POLLOUT, 0};
-    ASSERT_EQ(poll(&writable, 1, 5000), 1);
-    EXPECT_EQ(ipc::net::connect_result(tcpClient), "");
-    const int tcpServed = ipc::net::accept_stream(tcp, peer, error);
-    EXPECT_EQ(peer.rfind("127.0.0.1:", 0), 0u) << peer;
-    for (const int fd : {local, tcp, client, served, tcpClient, tcpServed})
-        close(fd);
-
-    setenv("LIBIPC_LOCAL_ADDR", "/elsewhere", 1);
-    EXPECT_EQ(ipc::net::effective_address(SocketAddr("/orvane", 0)).host(), "/elsewhere");
-    EXPECT_EQ(ipc::net::effective_address(loopback(port)).host(), "127.0.0.1");
-    unsetenv("LIBIPC_LOCAL_ADDR");
-}
-
-// A server endpoint outside a loop has nobody to serve and refuses every user; one that leaves its
-// loop closes its listener with it. Misuse of the loop is refused with a logged reason.
-TEST_F(Server, EndpointsOutsideTheLoopOrMisusingItServeNothing)
-{
-    struct Bare : IPCEndpointServer {
-        void process_command(const IPCSessionInfo&, const Message&) override {}
-    };
-    const std::string name = TestServer::unique_local_address();
-    const SocketAddr address(name, 0);
-    ThreadedManager loop;
+    const SocketAddr address(TestServer::unique_local_address(), 0);
+    TestServer server(kPassword);
+    ThreadedManager& loop = server.loop();
     IPCEndpointClient client;
     IPCEndpointClient other;
     LogCapture log;
-    std::unique_ptr<RawConnection> raw;
-    {
-        Bare bare;
-        std::string password;
-        EXPECT_FALSE(bare.password_for("user", password));
-        EXPECT_EQ(bare.push_unso(IPCEndpointServer::kGenericUnso, Message("status")), 0u);
-        ASSERT_TRUE(loop.add_server("bare", &bare) && loop.add_client("client", &client));
-        ASSERT_TRUE(loop.connect_client("xmls", "stream", address, "client", 0, ""));
-        const std::pair<bool, const char*> misuses[] = {
-            {loop.add_server("bare", nullptr), "cannot register server bare"},
-            {loop.add_server("again", &bare), "cannot register server again"},
-            {loop.listen_server("json", "stream", address, "bare"), "server bare: unsupported encoding json or transport stream"},
-            {loop.listen_server("xmls", "dgram", address, "bare"), "server bare: unsupported encoding xmls or transport dgram"},
-            {loop.listen_server("xmls", "stream", address, "nobody"), "server nobody: no such server"},
-            {loop.add_client("client", &other), "cannot register client client"},
-            {loop.add_client("again", &client), "cannot register client again"},
-            {loop.connect_client("json", "stream", address, "client", 0, ""), "client client: unsupported encoding json"},
-            {loop.connect_client("xmls", "dgram", address, "client", 0, ""), "client client: unsupported encoding xmls or transport dgram"},
-            {loop.connect_client("xmls", "stream", address, "nobody", 0, ""), "client nobody: no such client"},
-            {loop.connect_client("xmls", "stream", address, "client", 0, ""), "client client: already connecting"}};
-        for (const auto& [accepted, reason] : misuses) {
-            EXPECT_FALSE(accepted) << reason;
-            EXPECT_TRUE(log.wait_for_error(reason)) << reason;
-        }
-        loop.remove_client("client");
-        EXPECT_TRUE(loop.add_client("other", &client));
-        ASSERT_TRUE(loop.listen_server("compact", "stream", address, "bare"));
-        loop.start_thread();
-        raw = std::make_unique<RawConnection>(name);
-        Message challenge;
-        EXPECT_TRUE(raw->receive(ipc::Encoding::Compact, challenge));
+    ASSERT_TRUE(loop.add_client("client", &client));
+    ASSERT_TRUE(loop.connect_client("xmls", "stream", address, "client", 0, ""));
+    const std::pair<bool, const char*> misuses[] = {
+        {loop.add_server("test", nullptr), "cannot register server test"},
+        {loop.add_server("again", &server), "cannot register server again"},
+        {loop.listen_server("json", "stream", address, "test"), "server test: unsupported encoding json or transport stream"},
+        {loop.listen_server("xmls", "dgram", address, "test"), "server test: unsupported encoding xmls or transport dgram"},
+        {loop.listen_server("xmls", "stream", address, "nobody"), "server nobody: no such server"},
+        {loop.add_client("client", &other), "cannot register client client"},
+        {loop.add_client("again", &client), "cannot register client again"},
+        {loop.connect_client("xmls", "dgram", address, "client", 0, ""), "client client: unsupported encoding xmls or transport dgram"},
+        {loop.connect_client("xmls", "stream", address, "nobody", 0, ""), "client nobody: no such client"},
+        {loop.connect_client("xmls", "stream", address, "client", 0, ""), "client client: already connecting"}};
+    for (const auto& [accepted, reason] : misuses) {
+        EXPECT_FALSE(accepted) << reason;
+        EXPECT_TRUE(log.wait_for_error(reason)) << reason;
     }
-    EXPECT_TRUE(raw->wait_closed());
-    raw.reset();
-    // The loop closes the listener on its next turn.
-    EXPECT_TRUE(loop.wait_until([&] {
-        const int late = dial(name);
-        close(late);
-        return late < 0;
-    }));
+    loop.remove_client("client");
 }

@@ -33,15 +33,3 @@ bool ThreadedManager::wait_until(const std::function<bool()>& condition, std::ch
         std::this_thread::sleep_for(std::chrono::milliseconds(2));
     }
 }
-
-bool ThreadedManager::lock_free_within(std::chrono::milliseconds timeout)
-{
-    const auto deadline = std::chrono::steady_clock::now() + timeout;
-    while (!m_mutex.try_lock()) {
-        if (std::chrono::steady_clock::now() >= deadline)
-            return false;
-        std::this_thread::sleep_for(std::chrono::milliseconds(2));
-    }
-    m_mutex.unlock();
-    return true;
-}

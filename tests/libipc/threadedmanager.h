@@ -23,15 +23,12 @@ public:
     // Polls `condition` under the lock until it holds or the time is up.
     bool wait_until(const std::function<bool()>& condition,
                     std::chrono::milliseconds timeout = std::chrono::seconds(10));
-    // Whether the lock could be taken (and released again) within `timeout`.
-    bool lock_free_within(std::chrono::milliseconds timeout);
 
 private:
     class RecursiveMutex : public IPCMutex {
     public:
         void lock() override { m_mutex.lock(); }
         void unlock() override { m_mutex.unlock(); }
-        bool try_lock() { return m_mutex.try_lock(); }
 
     private:
         std::recursive_mutex m_mutex;

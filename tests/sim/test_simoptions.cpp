@@ -2,6 +2,7 @@
 
 #include <gtest/gtest.h>
 
+#include <tuple>
 #include <vector>
 
 namespace {
@@ -25,14 +26,9 @@ TEST(SimOptions, ReadsEveryOption)
     const Parsed parsed = parse({"--scenario", "busy.xml", "--seed", "4294967295", "--stats-rate", "250",
                                  "--password", "", "--listen", "[::1]:5000", "--no-tcp", "--log-level", "6"});
     ASSERT_TRUE(parsed.ok) << parsed.error;
-    EXPECT_EQ(parsed.options.scenario, "busy.xml");
-    EXPECT_EQ(parsed.options.seed, 4294967295u);
-    EXPECT_EQ(parsed.options.statsRateMs, 250u);
-    EXPECT_EQ(parsed.options.password, "");
-    EXPECT_EQ(parsed.options.listenHost, "::1");
-    EXPECT_EQ(parsed.options.listenPort, 5000);
-    EXPECT_FALSE(parsed.options.tcp);
-    EXPECT_EQ(parsed.options.logLevel, 6u);
+    const SimOptions& o = parsed.options;
+    EXPECT_EQ(std::tie(o.scenario, o.seed, o.statsRateMs, o.password, o.listenHost, o.listenPort, o.tcp, o.logLevel),
+              std::make_tuple("busy.xml", 4294967295u, 250u, "", "::1", 5000, false, 6u));
     EXPECT_EQ(parse({"--listen", "[::1]"}).options.listenHost, "::1");
 }
 
