@@ -305,7 +305,6 @@ void MainWindow::doCalibrateTouchscreen()
         sync();
         QDialog test(this);
         test.setWindowFlags(Qt::FramelessWindowHint);
-        test.setModal(true);
         test.setGeometry(0, 0, 640, 480);
         auto* scribble = new ScribbleWidget(&test);
         scribble->setGeometry(0, 0, 640, 480);

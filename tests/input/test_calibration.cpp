@@ -213,18 +213,22 @@ private slots:
         QTest::addColumn<QTransform>("device");
         QTest::addColumn<QVector<QPoint>>("noise");
         QTest::addColumn<int>("tolerance"); // -1: touches on one line leave the handler cleared
+        QTest::addColumn<QByteArray>("stored"); // the file written, when the fit is exact
 
-        QTest::newRow("skewed") << QTransform(0.9, 0.08, -0.05, 1.1, 25, -12) << QVector<QPoint>() << 1;
+        QTest::newRow("scaled and shifted") << QTransform(2, 0, 0, 2, 10, 20) << QVector<QPoint>() << 0
+                                            << QByteArray("32768 0 -327680 0 32768 -655360 65536\n");
+        QTest::newRow("skewed") << QTransform(0.9, 0.08, -0.05, 1.1, 25, -12) << QVector<QPoint>() << 1 << QByteArray();
         // Touches a little off their targets still fit closely.
         QTest::newRow("shaky finger") << QTransform(1.2, 0, 0, 0.8, 10, 10)
-                                      << QVector<QPoint>{{2, -1}, {-2, 2}, {1, 1}, {-1, -2}, {0, 2}} << 6;
-        QTest::newRow("one line") << QTransform(1, 1, 0, 0, 0, 0) << QVector<QPoint>() << -1;
+                                      << QVector<QPoint>{{2, -1}, {-2, 2}, {1, 1}, {-1, -2}, {0, 2}} << 6 << QByteArray();
+        QTest::newRow("one line") << QTransform(1, 1, 0, 0, 0, 0) << QVector<QPoint>() << -1 << QByteArray();
     }
     void calibrateFitsTheDevice()
     {
         QFETCH(QTransform, device);
         QFETCH(QVector<QPoint>, noise);
         QFETCH(int, tolerance);
+        QFETCH(QByteArray, stored);
 
         const QByteArray previous = "2 0 0 0 2 0 1\n";
         QVERIFY(write(pointercal(), previous));
@@ -246,6 +250,8 @@ private slots:
         for (const QPoint& screen : screenPoints)
             QVERIFY((handler.transform(device.map(screen)) - screen).manhattanLength() <= tolerance);
 
+        if (!stored.isEmpty())
+            QCOMPARE(contents(pointercal()), stored);
         QCOMPARE(contents(pointercal()).trimmed().split(' ').size(), 7);
         QWSCalibratedMouseHandler restarted(pointercal());
         for (const QPoint& p : screenPoints)
