@@ -27,6 +27,14 @@ public:
 
     void setState(IPCClient::IPC_STATE state, bool defPwd = false) { emit g_ipcClient.changedState(state, defPwd); }
     QString dir() const { return m_dir.path(); }
+    // The requests sent, as "name key=value ...".
+    QStringList requests() const
+    {
+        QStringList lines;
+        for (const Message& msg : sent)
+            lines << QString::fromStdString(msg.dump_text()).trimmed();
+        return lines;
+    }
 
     std::unique_ptr<MainWindow> window;
     std::vector<Message> sent;
@@ -42,21 +50,5 @@ inline void chooseF2Mode(MainWindow& window, int mode)
     modes->setCurrentIndex(modes->findData(mode));
     QCOMPARE(window.pane().keypadSetup().f2Mode(), mode);
 }
-
-// "Down+" for a press of Down, "Down-r" for an auto-repeated release, "S-Tab+" with Shift held.
-inline QString describeKey(int keycode, bool pressed, bool repeat, Qt::KeyboardModifiers modifiers = Qt::NoModifier)
-{
-    QString name = QString::fromLatin1(QMetaEnum::fromType<Qt::Key>().valueToKey(keycode)).mid(4);
-    if (modifiers & Qt::ShiftModifier)
-        name.prepend(QLatin1String("S-"));
-    return name + (pressed ? "+" : "-") + (repeat ? "r" : "");
-}
-
-// Remembers the keys a screen was given.
-class RecordingHandler : public KeypadHandler {
-public:
-    void handleKey(int keycode, bool pressed, bool repeat) override { keys << describeKey(keycode, pressed, repeat); }
-    QStringList keys;
-};
 
 #endif

@@ -101,21 +101,6 @@ private slots:
         }
         QCOMPARE((screens + shown).join(' '), seen);
     }
-    void screensLearnWhenTheyComeAndGo()
-    {
-        MainWindow& window = *m_shell->window;
-        for (int index : {Pane::ScreenAbout, Pane::ScreenMeters, Pane::ScreenPeerAdd}) {
-            pane().showScreen(index);
-            QCOMPARE(window.currentKeypadHandler(), dynamic_cast<KeypadHandler*>(pane().page(index)));
-        }
-        // One screen serves both, titled by the menu entry that led there.
-        QCOMPARE(pane().page(Pane::ScreenPeerAdd), pane().page(Pane::ScreenPeerEdit));
-        for (const auto& [index, title] : {std::pair(Pane::ScreenPeerEdit, "Edit Remote Settings"),
-                                           std::pair(Pane::ScreenPeerAdd, "Add New Remote")}) {
-            pane().showScreen(index);
-            QCOMPARE(pane().peerEdit().labelTitle->text(), QString(title));
-        }
-    }
     // The backend draws the bars where they are asked to: on the status bar's small meter.
     void smallMeterBarsLieOnTheMeter()
     {
@@ -174,13 +159,10 @@ private slots:
             QCOMPARE(onStatus, before == Pane::ScreenNetworkList && to == Pane::ScreenConfigureNetwork);
         }
         // Screens that ask a question make the keypad answer it.
-        for (const std::function<void(bool)>& modal : std::initializer_list<std::function<void(bool)>>{
-                 [&](bool on) { emit profiles->changeModal(on); }, [&](bool on) { emit p.configureNetwork().changeModal(on); }}) {
-            modal(true);
-            QVERIFY(m_shell->window->isModal());
-            modal(false);
-            QVERIFY(!m_shell->window->isModal());
-        }
+        emit profiles->changeModal(true);
+        QVERIFY(m_shell->window->isModal());
+        emit p.configureNetwork().changeModal(false);
+        QVERIFY(!m_shell->window->isModal());
         emit p.keypadSetup().restrictedModeChanged(true);
         QVERIFY(!m_shell->window->menu().actionSystem_Settings->isVisible());
         emit dynamic_cast<Chat*>(p.page(Pane::ScreenChat))->chatAlert();
@@ -223,7 +205,7 @@ private slots:
         menu().closeMenu();
         QVERIFY(!menu().isMenuOpen());
     }
-    // The entries are found by their object names.
+    // The entries are found by their object names; the screen shown takes the keypad.
     void entriesShowTheirScreens()
     {
         const std::pair<const char*, int> entries[] = {
@@ -240,7 +222,12 @@ private slots:
             QVERIFY2(entry, action);
             entry->trigger();
             QCOMPARE(pane().currentScreen(), screen);
+            QCOMPARE(m_shell->window->currentKeypadHandler(), dynamic_cast<KeypadHandler*>(pane().page(screen)));
         }
+        // One screen serves both, titled by the entry that led there: Add came last.
+        QCOMPARE(pane().peerEdit().labelTitle->text(), QString("Add New Remote"));
+        menu().actionChange_Remote_Settings->trigger();
+        QCOMPARE(pane().peerEdit().labelTitle->text(), QString("Edit Remote Settings"));
     }
     void menusListTheirEntries_data()
     {
@@ -270,33 +257,22 @@ private slots:
         QCOMPARE(shown, menus);
         QCOMPARE(visibleEntries(m_shell->window->menuBar()), (QStringList{"Network", "Remotes", "Stats", "Configure"}));
     }
-    void resetIsSentOnlyOnYes_data()
-    {
-        QTest::addColumn<int>("answer");
-        QTest::addColumn<int>("requests");
-        QTest::newRow("no") << int(QMessageBox::No) << 0;
-        QTest::newRow("yes") << int(QMessageBox::Yes) << 1;
-    }
+    // Asked with No as the default, the window modal meanwhile; sent only on Yes.
     void resetIsSentOnlyOnYes()
     {
-        QFETCH(int, answer);
-        QFETCH(int, requests);
-
-        m_shell->sent.clear();
-        bool modalDuringQuestion = false;
-        bool defaultIsNo = false;
-        answerNextQuestion(this, QMessageBox::StandardButton(answer), [&](QMessageBox& box) {
-            modalDuringQuestion = m_shell->window->isModal();
-            defaultIsNo = box.defaultButton() == box.button(QMessageBox::No);
-        });
-        menu().actionReset_Configuration->trigger();
-
-        QVERIFY(modalDuringQuestion);
-        QVERIFY(defaultIsNo);
-        QVERIFY(!m_shell->window->isModal());
-        QCOMPARE(int(m_shell->sent.size()), requests);
-        if (requests)
-            QCOMPARE(m_shell->sent.front().dump_text(), Message("reset", Params("what=cfg seq=reset")).dump_text());
+        QStringList seen;
+        for (const QMessageBox::StandardButton answer : {QMessageBox::No, QMessageBox::Yes}) {
+            m_shell->sent.clear();
+            answerNextQuestion(this, answer, [&](QMessageBox& box) {
+                seen << QString("asked modal=%1 defaultNo=%2")
+                            .arg(m_shell->window->isModal())
+                            .arg(box.defaultButton() == box.button(QMessageBox::No));
+            });
+            menu().actionReset_Configuration->trigger();
+            seen << m_shell->requests() << QString("modal=%1").arg(m_shell->window->isModal());
+        }
+        QCOMPARE(seen, (QStringList{"asked modal=1 defaultNo=1", "modal=0", "asked modal=1 defaultNo=1",
+                                    R"(reset seq:s="reset" what:s="cfg")", "modal=0"}));
     }
 
 private:

@@ -3,6 +3,7 @@
 #include "shellfixture.h"
 
 #include "calibration.h"
+#include "iconname.h"
 #include "logger.h"
 #include "modalwatch.h"
 #include "offline.h"
@@ -47,18 +48,24 @@ private slots:
         QVERIFY(g_log.enabled(LOG_ERROR));
         QCOMPARE(link.address.effective_port(), SocketAddr::kDefaultPort);
     }
+    // Whether the pointer was calibrated before, and whether the operator touches all five
+    // targets (then F2 ends the drawing test) or aborts with F2. Seen: the runs asked for (and
+    // whether the window was calibrating meanwhile), the drawing tests, the popup after.
     void missingCalibrationStartsOneAtReady_data()
     {
         QTest::addColumn<bool>("fileExists");
-        QTest::addColumn<bool>("touched"); // all five targets, then F2 on the drawing test
-        QTest::newRow("calibrated") << true << false;
-        QTest::newRow("never calibrated, aborted") << false << false;
-        QTest::newRow("never calibrated, touched") << false << true;
+        QTest::addColumn<bool>("touched");
+        QTest::addColumn<QString>("seen");
+        QTest::newRow("calibrated") << true << false << "asked 0 drawn 0 popup ";
+        QTest::newRow("never calibrated, aborted")
+            << false << false << "asked 1 calibrating drawn 0 popup 220,190 200x100 Warning: Touchscreen disabled due to aborted calibration.";
+        QTest::newRow("never calibrated, touched") << false << true << "asked 1 calibrating drawn 1 popup ";
     }
     void missingCalibrationStartsOneAtReady()
     {
         QFETCH(bool, fileExists);
         QFETCH(bool, touched);
+        QFETCH(QString, seen);
         QTemporaryDir dir;
         QWSServer::setMouseHandler(new QWSCalibratedMouseHandler(dir.filePath("handler"), qApp));
         ShellFixture shell;
@@ -66,11 +73,9 @@ private slots:
         QVERIFY(window.hasCalibratedMouse());
         if (!fileExists)
             window.setPointerCalibrationFile(dir.filePath("missing"));
-
         int calibrations = 0;
         int drawingTests = 0;
-        bool calibratingWhileAsked = false;
-        // The operator touches every target or aborts with F2; F2 also ends the drawing test.
+        QString calibrating;
         const auto pressF2 = [&] {
             window.setCalibrating(false);
             emit window.abortCalibration();
@@ -78,7 +83,7 @@ private slots:
         QTimer poll;
         answerEveryModal<Calibration>(poll, [&](Calibration& calibration) {
             ++calibrations;
-            calibratingWhileAsked = window.isCalibrating();
+            calibrating = window.isCalibrating() ? " calibrating" : "";
             touched ? calibration.accept() : pressF2();
         });
         // The drawing test is a frameless child of the window, not a window of its own.
@@ -89,51 +94,37 @@ private slots:
         });
         drawingPoll.start(20);
         shell.setState(IPCClient::IPC_READY);
-
-        QCOMPARE(calibrations, fileExists ? 0 : 1);
-        QCOMPARE(calibratingWhileAsked, !fileExists);
-        QCOMPARE(drawingTests, touched ? 1 : 0);
-        const bool aborted = !fileExists && !touched;
-        QCOMPARE(popupText(window.popup()),
-                 aborted ? QStringLiteral("Warning: Touchscreen disabled due to aborted calibration.") : QString());
         QVERIFY(!window.isCalibrating());
         // Only the run that asked: the meters' next pause starts none.
         window.pane().metering().setSuspended(true, true);
-        QCOMPARE(calibrations, fileExists ? 0 : 1);
+        QCOMPARE(QString("asked %1%2 drawn %3 popup %4").arg(calibrations).arg(calibrating).arg(drawingTests).arg(popupShown(window.popup())),
+                 seen);
     }
+    // The link's states in turn (0 down, 1 logged in, 2 ready, 3 updating), then the icon and
+    // "state|status" the offline screen shows. The update's own progress text comes separately.
     void offlineTexts_data()
     {
-        QTest::addColumn<QList<int>>("states");
-        QTest::addColumn<QString>("icon");
-        QTest::addColumn<QString>("texts"); // state|status
-
-        const int down = IPCClient::IPC_DISCONNECTED;
-        const int in = IPCClient::IPC_LOGGED_IN;
-        const int ready = IPCClient::IPC_READY;
-        const QString creating = ":/icons/connect_creating.png";
-        const QString established = ":/icons/connect_established.png";
-        QTest::newRow("boot") << QList<int>{down} << creating << "System Booted.|Loading Application...";
-        QTest::newRow("first login") << QList<int>{down, in} << established << "Application Loaded.|Starting application...";
-        QTest::newRow("ready") << QList<int>{down, in, ready} << ":/icons/alert_info.png" << "Ready.|";
-        QTest::newRow("later disconnection") << QList<int>{down, in, ready, down} << creating
-                                             << "Please Wait...|Operation Failed.";
-        QTest::newRow("later login") << QList<int>{down, in, ready, down, in} << established
-                                     << "Please Wait...|Operation Failed.";
-        // The update's own progress text comes separately.
-        QTest::newRow("updating") << QList<int>{down, in, int(IPCClient::IPC_UPDATING)} << ":/icons/package.png"
-                                  << "Firmware Updating.|Starting application...";
+        QTest::addColumn<QString>("states");
+        QTest::addColumn<QString>("shown");
+        const auto row = [](const char* states, const char* shown) { QTest::newRow(states) << states << shown; };
+        row("0", "connect_creating System Booted.|Loading Application...");
+        row("0 1", "connect_established Application Loaded.|Starting application...");
+        row("0 1 2", "alert_info Ready.|");
+        row("0 1 2 0", "connect_creating Please Wait...|Operation Failed.");
+        row("0 1 2 0 1", "connect_established Please Wait...|Operation Failed.");
+        row("0 1 3", "package Firmware Updating.|Starting application...");
     }
     void offlineTexts()
     {
-        QFETCH(QList<int>, states);
-        QFETCH(QString, icon);
-        QFETCH(QString, texts);
+        QFETCH(QString, states);
+        QFETCH(QString, shown);
         QWidget parent;
         Offline offline(&parent);
-        for (int s : states)
-            offline.setState(IPCClient::IPC_STATE(s), false);
-        QCOMPARE(offline.labelIcon->pixmap(Qt::ReturnByValue).toImage(), QPixmap(icon).toImage());
-        QCOMPARE(offline.labelState->text() + '|' + offline.labelStatus->text(), texts);
+        for (const QString& state : states.split(' '))
+            offline.setState(IPCClient::IPC_STATE(state.toInt()), false);
+        QCOMPARE(iconName(offline.labelIcon->pixmap(Qt::ReturnByValue)) + ' ' + offline.labelState->text() + '|'
+                     + offline.labelStatus->text(),
+                 shown);
     }
     void popupGeometry_data()
     {
@@ -186,7 +177,7 @@ private slots:
         shell.setState(IPCClient::IPC_LOGGED_IN);
         shell.setState(IPCClient::IPC_READY);
         QCOMPARE(shown(), (QList<bool>{false, true}));
-        QCOMPARE(popupText(window.popup()), QString());
+        QCOMPARE(popupShown(window.popup()), QString());
 
         emit g_ipcClient.recvCodeUpdateStatus(QStringLiteral("Writing flash"));
         shell.setState(IPCClient::IPC_UPDATING);
@@ -198,16 +189,18 @@ private slots:
         shell.setState(IPCClient::IPC_READY, true);
         QVERIFY(window.isVisible());
         QTest::qWait(50);
-        QCOMPARE(popupText(window.popup()),
-                 QStringLiteral("WARNING! It is strongly recommended that you change the remote control password for "
+        QCOMPARE(popupShown(window.popup()),
+                 QStringLiteral("220,150 200x180 WARNING! It is strongly recommended that you change the remote control password for "
                                 "security reasons."));
     }
 
 private:
-    // The popup's text while it is up, else nothing.
-    static QString popupText(const TransientPopup& popup)
+    // The popup's place and text while it is up, else nothing.
+    static QString popupShown(const TransientPopup& popup)
     {
-        return popup.isVisible() ? popup.findChild<QLabel*>()->text() : QString();
+        const QRect r = popup.geometry();
+        return popup.isVisible() ? QString("%1,%2 %3x%4 %5").arg(r.x()).arg(r.y()).arg(r.width()).arg(r.height()).arg(popup.findChild<QLabel*>()->text())
+                                 : QString();
     }
 };
 
