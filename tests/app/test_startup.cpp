@@ -21,32 +21,33 @@ private slots:
         qunsetenv("GUI_DEBUG");
         qunsetenv("REMOTE_UI");
     }
-    // The debug log on GUI_DEBUG=true in any case; the unit's own backend unless REMOTE_UI names another.
+    // The debug log on GUI_DEBUG=true in any case; the unit's own backend unless REMOTE_UI names
+    // another, on the default port. Seen: debug log (1 on), encoding, host, port.
     void environment_data()
     {
         QTest::addColumn<QByteArray>("debug");
         QTest::addColumn<QByteArray>("remote");
-        QTest::addColumn<QString>("seen"); // debug log, encoding, host
-        QTest::newRow("unset") << QByteArray() << QByteArray() << "false compact /com/halvik/orvane";
-        QTest::newRow("set") << QByteArray("tRuE") << QByteArray("unit.example") << "true xmls unit.example";
-        QTest::newRow("other word") << QByteArray("yes") << QByteArray() << "false compact /com/halvik/orvane";
+        QTest::addColumn<QString>("seen");
+        const QString local = QString("0 compact /com/halvik/orvane %1").arg(SocketAddr::kDefaultPort);
+        QTest::newRow("unset") << QByteArray() << QByteArray() << local;
+        QTest::newRow("set") << QByteArray("tRuE") << QByteArray("unit.example") << QString("1 xmls unit.example %1").arg(SocketAddr::kDefaultPort);
+        QTest::newRow("other word") << QByteArray("yes") << QByteArray() << local;
     }
     void environment()
     {
         QFETCH(QByteArray, debug);
         QFETCH(QByteArray, remote);
         QFETCH(QString, seen);
-        for (const auto& [name, value] : {std::pair("GUI_DEBUG", debug), std::pair("REMOTE_UI", remote)}) {
-            if (!value.isNull())
-                qputenv(name, value);
-        }
+        if (!debug.isNull())
+            qputenv("GUI_DEBUG", debug);
+        if (!remote.isNull())
+            qputenv("REMOTE_UI", remote);
         const MainWindow::LinkTarget link = MainWindow::linkTarget();
         qunsetenv("REMOTE_UI"); // the window's link stays on this machine
         ShellFixture shell;
-        QCOMPARE(QString::fromStdString((g_log.enabled(LOG_DEBUG) ? "true " : "false ") + link.encoding + ' '
-                                        + link.address.host()), seen);
         QVERIFY(g_log.enabled(LOG_ERROR));
-        QCOMPARE(link.address.effective_port(), SocketAddr::kDefaultPort);
+        QCOMPARE(QString("%1 %2 %3 %4").arg(g_log.enabled(LOG_DEBUG)).arg(link.encoding.c_str(), link.address.host().c_str()).arg(link.address.effective_port()),
+                 seen);
     }
     // Whether the pointer was calibrated before, and whether the operator touches all five
     // targets (then F2 ends the drawing test) or aborts with F2. Seen: the runs asked for (and
@@ -126,41 +127,25 @@ private slots:
                      + offline.labelStatus->text(),
                  shown);
     }
-    void popupGeometry_data()
-    {
-        QTest::addColumn<int>("extraHeight");
-        QTest::addColumn<bool>("shifted");
-        QTest::addColumn<QRect>("geometry");
-        QTest::newRow("plain") << 0 << false << QRect(220, 190, 200, 100);
-        QTest::newRow("over the meters") << 80 << true << QRect(220, 215, 200, 180);
-        QTest::newRow("odd height rounds down") << 1 << false << QRect(220, 189, 200, 101);
-    }
-    void popupGeometry()
-    {
-        QFETCH(int, extraHeight);
-        QFETCH(bool, shifted);
-        QFETCH(QRect, geometry);
-        QWidget parent;
-        TransientPopup popup(&parent);
-        popup.setShifted(shifted);
-        popup.showMessage(QStringLiteral("text"), 0, extraHeight);
-        QCOMPARE(popup.geometry(), geometry);
-        QCOMPARE(popup.findChild<QLabel*>()->geometry(), QRect(QPoint(0, 0), geometry.size()));
-    }
-    // A timed message ignores taps; one without a time takes the taps meant for the screen under it.
-    void popupDismissal()
+    // Where the popup stands (lower over the meters, an odd height rounding up) and how it goes:
+    // a timed message ignores taps; one without a time takes the taps meant for the screen under it.
+    void popupPlaceAndDismissal()
     {
         QWidget parent;
         TransientPopup popup(&parent);
-        popup.showMessage(QStringLiteral("timed"), 60000, 0);
+        popup.setShifted(true);
+        popup.showMessage(QStringLiteral("timed"), 60000, 80);
         QTest::mouseClick(&popup, Qt::LeftButton);
-        QVERIFY(popup.isVisible());
-        popup.showMessage(QStringLiteral("timed"), 20, 0);
+        QCOMPARE(popupShown(popup), QString("220,215 200x180 timed"));
+        QCOMPARE(popup.findChild<QLabel*>()->geometry(), popup.rect());
+        popup.setShifted(false);
+        popup.showMessage(QStringLiteral("soon gone"), 20, 1);
+        QCOMPARE(popupShown(popup), QString("220,189 200x101 soon gone"));
         QTRY_VERIFY(!popup.isVisible());
         popup.showMessage(QStringLiteral("until tapped"), 0, 0);
         QCOMPARE(QApplication::activeModalWidget(), &popup);
         QTest::qWait(50);
-        QVERIFY(popup.isVisible());
+        QCOMPARE(popupShown(popup), QString("220,190 200x100 until tapped"));
         QTest::mouseClick(&popup, Qt::LeftButton);
         QVERIFY(!popup.isVisible());
     }
@@ -169,6 +154,7 @@ private slots:
         ShellFixture shell;
         MainWindow& window = *shell.window;
         QTRY_VERIFY(window.offlineScreen().isVisible());
+        QTRY_VERIFY(g_ipcManager.isRunning()); // the link starts a second in
         QCOMPARE(window.offlineScreen().labelStatus->text(), QStringLiteral("Initializing system... Please wait."));
         QCOMPARE(window.offlineScreen().grab().toImage().pixelColor(1, 1), QColor(60, 60, 200));
         const auto shown = [&] { return QList<bool>{window.offlineScreen().isVisible(), window.isVisible()}; };
