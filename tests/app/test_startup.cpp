@@ -1,5 +1,5 @@
 // What the program shows by itself: at start, while the link is down or updating, at the first
-// ready link, and the popup that carries its warnings.
+// ready link, the popup that carries its warnings and the status bar's indicators.
 #include "shellfixture.h"
 
 #include "calibration.h"
@@ -10,7 +10,27 @@
 #include "qwscalibratedmousehandler.h"
 #include "qwsserver.h"
 #include "scribblewidget.h"
+#include "statusbar.h"
 #include "transientpopup.h"
+
+namespace {
+
+// A status bar on a shown frame, fed by a source the test sets.
+struct StatusFixture : StatusSource {
+    StatusFixture() { frame.show(); }
+    bool chatOnShow() const override { return chatShown; }
+    bool networkReady() const override { return netReady; }
+    bool anyCallActive() const override { return active; }
+    // One tick of the blink timer, without waiting for it.
+    void tick() { QMetaObject::invokeMethod(bar, "handleAlertTimer"); }
+    bool chatShown = false;
+    bool netReady = false;
+    bool active = false;
+    QWidget frame;
+    StatusBar* bar = new StatusBar(&frame, *this);
+};
+
+} // namespace
 
 class TestStartup : public QObject {
     Q_OBJECT
@@ -149,6 +169,76 @@ private slots:
         QTest::mouseClick(&popup, Qt::LeftButton);
         QVERIFY(!popup.isVisible());
     }
+    // The next blink starts lit, also after an alert cleared half-way; none while chat is on show.
+    void chatAlertBlinksUntilCleared()
+    {
+        StatusFixture status;
+        const QTimer* blink = status.bar->findChild<QTimer*>();
+        QStringList shown;
+        for (int round = 0; round < 2; ++round) {
+            status.bar->handleChatAlert();
+            shown << QString("alerting=%1 blinking=%2").arg(status.bar->chatAlerting()).arg(blink->isActive());
+            for (int phase = 0; phase < 3; ++phase) {
+                status.tick();
+                shown << iconName(status.bar->chatButton->icon().pixmap(16, 16));
+            }
+            status.bar->clearChatAlert();
+            status.tick();
+            shown << iconName(status.bar->chatButton->icon().pixmap(16, 16)) + QString(" blinking=%1").arg(blink->isActive());
+        }
+        const QStringList round{"alerting=1 blinking=1", "comment_add", "comment", "comment_add", "comment blinking=0"};
+        QCOMPARE(shown, round + round);
+        status.chatShown = true;
+        status.bar->handleChatAlert();
+        QVERIFY(!status.bar->chatAlerting());
+    }
+    // Each step is a call the screens make; then what the signal, braid and link indicators
+    // show, "-" where hidden. An unknown braid colour keeps the last.
+    void indicators_data()
+    {
+        QTest::addColumn<QString>("steps");
+        QTest::addColumn<QString>("shown");
+        const auto row = [](const char* steps, const char* shown) { QTest::newRow(steps) << steps << shown; };
+        row("", "- - link_break");
+        row("strength:0 braid:yellow link:net,call", "signal_strength_0 braid_yellow link_go");
+        row("strength:1 braid:red braid:blue link:net", "signal_strength_1 braid_red link");
+        row("strength:25 braid:gray braidoff link:call", "signal_strength_1 - link_error");
+        row("strength:26 braid:green link:call link:", "signal_strength_2 braid_green link_break");
+        row("strength:100", "signal_strength_4 - link_break");
+        row("strength:101", "none - link_break");
+        row("multi", "signal_strength_multiple - link_break");
+        row("multi signaloff", "- - link_break");
+    }
+    void indicators()
+    {
+        StatusFixture status;
+        QFETCH(QString, steps);
+        QFETCH(QString, shown);
+        for (const QString& step : steps.split(' ', Qt::SkipEmptyParts)) {
+            const QString call = step.section(':', 0, 0);
+            const QString argument = step.section(':', 1);
+            if (call == "strength")
+                status.bar->updateSignalStrength(argument.toUInt());
+            else if (call == "multi")
+                status.bar->signalStrengthMulti();
+            else if (call == "signaloff")
+                status.bar->signalStrengthOff();
+            else if (call == "braid")
+                status.bar->updateBraidStatus(argument);
+            else if (call == "braidoff")
+                status.bar->braidStatusOff();
+            else {
+                status.netReady = argument.contains("net");
+                status.active = argument.contains("call");
+                status.bar->updateLinkIndicator();
+            }
+        }
+        QStringList indicators;
+        for (const QLabel* label : {status.bar->labelSignalMeter, status.bar->labelBraidStatus, status.bar->labelLink})
+            indicators << (label->isVisibleTo(status.bar) ? iconName(label->pixmap(Qt::ReturnByValue)) : "-");
+        QCOMPARE(indicators.join(' '), shown);
+    }
+
     void windowFollowsTheLink()
     {
         ShellFixture shell;
