@@ -397,10 +397,6 @@ private slots:
         sendPlatformKey(&recorder, true, Qt::Key_Down, Qt::NoModifier, QString(), true);
         QWSServer::sendKeyEvent('y', 'y', Qt::NoModifier, true, false);
         QCOMPARE(log, QStringList({"f 58 58 2000000 release", "f ffff 1000015 0 press repeat"}));
-        // Other events pass untouched.
-        bool timerFired = false;
-        QTimer::singleShot(0, [&] { timerFired = true; });
-        QTRY_VERIFY(timerFired);
         QCOMPARE(recorder.keys, QStringList({"release 58 'X' 2000000 spontaneous",
                                              "press 1000015 '' 0 repeat spontaneous", "press 59 'y' 0"}));
     }
