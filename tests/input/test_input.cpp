@@ -127,18 +127,7 @@ QVector<QPoint> targetsOn(const QSize& screen)
 }
 
 // Where the skewed test device reports a touch at a screen position.
-QPoint reported(const QPoint& screen)
-{
-    return QTransform(0.95, 0.03, -0.04, 0.92, 20, 15).map(screen);
-}
-
-// A finger that lands beside the point, slides onto it and lifts there.
-void touch(QWindow* window, const QPoint& point)
-{
-    QTest::mousePress(window, Qt::LeftButton, Qt::NoModifier, point + QPoint(-30, -20));
-    QTest::mouseMove(window, point + QPoint(-10, -5));
-    QTest::mouseRelease(window, Qt::LeftButton, Qt::NoModifier, point);
-}
+const QTransform kDevice(0.95, 0.03, -0.04, 0.92, 20, 15);
 
 // "x" for each target with a yellow cross thirteen pixels across and down, then the instruction
 // lines and the background: "..x.. xxx blue".
@@ -167,10 +156,6 @@ private slots:
         m_handler = new QWSCalibratedMouseHandler(m_dir.filePath("pointercal"));
         QWSServer::setMouseHandler(m_handler);
     }
-    void targets()
-    {
-        QCOMPARE(targetsOn(QSize(640, 480)), (QVector<QPoint>{{64, 48}, {64, 432}, {576, 432}, {576, 48}, {320, 240}}));
-    }
     // Aborted (F2) after some touches, or calibrated by all five.
     void runCalibratesOrAborts_data()
     {
@@ -189,8 +174,14 @@ private slots:
         bool holdsThePointer = false;
         QTimer::singleShot(0, &calibration, [&] {
             holdsThePointer = QWidget::mouseGrabber() == &calibration;
-            for (int i = 0; i < touches; ++i)
-                touch(calibration.windowHandle(), reported(targets[i]));
+            // A finger that lands beside each target, slides onto it and lifts there.
+            QWindow* window = calibration.windowHandle();
+            for (int i = 0; i < touches; ++i) {
+                const QPoint point = kDevice.map(targets[i]);
+                QTest::mousePress(window, Qt::LeftButton, Qt::NoModifier, point + QPoint(-30, -20));
+                QTest::mouseMove(window, point + QPoint(-10, -5));
+                QTest::mouseRelease(window, Qt::LeftButton, Qt::NoModifier, point);
+            }
             if (touches == kTargets)
                 return;
             // What the screen shows once repainted, not a fresh rendering.
@@ -213,7 +204,7 @@ private slots:
         }
         QCOMPARE(result, int(QDialog::Accepted));
         for (const QPoint& target : targets)
-            QVERIFY((m_handler->transform(reported(target)) - target).manhattanLength() <= 1);
+            QVERIFY((m_handler->transform(kDevice.map(target)) - target).manhattanLength() <= 1);
 
         // Painted and touched once more before the dialog is gone: no target, no change.
         const QPoint calibrated = stored();
@@ -294,8 +285,9 @@ private slots:
             QCOMPARE(contents(pointercal()), previous);
             return;
         }
-        // The targets themselves and points away from them.
-        QVector<QPoint> screenPoints(std::begin(data.screenPoints), std::end(data.screenPoints));
+        // The targets themselves (a tenth in from each corner, and the middle) and points away from them.
+        QVector<QPoint> screenPoints = targetsOn(QSize(640, 480));
+        QCOMPARE(screenPoints, (QVector<QPoint>{{64, 48}, {64, 432}, {576, 432}, {576, 48}, {320, 240}}));
         screenPoints << QPoint(0, 0) << QPoint(639, 479) << QPoint(200, 400);
         for (const QPoint& screen : screenPoints)
             QVERIFY((handler.transform(device.map(screen)) - screen).manhattanLength() <= tolerance);
@@ -414,9 +406,12 @@ private slots:
     {
         QFETCH(QStringList, key);
         QFETCH(QString, reported);
-        const auto code = [](const QString& name) { return QMetaEnum::fromType<Qt::Key>().keyToValue(qPrintable("Key_" + name)); };
+        const auto code = [](const QString& name) {
+            return QMetaEnum::fromType<Qt::Key>().keyToValue(qPrintable("Key_" + name));
+        };
         const int keycode = code(key[0]);
-        const Qt::KeyboardModifiers modifiers((key.contains("S") ? Qt::ShiftModifier : 0) | (key.contains("C") ? Qt::ControlModifier : 0));
+        const Qt::KeyboardModifiers modifiers = (key.contains("S") ? Qt::ShiftModifier : Qt::NoModifier)
+            | (key.contains("C") ? Qt::ControlModifier : Qt::NoModifier);
         const bool autoRepeat = key.contains("r");
         const QString text = keycode < 0x100 ? QString(modifiers ? QChar(keycode) : QChar(keycode).toLower()) : QString();
         KeypadFilter filter;

@@ -65,11 +65,6 @@ QString ShellSession::answerQuestion(const std::function<void()>& open, const QL
     return text;
 }
 
-QString ShellSession::simEvent(const QString& text)
-{
-    return m_sim->waitForLine(text, kCommandMs);
-}
-
 QString ShellSession::simCommand(const QString& line)
 {
     m_sim->writeLine(line);

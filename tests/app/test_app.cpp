@@ -1,17 +1,83 @@
-// The main window: its screen stack, its menus and where each key goes.
+// The main window and what it shows by itself: its screen stack, its menus, where each key goes,
+// the offline screen while the link is down or updating, the popup that carries its warnings and
+// the status bar's indicators.
+#include "calibration.h"
+#include "ipcinstances.h"
+#include "keypadhandler.h"
+#include "logger.h"
+#include "mainwindow.h"
 #include "modalwatch.h"
-#include "shellfixture.h"
-
 #include "offline.h"
 #include "pickboardkeys.h"
 #include "platformkey.h"
+#include "qwscalibratedmousehandler.h"
+#include "qwsserver.h"
+#include "scribblewidget.h"
 #include "statusbar.h"
 #include "transientpopup.h"
 
+#include <QtTest>
+#include <QtWidgets>
+
 #include <functional>
+#include <memory>
 #include <tuple>
 
 namespace {
+
+// The name of the icon (":/icons/NAME.png") a label or button shows: "none" for no picture.
+QString iconName(const QPixmap& pixmap)
+{
+    if (pixmap.isNull())
+        return QStringLiteral("none");
+    const QImage image = pixmap.toImage();
+    for (const QString& file : QDir(QStringLiteral(":/icons")).entryList()) {
+        if (QPixmap(":/icons/" + file).toImage() == image)
+            return file.section('.', 0, 0);
+    }
+    return QStringLiteral("unknown");
+}
+
+// A whole main window, ready as if the backend had logged in, with every request it sends kept.
+class ShellFixture {
+public:
+    ShellFixture()
+    {
+        // The link start one second in must find no backend, whatever runs on this machine.
+        qputenv("LIBIPC_LOCAL_ADDR", QByteArray("/orvane-shell-test-") + QByteArray::number(qApp->applicationPid()));
+        QFile(m_dir.filePath("pointercal")).open(QIODevice::WriteOnly);
+        window = std::make_unique<MainWindow>();
+        window->setCaptureDirectory(m_dir.path());
+        window->setPointerCalibrationFile(m_dir.filePath("pointercal"));
+        g_ipcClient.setRequestTap([this](const Message& msg) { sent.push_back(msg); });
+    }
+    ~ShellFixture() { g_ipcClient.setRequestTap(nullptr); }
+
+    void setState(IPCClient::IPC_STATE state, bool defPwd = false) { emit g_ipcClient.changedState(state, defPwd); }
+    QString dir() const { return m_dir.path(); }
+    // The requests sent, as "name key=value ...".
+    QStringList requests() const
+    {
+        QStringList lines;
+        for (const Message& msg : sent)
+            lines << QString::fromStdString(msg.dump_text()).trimmed();
+        return lines;
+    }
+
+    std::unique_ptr<MainWindow> window;
+    std::vector<Message> sent;
+
+private:
+    QTemporaryDir m_dir;
+};
+
+// The operator's choice of F2 behaviour, as made on the user-interface settings screen.
+inline void chooseF2Mode(MainWindow& window, int mode)
+{
+    QComboBox* modes = window.pane().keypadSetup().comboF2KeyMode;
+    modes->setCurrentIndex(modes->findData(mode));
+}
+
 
 QStringList visibleEntries(const QWidget* menu)
 {
@@ -56,16 +122,6 @@ private:
     QEvent* m_last = nullptr;
 };
 
-// The platform delivers keys to the window that has the focus: a modal dialog blocks the rest.
-QWidget* focusedWindow(QWidget* fallback)
-{
-    if (QWidget* modal = QApplication::activeModalWidget())
-        return modal;
-    if (QWidget* active = QApplication::activeWindow())
-        return active;
-    return fallback;
-}
-
 // Set up before the key: what is up, and the kind of screen shown (one that writes its keys
 // down unless told otherwise).
 enum Flag { None = 0, Popup = 1, Calibrating = 2, Modal = 4, MenuOpen = 8, Typing = 16, List = 32, Form = 64, ComboOpen = 128 };
@@ -88,9 +144,24 @@ struct Screen : KeypadHandler {
     QStringList keys;
 };
 
+// A status bar on a shown frame, fed by a source the test sets.
+struct StatusFixture : StatusSource {
+    StatusFixture() { frame.show(); }
+    bool chatOnShow() const override { return chatShown; }
+    bool networkReady() const override { return netReady; }
+    bool anyCallActive() const override { return active; }
+    // One tick of the blink timer, without waiting for it.
+    void tick() { QMetaObject::invokeMethod(bar, "handleAlertTimer"); }
+    bool chatShown = false;
+    bool netReady = false;
+    bool active = false;
+    QWidget frame;
+    StatusBar* bar = new StatusBar(&frame, *this);
+};
+
 } // namespace
 
-class TestPane : public QObject {
+class TestApp : public QObject {
     Q_OBJECT
 
 private slots:
@@ -108,6 +179,8 @@ private slots:
     {
         m_keySource.reset();
         m_shell.reset();
+        qunsetenv("GUI_DEBUG");
+        qunsetenv("REMOTE_UI");
     }
     // Steps the operator takes: "s3" shows screen 3, "m5" chooses F2 mode 5, "f2" presses and
     // releases F2, "meters" and "chat" toggle, "kb" opens the keyboard, "alert" raises a chat alert.
@@ -191,7 +264,8 @@ private slots:
         const QPoint top = meter->mapTo(&window, QPoint(0, 1)) + window.pos();
         const QString request = m_shell->requests().filter("setMetering").join('\n');
         QCOMPARE(request.count("\n  meter "), 4);
-        QVERIFY2(request.contains(QString("width:u=%1 x:u=%2 y:u=%3").arg(meter->width()).arg(top.x()).arg(top.y())), qPrintable(request));
+        const QString bar = QString("width:u=%1 x:u=%2 y:u=%3").arg(meter->width()).arg(top.x()).arg(top.y());
+        QVERIFY2(request.contains(bar), qPrintable(request));
     }
 
     // Where each screen's own signals lead: screens run one after another, each from where the
@@ -243,8 +317,8 @@ private slots:
     }
     // Entries that act on a selection are enabled on the screens that have one: Manage Networks,
     // Configure Network, Delete Network, Manage Connections, Change/Delete Remote; Calibrate
-    // Touchscreen never is here (no touch screen). Chat is no
-    // screen of its own: F1 opens the menu of the screen it covers, on that screen's first entry.
+    // Touchscreen never is here (no touch screen). Chat is no screen of its own: F1 opens the
+    // menu of the screen it covers, on that screen's first entry.
     void menuFollowsTheScreen_data()
     {
         QTest::addColumn<int>("screen");
@@ -446,35 +520,6 @@ private slots:
         window.menu().closeMenu();
         window.setKeypadHandler(nullptr);
     }
-    // Files number from one; a capture that fails uses up its number.
-    void capturesNumberFromOneAndCountFailures()
-    {
-        for (const QString& directory : {m_shell->dir(), m_shell->dir() + "/missing", m_shell->dir()}) {
-            m_shell->window->setCaptureDirectory(directory);
-            key(Qt::Key_F1, true, Qt::ControlModifier);
-        }
-        QCOMPARE(QDir(m_shell->dir()).entryList({"cap*"}), (QStringList{"cap00001.png", "cap00003.png"}));
-        QVERIFY(!QImage(m_shell->dir() + "/cap00003.png").isNull());
-    }
-    // Escape on an attached keyboard closes the menu by Qt's own means, behind the keypad's back.
-    void menuClosedByEscapeGivesTheKeysBack()
-    {
-        MainWindow& window = *m_shell->window;
-        Screen screen;
-        window.setKeypadHandler(&screen);
-        key(Qt::Key_F1);
-        QVERIFY(window.menu().isMenuOpen());
-        key(Qt::Key_Escape);
-        key(Qt::Key_Escape, false);
-        QTRY_VERIFY(!QApplication::activePopupWidget());
-        QVERIFY(!window.menu().isMenuOpen());
-        key(Qt::Key_Down);
-        QCOMPARE(screen.keys, QStringList{"Down+"});
-        key(Qt::Key_F1);
-        QVERIFY(window.menu().menuRemotes->isVisible());
-        window.menu().closeMenu();
-        window.setKeypadHandler(nullptr);
-    }
     void onScreenKeyboardTypes()
     {
         MainWindow& window = *m_shell->window;
@@ -495,17 +540,241 @@ private slots:
                                                  R"(setRemoteCC id:i=0 seq:s="remoteCC" state:b=false)"}));
     }
 
+    // The debug log on GUI_DEBUG=true in any case; the unit's own backend unless REMOTE_UI names
+    // another, on the default port. Seen: debug log (1 on), encoding, host, port.
+    void environment_data()
+    {
+        QTest::addColumn<QString>("environment");
+        QTest::addColumn<QString>("seen");
+        QTest::newRow("unset") << "" << "0 compact /com/halvik/orvane 47710";
+        QTest::newRow("set") << "GUI_DEBUG=tRuE REMOTE_UI=unit.example" << "1 xmls unit.example 47710";
+        QTest::newRow("other word") << "GUI_DEBUG=yes" << "0 compact /com/halvik/orvane 47710";
+    }
+    void environment()
+    {
+        m_shell.reset(); // a window of its own, set up first
+        QFETCH(QString, environment);
+        QFETCH(QString, seen);
+        for (const QString& setting : environment.split(' ', Qt::SkipEmptyParts))
+            qputenv(qPrintable(setting.section('=', 0, 0)), setting.section('=', 1).toUtf8());
+        const MainWindow::LinkTarget link = MainWindow::linkTarget();
+        qunsetenv("REMOTE_UI"); // the window's link stays on this machine
+        ShellFixture shell;
+        QVERIFY(g_log.enabled(LOG_ERROR));
+        QCOMPARE(QString("%1 %2 %3 %4")
+                     .arg(g_log.enabled(LOG_DEBUG))
+                     .arg(link.encoding.c_str(), link.address.host().c_str())
+                     .arg(link.address.effective_port()),
+                 seen);
+    }
+    // Whether the pointer was calibrated before, and whether the operator touches all five
+    // targets (then F2 ends the drawing test) or aborts with F2. Seen: the runs asked for (and
+    // whether the window was calibrating meanwhile), the drawing tests, the popup after.
+    void missingCalibrationStartsOneAtReady_data()
+    {
+        QTest::addColumn<bool>("fileExists");
+        QTest::addColumn<bool>("touched");
+        QTest::addColumn<QString>("seen");
+        QTest::newRow("calibrated") << true << false << "asked 0 drawn 0 popup ";
+        QTest::newRow("never calibrated, aborted")
+            << false << false
+            << "asked 1 calibrating drawn 0 popup 220,190 200x100 Warning: Touchscreen disabled due to aborted calibration.";
+        QTest::newRow("never calibrated, touched") << false << true << "asked 1 calibrating drawn 1 popup ";
+    }
+    void missingCalibrationStartsOneAtReady()
+    {
+        m_shell.reset(); // a window of its own, set up first
+        QFETCH(bool, fileExists);
+        QFETCH(bool, touched);
+        QFETCH(QString, seen);
+        QTemporaryDir dir;
+        QWSServer::setMouseHandler(new QWSCalibratedMouseHandler(dir.filePath("handler"), qApp));
+        ShellFixture shell;
+        MainWindow& window = *shell.window;
+        if (!fileExists)
+            window.setPointerCalibrationFile(dir.filePath("missing"));
+        int calibrations = 0;
+        int drawingTests = 0;
+        QString calibrating;
+        const auto pressF2 = [&] {
+            window.setCalibrating(false);
+            emit window.abortCalibration();
+        };
+        QTimer poll;
+        answerEveryModal<Calibration>(poll, [&](Calibration& calibration) {
+            ++calibrations;
+            calibrating = window.isCalibrating() ? " calibrating" : "";
+            touched ? calibration.accept() : pressF2();
+        });
+        // The drawing test is a frameless child of the window, not a window of its own.
+        QTimer drawingPoll;
+        connect(&drawingPoll, &QTimer::timeout, [&] {
+            if (auto* drawing = window.findChild<ScribbleWidget*>(); drawing && drawing->isVisible() && !drawingTests++)
+                pressF2();
+        });
+        drawingPoll.start(20);
+        shell.setState(IPCClient::IPC_READY);
+        QVERIFY(!window.isCalibrating());
+        // Only the run that asked: the meters' next pause starts none.
+        window.pane().metering().setSuspended(true, true);
+        QCOMPARE(QString("asked %1%2 drawn %3 popup %4")
+                     .arg(calibrations)
+                     .arg(calibrating)
+                     .arg(drawingTests)
+                     .arg(popupShown(window.popup())),
+                 seen);
+    }
+    // Where the popup stands (lower over the meters, an odd height rounding up) and how it goes:
+    // a timed message ignores taps; one without a time takes the taps meant for the screen under it.
+    void popupPlaceAndDismissal()
+    {
+        QWidget parent;
+        TransientPopup popup(&parent);
+        popup.setShifted(true);
+        popup.showMessage(QStringLiteral("timed"), 60000, 80);
+        QTest::mouseClick(&popup, Qt::LeftButton);
+        QCOMPARE(popupShown(popup), QString("220,215 200x180 timed"));
+        QCOMPARE(popup.findChild<QLabel*>()->geometry(), popup.rect());
+        popup.setShifted(false);
+        popup.showMessage(QStringLiteral("soon gone"), 20, 1);
+        QCOMPARE(popupShown(popup), QString("220,189 200x101 soon gone"));
+        QTRY_VERIFY(!popup.isVisible());
+        popup.showMessage(QStringLiteral("until tapped"), 0, 0);
+        QCOMPARE(QApplication::activeModalWidget(), &popup);
+        QTest::qWait(50);
+        QCOMPARE(popupShown(popup), QString("220,190 200x100 until tapped"));
+        QTest::mouseClick(&popup, Qt::LeftButton);
+        QVERIFY(!popup.isVisible());
+    }
+    // The next blink starts lit, also after an alert cleared half-way; none while chat is on show.
+    void chatAlertBlinksUntilCleared()
+    {
+        StatusFixture status;
+        const QTimer* blink = status.bar->findChild<QTimer*>();
+        QStringList shown;
+        for (int round = 0; round < 2; ++round) {
+            status.bar->handleChatAlert();
+            shown << QString("alerting=%1 blinking=%2").arg(status.bar->chatAlerting()).arg(blink->isActive());
+            for (int phase = 0; phase < 3; ++phase) {
+                status.tick();
+                shown << iconName(status.bar->chatButton->icon().pixmap(16, 16));
+            }
+            status.bar->clearChatAlert();
+            status.tick();
+            shown << iconName(status.bar->chatButton->icon().pixmap(16, 16)) + QString(" blinking=%1").arg(blink->isActive());
+        }
+        const QStringList round{"alerting=1 blinking=1", "comment_add", "comment", "comment_add", "comment blinking=0"};
+        QCOMPARE(shown, round + round);
+        status.chatShown = true;
+        status.bar->handleChatAlert();
+        QVERIFY(!status.bar->chatAlerting());
+    }
+    // Each step is a call the screens make; then what the signal, braid and link indicators
+    // show, "-" where hidden. An unknown braid colour keeps the last.
+    void indicators_data()
+    {
+        QTest::addColumn<QString>("steps");
+        QTest::addColumn<QString>("shown");
+        const auto row = [](const char* steps, const char* shown) { QTest::newRow(steps) << steps << shown; };
+        row("", "- - link_break");
+        row("strength:0 braid:yellow link:net,call", "signal_strength_0 braid_yellow link_go");
+        row("strength:1 braid:red braid:blue link:net", "signal_strength_1 braid_red link");
+        row("strength:25 braid:gray braidoff link:call", "signal_strength_1 - link_error");
+        row("strength:26 braid:green link:call link:", "signal_strength_2 braid_green link_break");
+        row("strength:100", "signal_strength_4 - link_break");
+        row("strength:101", "none - link_break");
+        row("multi", "signal_strength_multiple - link_break");
+        row("multi signaloff", "- - link_break");
+    }
+    void indicators()
+    {
+        StatusFixture status;
+        QFETCH(QString, steps);
+        QFETCH(QString, shown);
+        for (const QString& step : steps.split(' ', Qt::SkipEmptyParts)) {
+            const QString call = step.section(':', 0, 0);
+            const QString argument = step.section(':', 1);
+            if (call == "strength")
+                status.bar->updateSignalStrength(argument.toUInt());
+            else if (call == "multi")
+                status.bar->signalStrengthMulti();
+            else if (call == "signaloff")
+                status.bar->signalStrengthOff();
+            else if (call == "braid")
+                status.bar->updateBraidStatus(argument);
+            else if (call == "braidoff")
+                status.bar->braidStatusOff();
+            else {
+                status.netReady = argument.contains("net");
+                status.active = argument.contains("call");
+                status.bar->updateLinkIndicator();
+            }
+        }
+        QStringList indicators;
+        for (const QLabel* label : {status.bar->labelSignalMeter, status.bar->labelBraidStatus, status.bar->labelLink})
+            indicators << (label->isVisibleTo(status.bar) ? iconName(label->pixmap(Qt::ReturnByValue)) : "-");
+        QCOMPARE(indicators.join(' '), shown);
+    }
+
+    // The link's states in turn (0 down, 1 logged in, 2 ready, 3 updating with the backend's own
+    // progress text, 2d ready on the factory password): the window or the offline screen up, the
+    // offline screen's icon and "state|status", and the popup (the warning stays until tapped).
+    void windowFollowsTheLink()
+    {
+        m_shell.reset(); // a window of its own, set up first
+        ShellFixture shell;
+        MainWindow& window = *shell.window;
+        Offline& offline = window.offlineScreen();
+        QTRY_VERIFY(offline.isVisible());
+        QTRY_VERIFY(g_ipcManager.isRunning()); // the link starts a second in
+        QCOMPARE(offline.grab().toImage().pixelColor(1, 1), QColor(60, 60, 200));
+        const std::pair<QString, QString> steps[] = {
+            {"", "offline connect_creating System Booted.|Initializing system... Please wait."},
+            {"0", "offline connect_creating System Booted.|Loading Application..."},
+            {"1", "offline connect_established Application Loaded.|Starting application..."},
+            {"2", "window alert_info Ready.|"},
+            {"0", "offline connect_creating Please Wait...|Operation Failed."},
+            {"1", "offline connect_established Please Wait...|Operation Failed."},
+            {"3", "offline package Firmware Updating.|Writing flash"},
+            {"2d", "window alert_info Ready.| 220,150 200x180 WARNING! It is strongly recommended that you change the "
+                   "remote control password for security reasons."},
+        };
+        for (const auto& [step, seen] : steps) {
+            if (step == "3")
+                emit g_ipcClient.recvCodeUpdateStatus(QStringLiteral("Writing flash"));
+            if (!step.isEmpty())
+                shell.setState(IPCClient::IPC_STATE(step.left(1).toInt()), step.endsWith('d'));
+            QTest::qWait(20);
+            QCOMPARE(QString("%1%2 %3 %4|%5 %6")
+                         .arg(window.isVisible() ? "window" : "", offline.isVisible() ? "offline" : "",
+                              iconName(offline.labelIcon->pixmap(Qt::ReturnByValue)), offline.labelState->text(),
+                              offline.labelStatus->text(), popupShown(window.popup()))
+                         .trimmed(),
+                     seen);
+        }
+    }
+
 private:
+    // The popup's place and text while it is up, else nothing.
+    static QString popupShown(const TransientPopup& popup)
+    {
+        const QRect r = popup.geometry();
+        const QString text = popup.findChild<QLabel*>()->text();
+        return popup.isVisible() ? QString("%1,%2 %3x%4 %5").arg(r.x()).arg(r.y()).arg(r.width()).arg(r.height()).arg(text) : "";
+    }
     Menu& menu() { return m_shell->window->menu(); }
     Pane& pane() { return m_shell->window->pane(); }
+    // The platform delivers keys to the window that has the focus: a modal dialog blocks the rest.
     void key(int keycode, bool press = true, Qt::KeyboardModifiers modifiers = Qt::NoModifier)
     {
-        sendPlatformKey(focusedWindow(m_keySource.get()), press, keycode, modifiers);
+        QWidget* modal = QApplication::activeModalWidget();
+        QWidget* window = modal ? modal : QApplication::activeWindow();
+        sendPlatformKey(window ? window : m_keySource.get(), press, keycode, modifiers);
     }
 
     std::unique_ptr<ShellFixture> m_shell;
     std::unique_ptr<QWidget> m_keySource;
 };
 
-QTEST_MAIN(TestPane)
-#include "test_pane.moc"
+QTEST_MAIN(TestApp)
+#include "test_app.moc"
