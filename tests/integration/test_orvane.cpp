@@ -21,27 +21,24 @@ private slots:
         QVERIFY(sim);
         TestProcess orvane("orvane", QStringList(), environment, QProcess::StandardError);
         QVERIFY(orvane.start());
-        // A console command ("restart": the unit goes and comes back with its factory password),
-        // then the states the program reports, in order. The client retries ten seconds after its
-        // last attempt.
-        const std::pair<QString, QStringList> steps[] = {
-            {QString(), {"2 0"}},
-            {"update start Installing 4.3.0", {"3 0"}},
-            {"update finish", {"2 0"}},
-            {"restart", {"0 0", "1 0", "2 1"}},
+        const auto reported = [&](const QString& state) {
+            const bool seen = !orvane.waitForLine("ipcChangedState " + state, 35000).isEmpty();
+            if (!seen)
+                qWarning("%s", qPrintable(orvane.transcript()));
+            return seen;
         };
-        for (const auto& [command, states] : steps) {
-            if (command == "restart") {
-                QVERIFY(sim->stop());
-                sim = startUnitSim({"--no-tcp"}, environment);
-                QVERIFY(sim);
-                sim->writeLine("defpwd on");
-            } else if (!command.isEmpty()) {
-                sim->writeLine(command);
-            }
-            for (const QString& state : states)
-                QVERIFY2(!orvane.waitForLine("ipcChangedState " + state, 35000).isEmpty(), qPrintable(orvane.transcript()));
-        }
+        QVERIFY(reported("2 0"));
+        sim->writeLine("update start Installing 4.3.0");
+        QVERIFY(reported("3 0"));
+        sim->writeLine("update finish");
+        QVERIFY(reported("2 0"));
+        // A restarted unit with its factory password; the client retries ten seconds after its last attempt.
+        QVERIFY(sim->stop());
+        sim = startUnitSim({"--no-tcp"}, environment);
+        QVERIFY(sim);
+        sim->writeLine("defpwd on");
+        for (const char* state : {"0 0", "1 0", "2 1"})
+            QVERIFY(reported(state));
     }
 };
 
