@@ -26,10 +26,39 @@ inline Message parse(const std::string& xmls)
     return msg;
 }
 
-// An option description: xmls, or the params of an "option" in the text syntax.
-inline Message option(const std::string& text)
+// A message in short: its params in the text syntax of Params, then its children.
+inline Message msg(const std::string& name, const std::string& params = "", std::initializer_list<Message> children = {})
 {
-    return text.rfind('<', 0) == 0 ? parse(text) : Message("option", Params(text.c_str()));
+    Message message(name, Params(params.c_str()));
+    for (const Message& child : children)
+        message.add_child(child);
+    return message;
+}
+
+// A message on one line, "name key=value ... {child} ...", keys in order, every value as text.
+inline std::string line(const Message& message, bool withSeq = false)
+{
+    std::string text = message.name;
+    for (const auto& entry : message.params().values()) {
+        if (withSeq || entry.first != "seq")
+            text += " " + entry.first + "=" + message.params().get_string(entry.first, "");
+    }
+    for (std::size_t i = 0; i < message.child_count(); ++i)
+        text += " {" + line(message.child(i), withSeq) + "}";
+    return text;
+}
+
+// Rows of a data table, one a line: the row's name, then one text column each, split by " | ".
+inline void table(std::initializer_list<const char*> columns, const char* rows)
+{
+    for (const char* column : columns)
+        QTest::addColumn<QString>(column);
+    for (const QString& row : QString(rows).split('\n', Qt::SkipEmptyParts)) {
+        const QStringList cells = (row + ' ').split(" | ");
+        QTestData& data = QTest::newRow(qPrintable(cells.value(0).trimmed()));
+        for (int i = 1; i <= int(columns.size()); ++i)
+            data << cells.value(i).trimmed();
+    }
 }
 
 // A list answer such as "systemOpts", one option description per entry.
@@ -37,7 +66,7 @@ inline Message optionList(const std::string& name, std::initializer_list<const c
 {
     Message list(name);
     for (const char* text : options)
-        list.add_child(option(text));
+        list.add_child(msg("option", text));
     return list;
 }
 
@@ -60,7 +89,7 @@ inline void answer(const std::string& seq, const std::string& xmls)
     answer(seq, parse(xmls));
 }
 
-// A settings tree as "Group: Row=Text, ...": "~" before grey rows, "?" before rows neither grey
+// A settings tree as "Group: Row=Text, ...; Group: ...": "~" before grey rows, "?" before rows neither grey
 // nor black, "(b)" after bold ones.
 inline QString outline(const QTreeWidget* tree)
 {
@@ -78,7 +107,7 @@ inline QString outline(const QTreeWidget* tree)
             rows << mark(tree->topLevelItem(g)->child(o));
         groups << mark(tree->topLevelItem(g)) + ": " + rows.join(", ");
     }
-    return groups.join(" | ");
+    return groups.join("; ");
 }
 
 // Records every request from construction to destruction.
@@ -93,6 +122,15 @@ public:
     RequestLog& operator=(const RequestLog&) = delete;
 
     const std::vector<Message>& requests() const { return m_requests; }
+
+    // Every request, one a line (see line()), joined by "; ".
+    std::string sent(bool withSeq = false) const
+    {
+        std::string text;
+        for (const Message& request : m_requests)
+            text += (text.empty() ? "" : "; ") + line(request, withSeq);
+        return text;
+    }
 
     // The last request as a readable tree, without "seq" (the client's own business).
     std::string lastTree() const

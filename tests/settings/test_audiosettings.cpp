@@ -1,8 +1,11 @@
 #include "audiosettings.h"
 #include "cachefeeder.h"
+#include "keypress.h"
 #include "platformkey.h"
 
 #include <QtTest>
+
+using cachefeeder::msg;
 
 namespace {
 const char* const kSwitches[] = {"cue", "pgm", "phantom", "pro_level", "cell", "mixer_phantom", "mixer_cell"};
@@ -10,10 +13,10 @@ const char* const kSwitches[] = {"cue", "pgm", "phantom", "pro_level", "cell", "
 // "sysOptions" whose "audio" group turns on exactly the switches named in `on`.
 void answerAudio(const QStringList& on)
 {
-    std::string audio;
+    Message audio("audio");
     for (const char* name : kSwitches)
-        audio += std::string("<b k=\"") + name + "\">" + (on.contains(name) ? "true" : "false") + "</b>";
-    cachefeeder::answer("sysOptions", "<m n=\"sysOptions\"><m n=\"audio\">" + audio + "</m></m>");
+        audio.params().set_bool(name, on.contains(name));
+    cachefeeder::answer("sysOptions", msg("sysOptions", "", {audio}));
 }
 
 QStringList checkedSwitches(const AudioSettings& audio)
@@ -56,7 +59,7 @@ private slots:
         answerAudio({"pgm", "pro_level", "mixer_cell"});
         QCOMPARE(checkedSwitches(audio), (QStringList{"pgm", "pro_level", "mixer_cell"}));
         // Absent switches read as off.
-        cachefeeder::answer("sysOptions", "<m n=\"sysOptions\"><m n=\"audio\"><b k=\"cue\">true</b></m></m>");
+        cachefeeder::answer("sysOptions", msg("sysOptions", "", {msg("audio", "cue:b=true")}));
         QCOMPARE(checkedSwitches(audio), QStringList{"cue"});
         QVERIFY(!audio.buttonApply->isEnabled());
 
@@ -73,32 +76,26 @@ private slots:
 
     void professionalLevelHiddenOnRevision2_data()
     {
-        QTest::addColumn<QString>("version");
-        QTest::addColumn<bool>("shown");
-        QTest::addColumn<QStringList>("applied");
-        QTest::newRow("revision 1") << "<u k=\"portable_rev\">1</u>" << true << QStringList();
-        QTest::newRow("revision 2") << "<u k=\"portable_rev\">2</u>" << false << QStringList{"pro_level", "cell"};
-        QTest::newRow("no revision") << "" << true << QStringList();
+        cachefeeder::table({"version", "shown", "applied"}, R"(
+revision 1 | portable_rev:u=1 | true |
+revision 2 | portable_rev:u=2 | false | pro_level cell
+no revision |  | true |
+)");
     }
 
     // Down skips the hidden switch, which keeps its state on Apply; Right flips the one in focus.
     void professionalLevelHiddenOnRevision2()
     {
         QFETCH(QString, version);
-        QFETCH(bool, shown);
-
         AudioSettings audio;
         QVERIFY(showActive(&audio));
-        cachefeeder::answer("version", "<m n=\"version\">" + version.toStdString() + "</m>");
+        cachefeeder::answer("version", msg("version", version.toStdString()));
         answerAudio({"pro_level"});
         audio.paneAboutToShow();
-        QCOMPARE(audio.checkProLevel->isVisible(), shown);
+        QTEST(QVariant(audio.checkProLevel->isVisible()).toString(), "shown");
         QVERIFY(audio.checkPhantom->hasFocus());
-        audio.handleKey(Qt::Key_Down, true, false);
-        audio.handleKey(Qt::Key_Down, false, false);
-        audio.handleKey(Qt::Key_Right, true, false);
-        audio.handleKey(Qt::Key_Right, false, false);
-        QTEST(apply(audio), "applied");
+        pressKeys(audio, "Down Right");
+        QTEST(apply(audio).join(' '), "applied");
     }
 };
 

@@ -8,12 +8,13 @@
 #include <QSignalSpy>
 #include <QtTest>
 
+using cachefeeder::msg;
+
 namespace {
 // The first channel is advanced: while hidden, profiles have no default channel.
-const char* const kChannels = R"(<m n="channelList">
-  <m n="channel"><s k="id">tcp</s><s k="descr">IP (TCP)</s><b k="advanced">true</b></m>
-  <m n="channel"><s k="id">rtp_udp_mux</s><s k="descr">IP (UDP)</s></m>
-  <m n="channel"><s k="id">pots</s><s k="descr">Telephone Line</s><b k="remote_opts">false</b></m></m>)";
+const Message kChannels = msg("channelList", "", {msg("channel", "id=tcp descr=\"IP (TCP)\" advanced:b=true"),
+                                                  msg("channel", "id=rtp_udp_mux descr=\"IP (UDP)\""),
+                                                  msg("channel", "id=pots descr=\"Telephone Line\" remote_opts:b=false")});
 
 const Message kOptions = cachefeeder::optionList("channelOpts", {
     "name=jitter type=int default=60 display_name=Jitter channel=rtp_udp_mux profile_opt:b=true",
@@ -24,13 +25,10 @@ const Message kOptions = cachefeeder::optionList("channelOpts", {
 // Profile 1, a factory profile on the IP channel, and profile 2 on `channel2` with the line mode given.
 void answerProfiles(const std::string& channel2 = "pots", const std::string& lineMode = "v34", const std::string& jitter1 = "80")
 {
-    cachefeeder::answer("profileList", R"(<m n="profileList">
-  <m n="profile"><i k="id">1</i><b k="factory">true</b>
-    <m n="settings"><s k="name">Factory IP</s><s k="channel">rtp_udp_mux</s><s k="visible">true</s></m>
-    <m n="local"><s k="jitter">)" + jitter1 + R"(</s></m><m n="remote"><s k="jitter">40</s></m></m>
-  <m n="profile"><i k="id">2</i>
-    <m n="settings"><s k="name">Studio &lt;B&gt;</s><s k="channel">)" + channel2 + R"(</s></m>
-    <m n="local"><s k="line_mode">)" + lineMode + R"(</s></m></m></m>)");
+    cachefeeder::answer("profileList", msg("profileList", "", {
+        msg("profile", "id:i=1 factory:b=true", {msg("settings", "name=\"Factory IP\" channel=rtp_udp_mux visible=true"),
+                                                 msg("local", "jitter=" + jitter1), msg("remote", "jitter=40")}),
+        msg("profile", "id:i=2", {msg("settings", "name=\"Studio <B>\" channel=" + channel2), msg("local", "line_mode=" + lineMode)})}));
 }
 
 } // namespace
@@ -49,31 +47,25 @@ private slots:
     // Grey rows are the ones Edit does not act on; a factory profile only lets Visible change.
     void rowsFollowTheProfile_data()
     {
-        QTest::addColumn<int>("id");
-        QTest::addColumn<bool>("showAdvanced");
-        QTest::addColumn<QString>("outline");
-
-        QTest::newRow("factory") << 1 << false << "~Global Settings: ~Profile Name=Factory IP(b), ~Channel=IP (UDP)(b), "
-            "Visible=Visible | ~Local Settings: ~Jitter=80(b) | ~Remote Settings: ~Jitter=40(b)";
-        QTest::newRow("advanced shown") << 1 << true << "~Global Settings: ~Profile Name=Factory IP(b), ~Channel=IP "
-            "(UDP)(b), Visible=Visible | ~Local Settings: ~Jitter=80(b), ~FEC=off | ~Remote Settings: ~Jitter=40(b), ~FEC=off";
-        QTest::newRow("user profile, no remote settings on the channel") << 2 << false << "~Global Settings: "
-            "Profile Name=Studio <B>(b), Channel=Telephone Line(b), Visible=Visible | ~Local Settings: Line Mode=v34(b)";
-        QTest::newRow("unknown profile, first channel by default") << 9 << true << "~Global Settings: "
-            "Profile Name=New Profile, Channel=IP (TCP), Visible=Visible";
+        cachefeeder::table({"id", "advanced", "outline"}, R"(
+factory | 1 |  | ~Global Settings: ~Profile Name=Factory IP(b), ~Channel=IP (UDP)(b), Visible=Visible; ~Local Settings: ~Jitter=80(b); ~Remote Settings: ~Jitter=40(b)
+advanced shown | 1 | advanced | ~Global Settings: ~Profile Name=Factory IP(b), ~Channel=IP (UDP)(b), Visible=Visible; ~Local Settings: ~Jitter=80(b), ~FEC=off; ~Remote Settings: ~Jitter=40(b), ~FEC=off
+user profile, no remote settings on the channel | 2 |  | ~Global Settings: Profile Name=Studio <B>(b), Channel=Telephone Line(b), Visible=Visible; ~Local Settings: Line Mode=v34(b)
+unknown profile, first channel by default | 9 | advanced | ~Global Settings: Profile Name=New Profile, Channel=IP (TCP), Visible=Visible
+)");
     }
 
     void rowsFollowTheProfile()
     {
-        QFETCH(int, id);
-        QFETCH(bool, showAdvanced);
+        QFETCH(QString, id);
+        QFETCH(QString, advanced);
 
         EditSetting editor;
         ProfileItems items(&editor);
         QSignalSpy edit(&items, &ProfileItems::editProfileSetting);
         connect(&items, &ProfileItems::editProfileSetting, &editor, &EditSetting::populateProfileItem);
-        items.populateItems(id, id == 1);
-        items.checkAdvanced->setChecked(showAdvanced);
+        items.populateItems(id.toInt(), id == "1");
+        items.checkAdvanced->setChecked(!advanced.isEmpty());
         QTreeWidget* tree = items.treeProfileItems;
         QTEST(cachefeeder::outline(tree), "outline");
         int editable = 0;
@@ -109,7 +101,7 @@ private slots:
 
         answerProfiles("pots", "voice");
         QCOMPARE(cachefeeder::outline(tree), QString("~Global Settings: Profile Name=Studio <B>(b), Channel=Telephone Line(b), "
-                                          "Visible=Visible | ~Local Settings: Line Mode=voice(b)"));
+                                          "Visible=Visible; ~Local Settings: Line Mode=voice(b)"));
         QCOMPARE(tree->topLevelItem(1)->child(0), lineMode);
         QCOMPARE(tree->currentItem(), visible);
 
@@ -119,7 +111,7 @@ private slots:
         items.populateItems(2, false);
         answerProfiles("rtp_udp_mux");
         QCOMPARE(cachefeeder::outline(tree), QString("~Global Settings: Profile Name=Studio <B>(b), Channel=IP (UDP)(b), "
-                                          "Visible=Visible | ~Local Settings: Jitter=60 | ~Remote Settings: Jitter=60"));
+                                          "Visible=Visible; ~Local Settings: Jitter=60; ~Remote Settings: Jitter=60"));
     }
 
     void groupListOutOfRange()

@@ -6,23 +6,27 @@
 #include <QSignalSpy>
 #include <QtTest>
 
+using cachefeeder::msg;
 using cachefeeder::RequestLog;
 
 namespace {
-// A listed profile; `flag` is "factory", "default" or empty.
-std::string profile(int id, const std::string& name, const std::string& flag = std::string())
+// A listed profile; `flag` adds to its params ("factory:b=true").
+Message profile(int id, const std::string& name, const std::string& flag = "")
 {
-    const std::string flagXml = flag.empty() ? "" : "<b k=\"" + flag + "\">true</b>";
-    return "<m n=\"profile\"><i k=\"id\">" + std::to_string(id) + "</i><s k=\"name\">" + name + "</s>" + flagXml
-           + "<m n=\"settings\"><s k=\"name\">" + name + "</s></m></m>";
+    return msg("profile", "id:i=" + std::to_string(id) + " name=\"" + name + "\" " + flag, {msg("settings", "name=\"" + name + "\"")});
 }
 
-const std::string kProfiles = profile(1, "Factory IP", "factory") + profile(2, "Studio Link", "default")
-                              + profile(3, "Phone Line");
+const std::vector<Message> kProfiles = {profile(1, "Factory IP", "factory:b=true"), profile(2, "Studio Link", "default:b=true"),
+                                        profile(3, "Phone Line")};
 
-void answerProfiles(const std::string& profiles)
+void answerProfiles(const std::vector<Message>& profiles, const std::vector<Message>& more = {})
 {
-    cachefeeder::answer("profileList", "<m n=\"profileList\">" + profiles + "</m>");
+    Message list("profileList");
+    for (const std::vector<Message>* part : {&profiles, &more}) {
+        for (const Message& entry : *part)
+            list.add_child(entry);
+    }
+    cachefeeder::answer("profileList", list);
 }
 
 // The rows, ">" before the current one, then what the buttons offer for it.
@@ -41,12 +45,10 @@ class TestProfileList : public QObject {
     Q_OBJECT
 
 private slots:
-    void init() { answerProfiles(kProfiles); }
-
     void rowsFollowTheListAndKeepTheCurrentProfile()
     {
         // Without profiles there is nothing to edit and no factory mark.
-        answerProfiles("");
+        answerProfiles({});
         ProfileList list;
         QSignalSpy edit(&list, &ProfileList::editProfile);
         LogCapture log(LOG_ERROR);
@@ -57,13 +59,11 @@ private slots:
         QCOMPARE(state(list), QString(">Factory IP, *Studio Link, Phone Line | View factory"));
         list.listProfiles->setCurrentRow(2);
         QCOMPARE(state(list), QString("Factory IP, *Studio Link, >Phone Line | Edit Remove"));
-        answerProfiles(profile(2, "Studio Link", "default") + profile(3, "Phone Line") + profile(1, "Factory IP", "factory"));
+        answerProfiles({kProfiles[1], kProfiles[2], kProfiles[0]});
         QCOMPARE(state(list), QString("*Studio Link, >Phone Line, Factory IP | Edit Remove"));
         // When the current profile is gone, the first row takes over; global settings override the
         // profile's own parameters.
-        answerProfiles("<m n=\"profile\"><i k=\"id\">4</i><s k=\"name\">Old</s>"
-                       "<m n=\"settings\"><s k=\"name\">Renamed</s><b k=\"default\">true</b></m></m>"
-                       + profile(1, "Factory IP", "factory"));
+        answerProfiles({msg("profile", "id:i=4 name=Old", {msg("settings", "name=Renamed default:b=true")}), kProfiles[0]});
         QCOMPARE(state(list), QString(">*Renamed, Factory IP | Edit Remove"));
     }
 
@@ -76,21 +76,16 @@ private slots:
         QSignalSpy edit(&list, &ProfileList::editProfile);
         RequestLog log;
         list.buttonCopy->click();
-        QCOMPARE(log.lastTree(), cachefeeder::tree("<m n=\"copyProfile\"><i k=\"id\">2</i>"
-                                                   "<s k=\"name\">Copy of Studio Link</s></m>"));
         list.buttonDefault->click();
-        QCOMPARE(log.lastTree(), cachefeeder::tree("<m n=\"setProfile\"><i k=\"id\">2</i><b k=\"default\">true</b></m>"));
         list.buttonEdit->click();
         list.listProfiles->setCurrentRow(0);
         list.buttonEdit->click();
         QCOMPARE(QList<QVariantList>(edit), (QList<QVariantList>{{2, false}, {1, true}}));
-
         list.buttonNew->click();
-        QCOMPARE(log.lastTree(), cachefeeder::tree("<m n=\"addProfile\"><s k=\"name\">New Profile</s>"
-                                                   "<s k=\"channel\">rtp_udp_mux</s></m>"));
-        QCOMPARE(log.requests().size(), std::size_t(3));
-        cachefeeder::answer("addProfile", "<m n=\"addProfile\"><i k=\"id\">9</i></m>");
-        answerProfiles(kProfiles + profile(9, "New Profile"));
+        QCOMPARE(log.sent(), std::string("copyProfile id=2 name=Copy of Studio Link; setProfile default=true id=2; "
+                                         "addProfile channel=rtp_udp_mux name=New Profile"));
+        cachefeeder::answer("addProfile", msg("addProfile", "id:i=9"));
+        answerProfiles(kProfiles, {profile(9, "New Profile")});
         QCOMPARE(list.listProfiles->currentItem()->text(), QString("New Profile"));
     }
 
@@ -118,14 +113,13 @@ private slots:
         answerNextQuestion(&list, QMessageBox::StandardButton(answer), [&](QMessageBox& box) {
             question = box.text() + QString(" modal=%1").arg(modal.count());
             if (refillWhileAsking)
-                answerProfiles(profile(3, "Phone Line"));
+                answerProfiles({kProfiles[2]});
         });
         list.buttonRemove->click();
 
         QCOMPARE(question, QString("This will delete the '*Studio Link' profile.\n\nDo you wish to continue? modal=1"));
         QCOMPARE(QList<QVariantList>(modal), (QList<QVariantList>{{true}, {false}}));
-        QCOMPARE(log.lastTree(), answer == QMessageBox::Yes ? cachefeeder::tree("<m n=\"deleteProfile\"><i k=\"id\">2</i></m>")
-                                                            : "");
+        QCOMPARE(log.sent(), answer == QMessageBox::Yes ? std::string("deleteProfile id=2") : std::string());
     }
 };
 
