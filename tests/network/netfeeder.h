@@ -8,14 +8,7 @@
 // The network manager's messages as the unit sends them, into the shared client.
 namespace netfeeder {
 
-// A message in short: its params in the text syntax of Params, then its children.
-inline Message msg(const std::string& name, const std::string& params, std::initializer_list<Message> children = {})
-{
-    Message message(name, Params(params.c_str()));
-    for (const Message& child : children)
-        message.add_child(child);
-    return message;
-}
+using cachefeeder::msg;
 
 // A notification under its subscription id ("cfgStatus:netmgr.devices.eth0", "wifi:wlan0").
 inline void notify(const std::string& id, const Message& msg)

@@ -124,12 +124,12 @@ public:
     const std::vector<Message>& requests() const { return m_requests; }
 
     // Every request, one a line (see line()), joined by "; ".
-    std::string sent(bool withSeq = false) const
+    QString sent(bool withSeq = false) const
     {
-        std::string text;
+        QStringList lines;
         for (const Message& request : m_requests)
-            text += (text.empty() ? "" : "; ") + line(request, withSeq);
-        return text;
+            lines << QString::fromStdString(line(request, withSeq));
+        return lines.join("; ");
     }
 
     // The last request as a readable tree, without "seq" (the client's own business).

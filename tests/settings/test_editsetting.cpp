@@ -63,7 +63,7 @@ codec, remote | encoder | 2/remote | codec *Follow local encoder=!follow, OP: St
         QTest::mouseClick(m_editor.buttonDefault, Qt::LeftButton);
         QTEST(inputState(), "inputAtDefault");
         QTest::mouseClick(m_editor.buttonSave, Qt::LeftButton);
-        QTEST(QString::fromStdString(log.sent()), "request");
+        QTEST(log.sent(), "request");
     }
 
     // Save stores and Cancel does not; either way the tree that asked hears back.

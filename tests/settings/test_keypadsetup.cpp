@@ -85,7 +85,7 @@ restricted | restricted | storeSettings group=p_general restricted=true
             setup.browserHomeURL->setText(change);
         else
             setup.comboF2KeyMode->setCurrentIndex(setup.comboF2KeyMode->findText(change));
-        QTEST(QString::fromStdString(log.sent()), "sent");
+        QTEST(log.sent(), "sent");
         QVERIFY(trace.all().find("user interface settings: stored") != std::string::npos);
     }
 

@@ -82,7 +82,7 @@ private slots:
         list.buttonEdit->click();
         QCOMPARE(QList<QVariantList>(edit), (QList<QVariantList>{{2, false}, {1, true}}));
         list.buttonNew->click();
-        QCOMPARE(log.sent(), std::string("copyProfile id=2 name=Copy of Studio Link; setProfile default=true id=2; "
+        QCOMPARE(log.sent(), QString("copyProfile id=2 name=Copy of Studio Link; setProfile default=true id=2; "
                                          "addProfile channel=rtp_udp_mux name=New Profile"));
         cachefeeder::answer("addProfile", msg("addProfile", "id:i=9"));
         answerProfiles(kProfiles, {profile(9, "New Profile")});
@@ -119,7 +119,7 @@ private slots:
 
         QCOMPARE(question, QString("This will delete the '*Studio Link' profile.\n\nDo you wish to continue? modal=1"));
         QCOMPARE(QList<QVariantList>(modal), (QList<QVariantList>{{true}, {false}}));
-        QCOMPARE(log.sent(), answer == QMessageBox::Yes ? std::string("deleteProfile id=2") : std::string());
+        QCOMPARE(log.sent(), QString(answer == QMessageBox::Yes ? "deleteProfile id=2" : ""));
     }
 };
 
