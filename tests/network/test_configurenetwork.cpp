@@ -109,19 +109,18 @@ nothing |  | no |  |
     // Back from the editor the device is read again and the same row comes back selected.
     void selectionEditsAndSurvivesRereading()
     {
-        QFETCH(QString, path);
-        QFETCH(QString, buttons);
-        QFETCH(QString, resolves);
+        const QString path = cachefeeder::cell("path");
+        const bool resolves = cachefeeder::cell("resolves") == "yes";
         const bool inLocations = QString(QTest::currentDataTag()).contains("location");
         QTreeWidget* tree = inLocations ? m_screen->treeLocations : m_screen->treeSettings;
         QStringList edits;
         connect(m_screen, &ConfigureNetwork::editNetworkSetting, [&edits](const std::string& p) { edits << p.c_str(); });
         show("wlan0", kWireless);
-        QCOMPARE(ConfigParser::selectPath(tree, path), resolves == "yes");
+        QCOMPARE(ConfigParser::selectPath(tree, path), resolves);
         for (int pass = 0; pass < 2; ++pass) {
-            QCOMPARE(ConfigParser::selectedPath(tree), resolves == "yes" ? path : QString());
-            QCOMPARE(this->buttons(), ("Apply Add Scan " + buttons).trimmed());
-            for (int i = 0; resolves == "yes" && path.contains('.') && i < tree->topLevelItemCount(); ++i)
+            QCOMPARE(ConfigParser::selectedPath(tree), resolves ? path : QString());
+            QCOMPARE(buttons(), ("Apply Add Scan " + cachefeeder::cell("buttons")).trimmed());
+            for (int i = 0; resolves && path.contains('.') && i < tree->topLevelItemCount(); ++i)
                 QCOMPARE(tree->topLevelItem(i)->isExpanded(), tree->topLevelItem(i) == tree->currentItem()->parent());
             m_screen->paneAboutToHide();
             show("wlan0", kWireless);

@@ -61,6 +61,12 @@ inline void table(std::initializer_list<const char*> columns, const char* rows)
     }
 }
 
+// A text column of the current row of a table().
+inline QString cell(const char* column)
+{
+    return *static_cast<const QString*>(QTest::qData(column, qMetaTypeId<QString>()));
+}
+
 // A list answer such as "systemOpts", one option description per entry.
 inline Message optionList(const std::string& name, std::initializer_list<const char*> options)
 {

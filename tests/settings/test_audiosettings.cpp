@@ -86,10 +86,9 @@ no revision |  | true |
     // Down skips the hidden switch, which keeps its state on Apply; Right flips the one in focus.
     void professionalLevelHiddenOnRevision2()
     {
-        QFETCH(QString, version);
         AudioSettings audio;
         QVERIFY(showActive(&audio));
-        cachefeeder::answer("version", msg("version", version.toStdString()));
+        cachefeeder::answer("version", msg("version", cachefeeder::cell("version").toStdString()));
         answerAudio({"pro_level"});
         audio.paneAboutToShow();
         QTEST(QVariant(audio.checkProLevel->isVisible()).toString(), "shown");

@@ -7,6 +7,7 @@
 #include <QSignalSpy>
 #include <QtTest>
 
+using cachefeeder::cell;
 using cachefeeder::msg;
 
 namespace {
@@ -51,12 +52,10 @@ codec, remote | encoder | 2/remote | codec *Follow local encoder=!follow, OP: St
 
     void populatesThePageOfItsType()
     {
-        QFETCH(QString, option);
-        QFETCH(QString, profile);
         // A previous option on another page must not leak into this one.
         edit("encoder", "2/remote");
-        edit(option, profile);
-        if (option == "label")
+        edit(cell("option"), cell("profile"));
+        if (cell("option") == "label")
             QTest::mouseClick(m_editor.buttonStringClear, Qt::LeftButton);
         QTEST(inputState(), "input");
         cachefeeder::RequestLog log;
@@ -101,14 +100,10 @@ Down leaves the input | gain |  |  | Down | int -40 dB..12 dB [-40..12] = -6 dB 
 
     void keypad()
     {
-        QFETCH(QString, option);
-        QFETCH(QString, profile);
-        QFETCH(QString, focus);
-        QFETCH(QString, keys);
-        edit(option, profile);
-        if (!focus.isEmpty())
-            m_editor.findChild<QWidget*>(focus)->setFocus();
-        pressKeys(m_editor, keys, m_editor.comboValue);
+        edit(cell("option"), cell("profile"));
+        if (!cell("focus").isEmpty())
+            m_editor.findChild<QWidget*>(cell("focus"))->setFocus();
+        pressKeys(m_editor, cell("keys"), m_editor.comboValue);
         QVERIFY(!m_editor.comboValue->view()->isVisible());
         const bool text = m_editor.stackEdit->currentWidget() == m_editor.pageString;
         QTEST(inputState() + (text ? " " + QString::number(m_editor.lineValue->cursorPosition()) : QString()) + " @"

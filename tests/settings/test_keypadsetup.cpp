@@ -41,14 +41,13 @@ other groups ignored | name=p_other restricted:b=true homeURL=x; name=p_general 
 
     void loadingShowsTheStoredSettings()
     {
-        QFETCH(QString, groups);
         KeypadSetup setup;
         // A state unlike every row's, so that each value shown comes from the answer.
         loadSettings("name=p_keypad keypadF2Mode:i=4; name=p_browser homeURL=old");
         QSignalSpy restricted(&setup, &KeypadSetup::restrictedModeChanged);
         QSignalSpy home(&setup, &KeypadSetup::browserHomeChanged);
         cachefeeder::RequestLog log;
-        loadSettings(groups);
+        loadSettings(cachefeeder::cell("groups"));
         QString state = QStringLiteral("%1=%2 %3%4").arg(setup.comboF2KeyMode->currentText()).arg(setup.f2Mode())
             .arg(homePage(setup.browserHomeURL->text()), setup.restrictedUser->isChecked() ? " restricted" : "");
         for (const QList<QVariant>& signal : home)
@@ -73,7 +72,7 @@ restricted | restricted | storeSettings group=p_general restricted=true
 
     void changesAreStored()
     {
-        QFETCH(QString, change);
+        const QString change = cachefeeder::cell("change");
         KeypadSetup setup;
         loadSettings("name=p_keypad keypadF2Mode:i=4");
         setup.comboF2KeyMode->setCurrentIndex(-1);
@@ -103,15 +102,13 @@ Right flips restricted | restrictedUser | Right | Toggle to Channel Stats|http:/
 
     void keypad()
     {
-        QFETCH(QString, focus);
-        QFETCH(QString, keys);
         KeypadSetup setup;
         QVERIFY(showActive(&setup));
         loadSettings("name=p_keypad keypadF2Mode:i=4; name=p_browser homeURL=http://a.example/");
         setup.paneAboutToShow();
         QCOMPARE(QApplication::focusWidget(), setup.comboF2KeyMode);
-        setup.findChild<QWidget*>(focus)->setFocus();
-        pressKeys(setup, keys, setup.comboF2KeyMode);
+        setup.findChild<QWidget*>(cachefeeder::cell("focus"))->setFocus();
+        pressKeys(setup, cachefeeder::cell("keys"), setup.comboF2KeyMode);
         QVERIFY(!setup.comboF2KeyMode->view()->isVisible());
         QTEST(QStringList({setup.comboF2KeyMode->currentText(), setup.browserHomeURL->text(),
                            QString::number(setup.browserHomeURL->cursorPosition()),

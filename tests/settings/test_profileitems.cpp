@@ -57,15 +57,13 @@ unknown profile, first channel by default | 9 | advanced | ~Global Settings: Pro
 
     void rowsFollowTheProfile()
     {
-        QFETCH(QString, id);
-        QFETCH(QString, advanced);
 
         EditSetting editor;
         ProfileItems items(&editor);
         QSignalSpy edit(&items, &ProfileItems::editProfileSetting);
         connect(&items, &ProfileItems::editProfileSetting, &editor, &EditSetting::populateProfileItem);
-        items.populateItems(id.toInt(), id == "1");
-        items.checkAdvanced->setChecked(!advanced.isEmpty());
+        items.populateItems(cachefeeder::cell("id").toInt(), cachefeeder::cell("id") == "1");
+        items.checkAdvanced->setChecked(!cachefeeder::cell("advanced").isEmpty());
         QTreeWidget* tree = items.treeProfileItems;
         QTEST(cachefeeder::outline(tree), "outline");
         int editable = 0;

@@ -58,17 +58,15 @@ system options |  | sysOptions | unit_name=ORVANE | ~Audio: Gain=0; ~Directory: 
 
     void treeFollowsDescriptionsAndValues()
     {
-        QFETCH(QString, advanced);
-        QFETCH(QString, seq);
-        QFETCH(QString, answer);
-        m_screen->checkAdvanced->setChecked(!advanced.isEmpty());
+        const std::string seq = cachefeeder::cell("seq").toStdString();
+        m_screen->checkAdvanced->setChecked(!cachefeeder::cell("advanced").isEmpty());
         QTreeWidget* tree = m_screen->treeSysConfig;
         QCOMPARE(tree->currentItem(), tree->topLevelItem(0)->child(0));
         QVERIFY(tree->topLevelItem(0)->isExpanded());
-        if (!seq.isEmpty()) {
+        if (!seq.empty()) {
             tree->topLevelItem(0)->setExpanded(false);
             tree->setCurrentItem(tree->topLevelItem(3)->child(0));
-            cachefeeder::answer(seq.toStdString(), msg(seq.toStdString(), answer.toStdString()));
+            cachefeeder::answer(seq, msg(seq, cachefeeder::cell("answer").toStdString()));
             QVERIFY(!tree->topLevelItem(0)->isExpanded());
             QCOMPARE(tree->currentItem(), tree->topLevelItem(3)->child(0));
         }
