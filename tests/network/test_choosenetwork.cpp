@@ -7,12 +7,10 @@
 #include <QSignalSpy>
 #include <QtTest>
 
+using namespace cachefeeder;
+using namespace netfeeder;
+
 namespace {
-using cachefeeder::answer;
-using cachefeeder::cell;
-using netfeeder::data;
-using netfeeder::msg;
-using netfeeder::status;
 const char* const kUp = "class=wired enabled:b=true installed:b=true";
 
 // A device "Device <id>" with its status; `node` adds to the node's own params ("view_only:b=true").
@@ -22,10 +20,10 @@ Message device(const std::string& id, const std::string& status = kUp, const std
 }
 
 // The list answer: the devices node with its overall status when given, and the devices.
-Message list(std::initializer_list<Message> devices, const char* overall = nullptr)
+Message list(std::initializer_list<Message> devices, const std::string& overall = "")
 {
     Message root = msg("node", "name=devices");
-    if (overall)
+    if (!overall.empty())
         root.add_child(msg("status", overall));
     root.add_child(msg("group", "", devices));
     return msg("resp", "", {root});
@@ -71,7 +69,7 @@ private slots:
 
     void statusShown_data()
     {
-        cachefeeder::table({"status", "node", "shown", "icon"}, R"(
+        table({"status", "node", "shown", "icon"}, R"(
 up, no address | class=wifi status=Associated enabled:b=true installed:b=true |  | Installed and enabled.|Associated|-|-|Configure Disable|black | wifi
 address, signal 0 | class=wifi status=Associated enabled:b=true installed:b=true address=10.0.0.5 signal:u=0 |  | Current address '10.0.0.5'.|Associated|0|0%|Configure Disable|black | wifi
 disabled, signal 25 | class=wifi status=Associated enabled:b=false installed:b=true signal:u=25 |  | Installed but disabled.|Associated|1|25%|Configure Enable|black | wifi_x
@@ -98,7 +96,7 @@ view-only, enabled, missing | class=phone enabled:b=true installed:b=false statu
             buttons << (button->isEnabled() ? button->text() : QString());
         const QColor colour = current()->foreground().color();
         QTEST(QStringList({s.labelStatus->text(), s.labelStatus2->text(),
-                           s.labelSignalIcon->isVisibleTo(&s) ? QString::number(netfeeder::barsOf(s.labelSignalIcon->pixmap(Qt::ReturnByValue))) : "-",
+                           s.labelSignalIcon->isVisibleTo(&s) ? QString::number(barsOf(s.labelSignalIcon->pixmap(Qt::ReturnByValue))) : "-",
                            s.labelSignal->isVisibleTo(&s) ? s.labelSignal->text() : "-",
                            buttons.join(' ').simplified(), colour == Qt::black ? "black" : colour == Qt::gray ? "gray" : "?"}).join('|'),
               "shown");
@@ -107,23 +105,22 @@ view-only, enabled, missing | class=phone enabled:b=true installed:b=false statu
                  file.pixmap(32, fields.get_bool("installed", false) ? QIcon::Normal : QIcon::Disabled).toImage());
     }
 
+    // After each list answer or status notification with the overall fields given, whether the
+    // network counts as ready; a list without the overall status counts as nothing alive.
     void netReadyFromBothShapes()
     {
         QSignalSpy changed(m_screen, &ChooseNetwork::netReadyChanged);
-        auto overall = [](const char* fields) { netfeeder::notify("cfgStatus:netmgr.devices", msg("node", fields)); };
-        answer("networkList", list({device("eth0")}, "num_alive:u=1 tunnel_alive:b=true"));
-        QVERIFY(m_screen->getNetReady());
-        answer("networkList", list({device("eth0")}, "num_alive:u=2"));
-        answer("networkList", list({device("eth0")}, "tunnel_alive:b=true"));
-        QVERIFY(!m_screen->getNetReady());
-        overall("num_alive:u=3 tunnel_alive:b=true");
-        QVERIFY(m_screen->getNetReady());
-        overall("tunnel_alive:b=true");
-        QVERIFY(!m_screen->getNetReady());
-        overall("num_alive:u=3");
-        // A list without the overall status counts as nothing alive.
-        answer("networkList", list({device("eth0")}));
-        QVERIFY(!m_screen->getNetReady());
+        QString ready;
+        for (const QString step : {"list num_alive:u=1 tunnel_alive:b=true", "list num_alive:u=2", "list tunnel_alive:b=true",
+                                   "status num_alive:u=3 tunnel_alive:b=true", "status tunnel_alive:b=true", "status num_alive:u=3", "list"}) {
+            const std::string fields = step.section(' ', 1).toStdString();
+            if (step.startsWith("list"))
+                answer("networkList", list({device("eth0")}, fields));
+            else
+                notify("cfgStatus:netmgr.devices", msg("node", fields));
+            ready += m_screen->getNetReady() ? "y" : "n";
+        }
+        QCOMPARE(ready, QString("yynynyn"));
         QCOMPARE(changed.count(), 6);
     }
 
@@ -136,7 +133,7 @@ view-only, enabled, missing | class=phone enabled:b=true installed:b=false statu
         QCOMPARE(m_screen->networkList->item(0)->text() + "," + m_screen->networkList->item(1)->text(),
                  QString("Device eth0,Studio LAN"));
 
-        cachefeeder::RequestLog requests;
+        RequestLog requests;
         for (const char* name : {"netmgr.devices.wlan2.loc", "netmgr.tunnel.x", "netmgr.devices.wlan1"})
             data(name, "add");
         QCOMPARE(requests.sent(), QString("cfgDescribe depth=1 path=netmgr.devices.wlan1 status=raw"));
@@ -158,7 +155,7 @@ view-only, enabled, missing | class=phone enabled:b=true installed:b=false statu
 
     void requestsAndFocus()
     {
-        cachefeeder::RequestLog log;
+        RequestLog log;
         m_screen->handleEnable();
         m_screen->deleteNetwork();
 

@@ -1,5 +1,6 @@
 #include "configurenetwork.h"
 #include "deviceclassicons.h"
+#include "keypress.h"
 #include "logcapture.h"
 #include "modalwatch.h"
 #include "netfeeder.h"
@@ -9,10 +10,10 @@
 #include <QSignalSpy>
 #include <QtTest>
 
-namespace {
-using netfeeder::barsOf;
-using netfeeder::msg;
+using namespace cachefeeder;
+using namespace netfeeder;
 
+namespace {
 // A wireless device as the network manager describes it at depth 1: "studio" can be deleted,
 // "setup" cannot; an option without "defaulted" counts as changed.
 const Message kWireless = msg("resp", "", {msg("node", "name=wlan0 display_name=Wireless type=wifi", {
@@ -72,14 +73,14 @@ private slots:
     void describesTheDevice()
     {
         show("wlan0", Message("resp"));
-        cachefeeder::answer("networkDevice", kWireless);
+        answer("networkDevice", kWireless);
         QCOMPARE(header(), QString("Wireless|wlan0|Current address '10.0.0.5'.|Associated|3|4|Apply Add Scan"));
         QCOMPARE(treeText(m_screen->treeSettings), QString("Power=Off~,Region=EU*,Mode=DHCP"));
         QCOMPARE(treeText(m_screen->treeLocations), QString("Studiox, Name=Studio*, Channel=6~,Setup, Name=Setup"));
         QCOMPARE(m_screen->treeLocations->topLevelItem(0)->foreground(0), QBrush(QColor(128, 128, 128)));
         QCOMPARE(treeText(m_screen->treeScan), QString("Scan to see nearby wifi networks."));
         // Advanced rows show and hide without the device being read again.
-        cachefeeder::RequestLog log;
+        RequestLog log;
         m_screen->checkAdvanced->setChecked(true);
         QCOMPARE(treeText(m_screen->treeSettings) + treeText(m_screen->treeLocations),
                  QString("Power=Off,Region=EU*,Mode=DHCPStudiox, Name=Studio*, Channel=6,Setup, Name=Setup"));
@@ -94,7 +95,7 @@ private slots:
 
     void selectionEditsAndSurvivesRereading_data()
     {
-        cachefeeder::table({"path", "resolves", "buttons", "edits"}, R"(
+        table({"path", "resolves", "buttons", "edits"}, R"(
 setting | region | yes | Edit | netmgr.devices.wlan0.region
 deletable location | studio | yes | Delete |
 fixed location | setup | yes |  |
@@ -109,8 +110,8 @@ nothing |  | no |  |
     // Back from the editor the device is read again and the same row comes back selected.
     void selectionEditsAndSurvivesRereading()
     {
-        const QString path = cachefeeder::cell("path");
-        const bool resolves = cachefeeder::cell("resolves") == "yes";
+        const QString path = cell("path");
+        const bool resolves = cell("resolves") == "yes";
         const bool inLocations = QString(QTest::currentDataTag()).contains("location");
         QTreeWidget* tree = inLocations ? m_screen->treeLocations : m_screen->treeSettings;
         QStringList edits;
@@ -119,7 +120,7 @@ nothing |  | no |  |
         QCOMPARE(ConfigParser::selectPath(tree, path), resolves);
         for (int pass = 0; pass < 2; ++pass) {
             QCOMPARE(ConfigParser::selectedPath(tree), resolves ? path : QString());
-            QCOMPARE(buttons(), ("Apply Add Scan " + cachefeeder::cell("buttons")).trimmed());
+            QCOMPARE(buttons(), ("Apply Add Scan " + cell("buttons")).trimmed());
             for (int i = 0; resolves && path.contains('.') && i < tree->topLevelItemCount(); ++i)
                 QCOMPARE(tree->topLevelItem(i)->isExpanded(), tree->topLevelItem(i) == tree->currentItem()->parent());
             m_screen->paneAboutToHide();
@@ -136,11 +137,11 @@ nothing |  | no |  |
     void scan()
     {
         show("wlan0", kWireless);
-        cachefeeder::RequestLog log;
+        RequestLog log;
         QTest::mouseClick(m_screen->buttonScan, Qt::LeftButton);
         QCOMPARE(buttons(), QString("Apply Add"));
         QCOMPARE(treeText(m_screen->treeScan), QString("Scanning..."));
-        netfeeder::notify("wifi:wlan0", kScanResults);
+        notify("wifi:wlan0", kScanResults);
         QTreeWidget* results = m_screen->treeScan;
         QCOMPARE(treeText(results), QString("80%=Café#,20%=Office"));
         QCOMPARE(QApplication::focusWidget(), results);
@@ -159,7 +160,7 @@ nothing |  | no |  |
     void commands()
     {
         show("wlan0", kWireless);
-        cachefeeder::RequestLog log;
+        RequestLog log;
         QTest::mouseClick(m_screen->buttonAddLocation, Qt::LeftButton);
         // Deleting a location asks first; the keypad drives the question meanwhile.
         QSignalSpy modal(m_screen, &ConfigureNetwork::changeModal);
@@ -185,49 +186,46 @@ nothing |  | no |  |
         show("wlan0", kWireless);
         m_screen->tabNetwork->setCurrentWidget(m_screen->tabSettings);
         m_screen->showStatusTab();
-        auto press = [this](std::initializer_list<int> keys, QWidget* focus) {
-            for (int key : keys) {
-                m_screen->handleKey(key, true, false);
-                m_screen->handleKey(key, false, false);
-            }
+        auto press = [this](const QString& keys, QWidget* focus) {
+            pressKeys(*m_screen, keys);
             return QApplication::focusWidget() == focus;
         };
         // Enter on the Status page goes nowhere; on Settings into the tree, then to its Edit button.
-        QVERIFY(press({Qt::Key_Enter}, m_screen->tabNetwork->focusProxy()));
-        QVERIFY(press({Qt::Key_Right, Qt::Key_Enter}, m_screen->treeSettings));
+        QVERIFY(press("Enter", m_screen->tabNetwork->focusProxy()));
+        QVERIFY(press("Right Enter", m_screen->treeSettings));
         QCOMPARE(ConfigParser::selectedPath(m_screen->treeSettings), QString("region"));
-        QVERIFY(press({Qt::Key_Enter}, m_screen->buttonEditSetting));
+        QVERIFY(press("Enter", m_screen->buttonEditSetting));
         m_screen->tabNetwork->setFocus();
-        QVERIFY(press({Qt::Key_Right, Qt::Key_Enter}, m_screen->treeLocations));
+        QVERIFY(press("Right Enter", m_screen->treeLocations));
         // In a tree Down moves the row and Right opens a location; elsewhere Down and Up move the focus.
-        QVERIFY(press({Qt::Key_Down, Qt::Key_Right, Qt::Key_Down, Qt::Key_Enter}, m_screen->buttonEditLocationSetting));
+        QVERIFY(press("Down Right Down Enter", m_screen->buttonEditLocationSetting));
         QCOMPARE(ConfigParser::selectedPath(m_screen->treeLocations), QString("setup.essid"));
         m_screen->buttonApply->setFocus();
-        QVERIFY(press({Qt::Key_Down}, m_screen->buttonDone));
+        QVERIFY(press("Down", m_screen->buttonDone));
         QSignalSpy done(m_screen, &ConfigureNetwork::configureDone);
-        QVERIFY(press({Qt::Key_Enter}, m_screen->buttonDone));
+        QVERIFY(press("Enter", m_screen->buttonDone));
         QCOMPARE(done.count(), 1);
-        QVERIFY(press({Qt::Key_Up}, m_screen->buttonApply));
+        QVERIFY(press("Up", m_screen->buttonApply));
         // A scan row takes Enter to Create; without a result it goes back to Scan.
         m_screen->tabNetwork->setCurrentWidget(m_screen->tabScan);
         m_screen->tabNetwork->setFocus();
-        QVERIFY(press({Qt::Key_Enter}, m_screen->tabNetwork->focusProxy()));
+        QVERIFY(press("Enter", m_screen->tabNetwork->focusProxy()));
         QTest::mouseClick(m_screen->buttonScan, Qt::LeftButton);
-        netfeeder::notify("wifi:wlan0", kScanResults);
-        QVERIFY(press({Qt::Key_Enter}, m_screen->buttonCreateLocation));
+        notify("wifi:wlan0", kScanResults);
+        QVERIFY(press("Enter", m_screen->buttonCreateLocation));
         m_screen->tabNetwork->setFocus();
-        QVERIFY(press({Qt::Key_Enter, Qt::Key_Enter}, m_screen->buttonCreateLocation));
+        QVERIFY(press("Enter Enter", m_screen->buttonCreateLocation));
     }
 
 private:
-    // As the stack does it: the device id, the screen on show (which asks), the answer.
-    void show(const std::string& id, const Message& answer)
+    // As the stack does it: the device id, the screen on show (which asks), the device's description.
+    void show(const std::string& id, const Message& description)
     {
-        cachefeeder::RequestLog log;
+        RequestLog log;
         m_screen->setSelectedID(id);
         m_screen->paneAboutToShow();
         QCOMPARE(log.sent(), QString::fromStdString("cfgDescribe depth=1 path=netmgr.devices." + id + " status=raw"));
-        cachefeeder::answer("networkDevice", answer);
+        answer("networkDevice", description);
     }
 
     // The labels of the Status page, the number of pages and the buttons that can be pressed.
