@@ -134,35 +134,24 @@ nothing |  | no |  |
         QVERIFY(edits.isEmpty() || trace.all().find(logged) != std::string::npos);
     }
 
-    void scan()
-    {
-        show("wlan0", kWireless);
-        RequestLog log;
-        QTest::mouseClick(m_screen->buttonScan, Qt::LeftButton);
-        QCOMPARE(buttons(), QString("Apply Add"));
-        QCOMPARE(treeText(m_screen->treeScan), QString("Scanning..."));
-        notify("wifi:wlan0", kScanResults);
-        QTreeWidget* results = m_screen->treeScan;
-        QCOMPARE(treeText(results), QString("80%=Café#,20%=Office"));
-        QCOMPARE(QApplication::focusWidget(), results);
-        QCOMPARE(buttons(), QString("Apply Add Scan Create Location"));
-
-        results->setCurrentItem(results->topLevelItem(1));
-        QTest::mouseClick(m_screen->buttonCreateLocation, Qt::LeftButton);
-        results->clearSelection();
-        QTest::mouseClick(m_screen->buttonCreateLocation, Qt::LeftButton);
-        QCOMPARE(log.sent(true), QString("cfgCmd group=loc name=scan path=netmgr.devices.wlan0; "
-                                             "cfgCmd group= name=pick path=netmgr.devices.wlan0.scanner sel=cc:dd seq=pickWifiNetwork"));
-        m_screen->paneAboutToHide();
-        QCOMPARE(m_screen->tabNetwork->indexOf(m_screen->tabScan), -1);
-    }
-
+    // Create picks the current scan result; deleting a location asks first, the keypad driving the
+    // question meanwhile.
     void commands()
     {
         show("wlan0", kWireless);
         RequestLog log;
+        QTest::mouseClick(m_screen->buttonScan, Qt::LeftButton);
+        QCOMPARE(treeText(m_screen->treeScan) + "|" + buttons(), QString("Scanning...|Apply Add"));
+        notify("wifi:wlan0", kScanResults);
+        QTreeWidget* results = m_screen->treeScan;
+        QCOMPARE(treeText(results) + "|" + buttons(), QString("80%=Café#,20%=Office|Apply Add Scan Create Location"));
+        QCOMPARE(QApplication::focusWidget(), results);
+        results->setCurrentItem(results->topLevelItem(1));
+        QTest::mouseClick(m_screen->buttonCreateLocation, Qt::LeftButton);
+        results->clearSelection();
+        QTest::mouseClick(m_screen->buttonCreateLocation, Qt::LeftButton);
+
         QTest::mouseClick(m_screen->buttonAddLocation, Qt::LeftButton);
-        // Deleting a location asks first; the keypad drives the question meanwhile.
         QSignalSpy modal(m_screen, &ConfigureNetwork::changeModal);
         ConfigParser::selectPath(m_screen->treeLocations, "studio");
         QString question;
@@ -172,13 +161,16 @@ nothing |  | no |  |
             QCOMPARE(question, QString("Warning!|Do you really wish to delete this network location?\n\nStudio"));
         }
         QCOMPARE(QList<QVariantList>(modal), (QList<QVariantList>{{true}, {false}, {true}, {false}}));
-
         QSignalSpy done(m_screen, &ConfigureNetwork::configureDone);
         QTest::mouseClick(m_screen->buttonApply, Qt::LeftButton);
         QTest::mouseClick(m_screen->buttonDone, Qt::LeftButton);
         QCOMPARE(done.count(), 2);
-        QCOMPARE(log.sent(true), QString("cfgCmd group=loc name=_add path=netmgr.devices.wlan0 seq=addLocation; "
-                                             "cfgCmd name=_del path=netmgr.devices.wlan0.studio seq=deleteLocation; cfgCmd name=apply path=netmgr.devices.wlan0"));
+        QCOMPARE(log.sent(true), QString("cfgCmd group=loc name=scan path=netmgr.devices.wlan0; cfgCmd group= name=pick "
+                                         "path=netmgr.devices.wlan0.scanner sel=cc:dd seq=pickWifiNetwork; cfgCmd group=loc name=_add "
+                                         "path=netmgr.devices.wlan0 seq=addLocation; cfgCmd name=_del path=netmgr.devices.wlan0.studio "
+                                         "seq=deleteLocation; cfgCmd name=apply path=netmgr.devices.wlan0"));
+        m_screen->paneAboutToHide();
+        QCOMPARE(m_screen->tabNetwork->indexOf(m_screen->tabScan), -1);
     }
 
     void keypad()

@@ -89,37 +89,35 @@ private slots:
         QCOMPARE(list.listProfiles->currentItem()->text(), QString("New Profile"));
     }
 
+    // The profile asked about is the one deleted, even when a new list took its row meanwhile.
     void removalQuestion_data()
     {
-        QTest::addColumn<int>("answer");
-        QTest::addColumn<bool>("refillWhileAsking");
-        QTest::newRow("yes") << int(QMessageBox::Yes) << false;
-        QTest::newRow("no") << int(QMessageBox::No) << false;
-        // The profile asked about is the one deleted, even when a new list took its row meanwhile.
-        QTest::newRow("yes after the list changed") << int(QMessageBox::Yes) << true;
+        cachefeeder::table({"sent"}, R"(
+yes | deleteProfile id=2
+no |
+yes after the list changed | deleteProfile id=2
+)");
     }
 
     void removalQuestion()
     {
-        QFETCH(int, answer);
-        QFETCH(bool, refillWhileAsking);
-
+        const QString sent = cachefeeder::cell("sent");
         ProfileList list;
         answerProfiles(kProfiles);
         list.listProfiles->setCurrentRow(1);
         QSignalSpy modal(&list, &ProfileList::changeModal);
         RequestLog log;
         QString question;
-        answerNextQuestion(&list, QMessageBox::StandardButton(answer), [&](QMessageBox& box) {
+        answerNextQuestion(&list, sent.isEmpty() ? QMessageBox::No : QMessageBox::Yes, [&](QMessageBox& box) {
             question = box.text() + QString(" modal=%1").arg(modal.count());
-            if (refillWhileAsking)
+            if (QString(QTest::currentDataTag()).contains("changed"))
                 answerProfiles({kProfiles[2]});
         });
         list.buttonRemove->click();
 
         QCOMPARE(question, QString("This will delete the '*Studio Link' profile.\n\nDo you wish to continue? modal=1"));
         QCOMPARE(QList<QVariantList>(modal), (QList<QVariantList>{{true}, {false}}));
-        QCOMPARE(log.sent(), QString(answer == QMessageBox::Yes ? "deleteProfile id=2" : ""));
+        QCOMPARE(log.sent(), sent);
     }
 };
 
