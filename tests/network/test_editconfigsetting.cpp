@@ -8,7 +8,7 @@
 #include <QSignalSpy>
 #include <QtTest>
 
-using netfeeder::msg;
+using namespace cachefeeder;
 
 namespace {
 // Options as the network manager describes them; "mtu" has its default value, "dhcp" does not.
@@ -28,13 +28,13 @@ class TestEditConfigSetting : public QObject {
     Q_OBJECT
 
     // As the screen stack does it: the path, the editor on show, then the description arrives.
-    void open(const std::string& path, const Message& option)
+    void open(const QString& path)
     {
-        cachefeeder::RequestLog log;
-        m_editor->setPath(path);
-        QCOMPARE(log.sent(), QString::fromStdString("cfgDescribe path=" + path));
+        RequestLog log;
+        m_editor->setPath(path.toStdString());
+        QCOMPARE(log.sent(), "cfgDescribe path=" + path);
         m_editor->paneAboutToShow();
-        cachefeeder::answer("configSetting", msg("resp", "", {option}));
+        answer("configSetting", msg("resp", "", {kOptions.value(path.section('.', -1))}));
     }
 
     QString inputState() const
@@ -52,60 +52,52 @@ private slots:
     }
     void cleanup() { delete m_editor; }
 
-    // The request goes to the object owning the option; a defaulted option carries no value.
+    // The form as the option opens, "-" when Default has nothing to do (the page of the one before
+    // must not leak), then the edit and the request Save sends: to the object owning the option,
+    // without a value when that is the default.
     void saveRequest_data()
     {
-        cachefeeder::table({"path", "edit", "sent"}, R"(
-new value | netmgr.devices.eth0.mtu | spin 2000 | cfgSetOption path=netmgr.devices.eth0 seq=saveOption {option name=mtu value=2000}
-value equal to the default | netmgr.devices.eth0.mtu | spin 1500 | cfgSetOption path=netmgr.devices.eth0 seq=saveOption {option name=mtu}
-back to the value it had | netmgr.devices.eth0.mtu | spin 1400 |
-Default then Save | netmgr.devices.wlan0.studio.dhcp | default | cfgSetOption path=netmgr.devices.wlan0.studio seq=saveOption {option name=dhcp}
-Default on a defaulted option | netmgr.devices.wwan0.roaming | default |
-switched to the default | netmgr.devices.eth0.dhcp | check | cfgSetOption path=netmgr.devices.eth0 seq=saveOption {option name=dhcp}
-select | netmgr.devices.wlan0.region | combo 1 | cfgSetOption path=netmgr.devices.wlan0 seq=saveOption {option name=region value=EU}
-cleared text | netmgr.devices.wwan0.apn | clear | cfgSetOption path=netmgr.devices.wwan0 seq=saveOption {option name=apn}
-bulk, shown only | netmgr.devices.wwan0.cert |  |
-Right steps the number | netmgr.devices.eth0.mtu | key | cfgSetOption path=netmgr.devices.eth0 seq=saveOption {option name=mtu value=1401}
+        table({"path", "opened", "edit", "sent"}, R"(
+new value | netmgr.devices.eth0.mtu | MTU|Largest packet|int 576 bytes..9000 bytes [576..9000] = 1400 bytes (1400 bytes/1500) | spinValue 2000 | cfgSetOption path=netmgr.devices.eth0 seq=saveOption {option name=mtu value=2000}
+value equal to the default | netmgr.devices.eth0.mtu | MTU|Largest packet|int 576 bytes..9000 bytes [576..9000] = 1400 bytes (1400 bytes/1500) | spinValue 1500 | cfgSetOption path=netmgr.devices.eth0 seq=saveOption {option name=mtu}
+back to the value it had | netmgr.devices.eth0.mtu | MTU|Largest packet|int 576 bytes..9000 bytes [576..9000] = 1400 bytes (1400 bytes/1500) | spinValue 1400 |
+Default then Save | netmgr.devices.wlan0.studio.dhcp | ||bool 'DHCP' off (Static/DHCP) | buttonDefault | cfgSetOption path=netmgr.devices.wlan0.studio seq=saveOption {option name=dhcp}
+Default on a defaulted option | netmgr.devices.wwan0.roaming | ||bool 'Enabled' off (Not Enabled/) - | buttonDefault |
+switched to the default | netmgr.devices.eth0.dhcp | ||bool 'DHCP' off (Static/DHCP) | checkValue | cfgSetOption path=netmgr.devices.eth0 seq=saveOption {option name=dhcp}
+select | netmgr.devices.wlan0.region | ||select United States=US, Europe=EU (XX/) | comboValue 1 | cfgSetOption path=netmgr.devices.wlan0 seq=saveOption {option name=region value=EU}
+cleared text | netmgr.devices.wwan0.apn | ||string 'broadband' (broadband/) | buttonStringClear | cfgSetOption path=netmgr.devices.wwan0 seq=saveOption {option name=apn}
+bulk, shown only | netmgr.devices.wwan0.cert | ||no input (x/) |  |
+Right steps the number | netmgr.devices.eth0.mtu | MTU|Largest packet|int 576 bytes..9000 bytes [576..9000] = 1400 bytes (1400 bytes/1500) | key Right | cfgSetOption path=netmgr.devices.eth0 seq=saveOption {option name=mtu value=1401}
 )");
     }
 
     void saveRequest()
     {
-        QFETCH(QString, path);
-        QFETCH(QString, edit);
-        QFETCH(QString, sent);
-        const QString name = path.section('.', -1);
-        // As each option opens, "-" when it is at its default; the page of the one before must not leak.
-        const QMap<QString, QString> opened{
-            {"mtu", "MTU|Largest packet|int 576 bytes..9000 bytes [576..9000] = 1400 bytes (1400 bytes/1500)"},
-            {"dhcp", "||bool 'DHCP' off (Static/DHCP)"}, {"roaming", "||bool 'Enabled' off (Not Enabled/) -"},
-            {"region", "||select United States=US, Europe=EU (XX/)"}, {"apn", "||string 'broadband' (broadband/)"},
-            {"cert", "||no input (x/)"}};
-        open("netmgr.devices.wwan0.apn", kOptions["apn"]);
-        open("netmgr.devices.wwan0.cert", kOptions["cert"]);
-        open(path.toStdString(), kOptions.value(name));
-        QCOMPARE(inputState() + (m_editor->buttonDefault->isEnabled() ? "" : " -"), opened.value(name));
+        const QString edit = cell("edit");
+        const QString sent = cell("sent");
+        open("netmgr.devices.wwan0.apn");
+        open("netmgr.devices.wwan0.cert");
+        open(cell("path"));
+        QTEST(inputState() + (m_editor->buttonDefault->isEnabled() ? "" : " -"), "opened");
         QVERIFY(!m_editor->buttonSave->isEnabled());
         // The input of the page takes the focus.
         if (!m_editor->stackEdit->isHidden())
             QCOMPARE(QApplication::focusWidget()->parentWidget(), m_editor->stackEdit->currentWidget());
         const int value = edit.section(' ', 1).toInt();
-        if (edit.startsWith("spin")) {
+        if (edit.startsWith("spinValue")) {
             m_editor->spinValue->setValue(value + 1);
             m_editor->spinValue->setValue(value);
-        } else if (edit.startsWith("combo")) {
+        } else if (edit.startsWith("comboValue")) {
             m_editor->comboValue->setCurrentIndex(value);
-        } else if (edit == "key") {
-            pressKeys(*m_editor, "Right");
+        } else if (edit.startsWith("key")) {
+            pressKeys(*m_editor, edit.section(' ', 1));
         } else if (!edit.isEmpty()) {
-            const QMap<QString, QAbstractButton*> buttons{
-                {"clear", m_editor->buttonStringClear}, {"check", m_editor->checkValue}, {"default", m_editor->buttonDefault}};
-            buttons.value(edit)->click();
+            m_editor->findChild<QAbstractButton*>(edit)->click();
         }
         QCOMPARE(m_editor->buttonSave->isEnabled(), !sent.isEmpty());
 
         QSignalSpy done(m_editor, &EditConfigSetting::editConfigSettingDone);
-        cachefeeder::RequestLog log;
+        RequestLog log;
         QTest::mouseClick(m_editor->buttonSave, Qt::LeftButton);
         QCOMPARE(log.sent(true), sent);
         QCOMPARE(QList<QVariantList>(done), sent.isEmpty() ? QList<QVariantList>() : QList<QVariantList>{{true}});
@@ -114,19 +106,19 @@ Right steps the number | netmgr.devices.eth0.mtu | key | cfgSetOption path=netmg
     void ignoresWhatIsNotItsOwn()
     {
         LogCapture trace(LOG_DEBUG);
-        open("netmgr.devices.eth0.mtu", kOptions["mtu"]);
-        cachefeeder::answer("saveOption", Message("resp"));
+        open("netmgr.devices.eth0.mtu");
+        answer("saveOption", Message("resp"));
         QVERIFY(trace.all().find("received config setting:") != std::string::npos);
         QVERIFY(trace.all().find("received save option:") != std::string::npos);
-        cachefeeder::answer("configSetting", msg("resp", "", {kOptions["dhcp"], kOptions["apn"]}));
-        cachefeeder::answer("configSetting", Message("resp"));
+        answer("configSetting", msg("resp", "", {kOptions["dhcp"], kOptions["apn"]}));
+        answer("configSetting", Message("resp"));
         // Hidden, the editor no longer follows descriptions meant for other screens.
         m_editor->paneAboutToHide();
-        cachefeeder::answer("configSetting", msg("resp", "", {kOptions["dhcp"]}));
+        answer("configSetting", msg("resp", "", {kOptions["dhcp"]}));
         QCOMPARE(m_editor->stackEdit->currentWidget(), m_editor->pageInt);
 
         QSignalSpy done(m_editor, &EditConfigSetting::editConfigSettingDone);
-        cachefeeder::RequestLog log;
+        RequestLog log;
         QTest::mouseClick(m_editor->buttonCancel, Qt::LeftButton);
         QVERIFY(log.requests().empty());
         QCOMPARE(QList<QVariantList>(done), QList<QVariantList>{{false}});
