@@ -95,25 +95,28 @@ inline void answer(const std::string& seq, const std::string& xmls)
     answer(seq, parse(xmls));
 }
 
-// A settings tree as "Group: Row=Text, ...; Group: ...": "~" before grey rows, "?" before rows neither grey
-// nor black, "(b)" after bold ones.
-inline QString outline(const QTreeWidget* tree)
+// A tree's rows, each child after its parent with a leading blank: "text=value" (no "=" without a
+// value), then marks: * bold, ~ grey, ? coloured otherwise, - hidden, + open, # selected.
+inline QString treeText(const QTreeWidget* tree)
 {
-    const auto mark = [](const QTreeWidgetItem* item) {
+    const auto row = [](const QTreeWidgetItem* item) {
         const QColor colour = item->foreground(0).color();
         const bool same = item->foreground(1).color() == colour;
-        const QString tint = same && colour == QColor(128, 128, 128) ? "~" : same && colour == Qt::black ? "" : "?";
-        const bool bold = item->font(0).bold() && item->font(1).bold();
-        return tint + item->text(0) + (item->parent() ? "=" + item->text(1) + (bold ? "(b)" : "") : QString());
+        const std::pair<bool, const char*> marks[] = {{item->font(0).bold() && item->font(1).bold(), "*"},
+            {same && colour == QColor(128, 128, 128), "~"}, {!same || (colour != Qt::black && colour != QColor(128, 128, 128)), "?"},
+            {item->isHidden(), "-"}, {item->childCount() && item->isExpanded(), "+"}, {item->isSelected(), "#"}};
+        QString text = item->text(0) + (item->text(1).isEmpty() ? "" : "=" + item->text(1));
+        for (const auto& [on, mark] : marks)
+            text += on ? mark : "";
+        return text;
     };
-    QStringList groups;
-    for (int g = 0; g < tree->topLevelItemCount(); ++g) {
-        QStringList rows;
-        for (int o = 0; o < tree->topLevelItem(g)->childCount(); ++o)
-            rows << mark(tree->topLevelItem(g)->child(o));
-        groups << mark(tree->topLevelItem(g)) + ": " + rows.join(", ");
+    QStringList rows;
+    for (int i = 0; i < tree->topLevelItemCount(); ++i) {
+        rows << row(tree->topLevelItem(i));
+        for (int c = 0; c < tree->topLevelItem(i)->childCount(); ++c)
+            rows << " " + row(tree->topLevelItem(i)->child(c));
     }
-    return groups.join("; ");
+    return rows.join(',');
 }
 
 // Records every request from construction to destruction.

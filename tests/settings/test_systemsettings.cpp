@@ -50,9 +50,9 @@ private slots:
     // A new answer refreshes the rows in place: selection and collapsed groups stay as they were.
     void treeFollowsDescriptionsAndValues_data()
     {
-        cachefeeder::table({"advanced", "seq", "answer", "outline"}, R"(
-advanced shown | advanced |  |  | ~Audio: Gain=-6(b); ~Directory: Directory=Online; ~General: Unit Name=Studio(b), Time Server=pool; ~IP (UDP) Settings: UDP Port=9000(b), DSCP=46; ~SIP Settings: User=; ~isdn Settings: Line=
-system options |  | sysOptions | unit_name=ORVANE | ~Audio: Gain=0; ~Directory: Directory=Online; ~General: Unit Name=ORVANE; ~IP (UDP) Settings: UDP Port=9000(b); ~SIP Settings: User=; ~isdn Settings: Line=
+        cachefeeder::table({"advanced", "seq", "answer", "rows"}, R"(
+advanced shown | advanced |  |  | Audio~+, Gain=-6*#,Directory~+, Directory=Online,General~+, Unit Name=Studio*, Time Server=pool,IP (UDP) Settings~+, UDP Port=9000*, DSCP=46,SIP Settings~+, User,isdn Settings~+, Line
+system options |  | sysOptions | unit_name=ORVANE | Audio~, Gain=0,Directory~+, Directory=Online,General~+, Unit Name=ORVANE,IP (UDP) Settings~+, UDP Port=9000*#,SIP Settings~+, User,isdn Settings~+, Line
 )");
     }
 
@@ -61,16 +61,12 @@ system options |  | sysOptions | unit_name=ORVANE | ~Audio: Gain=0; ~Directory: 
         const std::string seq = cachefeeder::cell("seq").toStdString();
         m_screen->checkAdvanced->setChecked(!cachefeeder::cell("advanced").isEmpty());
         QTreeWidget* tree = m_screen->treeSysConfig;
-        QCOMPARE(tree->currentItem(), tree->topLevelItem(0)->child(0));
-        QVERIFY(tree->topLevelItem(0)->isExpanded());
         if (!seq.empty()) {
             tree->topLevelItem(0)->setExpanded(false);
             tree->setCurrentItem(tree->topLevelItem(3)->child(0));
             cachefeeder::answer(seq, msg(seq, cachefeeder::cell("answer").toStdString()));
-            QVERIFY(!tree->topLevelItem(0)->isExpanded());
-            QCOMPARE(tree->currentItem(), tree->topLevelItem(3)->child(0));
         }
-        QTEST(cachefeeder::outline(tree), "outline");
+        QTEST(cachefeeder::treeText(tree), "rows");
     }
 
     void editHandsTheOptionToTheEditor()
