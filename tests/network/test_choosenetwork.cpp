@@ -4,7 +4,6 @@
 #include "netfeeder.h"
 #include "platformkey.h"
 
-#include <QSignalSpy>
 #include <QtTest>
 
 using namespace cachefeeder;

@@ -5,9 +5,9 @@
 #include "modalwatch.h"
 #include "netfeeder.h"
 #include "platformkey.h"
+#include "tunneltree.h"
 
 #include <QMessageBox>
-#include <QSignalSpy>
 #include <QtTest>
 
 using namespace cachefeeder;
@@ -16,22 +16,18 @@ using namespace netfeeder;
 namespace {
 // A wireless device as the network manager describes it at depth 1: "studio" can be deleted,
 // "setup" cannot; an option without "defaulted" counts as changed.
-const Message kWireless = msg("resp", "", {msg("node", "name=wlan0 display_name=Wireless type=wifi", {
-    msg("status", "enabled:b=true installed:b=true class=wifi signal:u=60 address=10.0.0.5 status=Associated"),
-    msg("command", "name=apply"),
-    msg("group", "name=", {msg("option", "name=power display_name=Power display_value=Off defaulted:b=true advanced:b=true"),
-                           msg("option", "name=region display_name=Region display_value=EU defaulted:b=false"),
-                           msg("option", "name=dhcp display_name=Mode display_value=DHCP defaulted:b=true")}),
-    msg("group", "name=loc", {msg("command", "name=_add"), msg("command", "name=scan"),
-        msg("node", "name=studio display_name=Studio", {msg("command", "name=_del"), msg("group", "name=", {
-            msg("option", "name=essid display_name=Name display_value=Studio"),
-            msg("option", "name=channel display_name=Channel display_value=6 defaulted:b=true advanced:b=true")})}),
-        msg("node", "name=setup display_name=Setup", {msg("command", "name=apply"), msg("group", "name=", {
-            msg("option", "name=essid display_name=Name display_value=Setup defaulted:b=true")})})})})});
-const Message kWired = msg("resp", "", {msg("node", "name=eth0 display_name=Ethernet type=wired", {
-    msg("status", "enabled:b=false installed:b=true class=wired"), msg("group", "name=", {msg("option", "name=dhcp")})})});
-const Message kScanResults = msg("wifi", "", {msg("net", "essid=Café bssid=aa:bb signal:u=80 sec=none"),
-                                              msg("net", "essid=Office bssid=cc:dd signal:u=20 sec=wpa2")});
+const Message kWireless = tunnelTree(
+    "resp {node name=wlan0 display_name=Wireless type=wifi {status enabled:b=true installed:b=true class=wifi signal:u=60 "
+    "address=10.0.0.5 status=Associated} {command name=apply} {group name= "
+    "{option name=power display_name=Power display_value=Off defaulted:b=true advanced:b=true} "
+    "{option name=region display_name=Region display_value=EU defaulted:b=false} "
+    "{option name=dhcp display_name=Mode display_value=DHCP defaulted:b=true}} {group name=loc {command name=_add} {command name=scan} "
+    "{node name=studio display_name=Studio {command name=_del} {group name= {option name=essid display_name=Name display_value=Studio} "
+    "{option name=channel display_name=Channel display_value=6 defaulted:b=true advanced:b=true}}} {node name=setup display_name=Setup "
+    "{command name=apply} {group name= {option name=essid display_name=Name display_value=Setup defaulted:b=true}}}}}}");
+const Message kWired = tunnelTree("resp {node name=eth0 display_name=Ethernet type=wired {status enabled:b=false installed:b=true class=wired} "
+                                  "{group name= {option name=dhcp}}}}");
+const Message kScanResults = tunnelTree("wifi {net essid=Café bssid=aa:bb signal:u=80 sec=none} {net essid=Office bssid=cc:dd signal:u=20 sec=wpa2}");
 
 } // namespace
 

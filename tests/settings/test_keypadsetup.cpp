@@ -5,7 +5,6 @@
 #include "keypress.h"
 #include "platformkey.h"
 
-#include <QSignalSpy>
 #include <QtTest>
 
 namespace {

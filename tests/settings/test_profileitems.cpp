@@ -5,7 +5,6 @@
 #include "profileitems.h"
 #include "settinggrouplist.h"
 
-#include <QSignalSpy>
 #include <QtTest>
 
 using cachefeeder::msg;

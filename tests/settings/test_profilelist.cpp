@@ -2,30 +2,28 @@
 #include "logcapture.h"
 #include "modalwatch.h"
 #include "profilelist.h"
+#include "tunneltree.h"
 
-#include <QSignalSpy>
 #include <QtTest>
 
-using cachefeeder::msg;
 using cachefeeder::RequestLog;
 
 namespace {
-// A listed profile; `flag` adds to its params ("factory:b=true").
-Message profile(int id, const std::string& name, const std::string& flag = "")
-{
-    return msg("profile", "id:i=" + std::to_string(id) + " name=\"" + name + "\" " + flag, {msg("settings", "name=\"" + name + "\"")});
-}
+// The listed profiles by id: 1 the factory one, 2 the default one; 4 has another name outside its
+// settings, which win.
+const QMap<QString, Message> kProfiles{
+    {"1", tunnelTree("profile id:i=1 name=\"Factory IP\" factory:b=true {settings name=\"Factory IP\"}")},
+    {"2", tunnelTree("profile id:i=2 name=\"Studio Link\" default:b=true {settings name=\"Studio Link\"}")},
+    {"3", tunnelTree("profile id:i=3 name=\"Phone Line\" {settings name=\"Phone Line\"}")},
+    {"4", tunnelTree("profile id:i=4 name=Old {settings name=Renamed default:b=true}")},
+    {"9", tunnelTree("profile id:i=9 name=\"New Profile\" {settings name=\"New Profile\"}")}};
 
-const std::vector<Message> kProfiles = {profile(1, "Factory IP", "factory:b=true"), profile(2, "Studio Link", "default:b=true"),
-                                        profile(3, "Phone Line")};
-
-void answerProfiles(const std::vector<Message>& profiles, const std::vector<Message>& more = {})
+// A "profileList" answer with the profiles of the ids given, in that order.
+void answerProfiles(const QString& ids)
 {
     Message list("profileList");
-    for (const std::vector<Message>* part : {&profiles, &more}) {
-        for (const Message& entry : *part)
-            list.add_child(entry);
-    }
+    for (const QString& id : ids.split(' ', Qt::SkipEmptyParts))
+        list.add_child(kProfiles.value(id));
     cachefeeder::answer("profileList", list);
 }
 
@@ -48,22 +46,21 @@ private slots:
     void rowsFollowTheListAndKeepTheCurrentProfile()
     {
         // Without profiles there is nothing to edit and no factory mark.
-        answerProfiles({});
+        answerProfiles("");
         ProfileList list;
         QSignalSpy edit(&list, &ProfileList::editProfile);
         LogCapture log(LOG_ERROR);
         list.buttonEdit->click();
         QVERIFY(edit.isEmpty() && list.labelFactory->isHidden());
         QVERIFY(log.all().find("profile list, item is null") != std::string::npos);
-        answerProfiles(kProfiles);
+        answerProfiles("1 2 3");
         QCOMPARE(state(list), QString(">Factory IP, *Studio Link, Phone Line | View factory"));
         list.listProfiles->setCurrentRow(2);
         QCOMPARE(state(list), QString("Factory IP, *Studio Link, >Phone Line | Edit Remove"));
-        answerProfiles({kProfiles[1], kProfiles[2], kProfiles[0]});
+        answerProfiles("2 3 1");
         QCOMPARE(state(list), QString("*Studio Link, >Phone Line, Factory IP | Edit Remove"));
-        // When the current profile is gone, the first row takes over; global settings override the
-        // profile's own parameters.
-        answerProfiles({msg("profile", "id:i=4 name=Old", {msg("settings", "name=Renamed default:b=true")}), kProfiles[0]});
+        // When the current profile is gone, the first row takes over.
+        answerProfiles("4 1");
         QCOMPARE(state(list), QString(">*Renamed, Factory IP | Edit Remove"));
     }
 
@@ -71,7 +68,7 @@ private slots:
     void requestsForTheCurrentProfile()
     {
         ProfileList list;
-        answerProfiles(kProfiles);
+        answerProfiles("1 2 3");
         list.listProfiles->setCurrentRow(1);
         QSignalSpy edit(&list, &ProfileList::editProfile);
         RequestLog log;
@@ -84,8 +81,8 @@ private slots:
         list.buttonNew->click();
         QCOMPARE(log.sent(), QString("copyProfile id=2 name=Copy of Studio Link; setProfile default=true id=2; "
                                          "addProfile channel=rtp_udp_mux name=New Profile"));
-        cachefeeder::answer("addProfile", msg("addProfile", "id:i=9"));
-        answerProfiles(kProfiles, {profile(9, "New Profile")});
+        cachefeeder::answer("addProfile", tunnelTree("addProfile id:i=9"));
+        answerProfiles("1 2 3 9");
         QCOMPARE(list.listProfiles->currentItem()->text(), QString("New Profile"));
     }
 
@@ -103,7 +100,7 @@ yes after the list changed | deleteProfile id=2
     {
         const QString sent = cachefeeder::cell("sent");
         ProfileList list;
-        answerProfiles(kProfiles);
+        answerProfiles("1 2 3");
         list.listProfiles->setCurrentRow(1);
         QSignalSpy modal(&list, &ProfileList::changeModal);
         RequestLog log;
@@ -111,7 +108,7 @@ yes after the list changed | deleteProfile id=2
         answerNextQuestion(&list, sent.isEmpty() ? QMessageBox::No : QMessageBox::Yes, [&](QMessageBox& box) {
             question = box.text() + QString(" modal=%1").arg(modal.count());
             if (QString(QTest::currentDataTag()).contains("changed"))
-                answerProfiles({kProfiles[2]});
+                answerProfiles("3");
         });
         list.buttonRemove->click();
 

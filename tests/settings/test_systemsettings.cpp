@@ -4,7 +4,6 @@
 #include "platformkey.h"
 #include "systemsettings.h"
 
-#include <QSignalSpy>
 #include <QtTest>
 
 using cachefeeder::answer;
