@@ -4,6 +4,7 @@
 #include "logcapture.h"
 #include "netfeeder.h"
 #include "platformkey.h"
+#include "tunneltree.h"
 
 #include <QtTest>
 
@@ -12,15 +13,15 @@ using namespace cachefeeder;
 namespace {
 // Options as the network manager describes them; "mtu" has its default value, "dhcp" does not.
 const QMap<QString, Message> kOptions{
-    {"mtu", msg("option", "name=mtu type=int display_name=MTU descr=\"Largest packet\" value=1400 defaulted:b=false default_value=1500 "
-                          "display_default=1500 min:i=576 max:i=9000 units=bytes")},
-    {"dhcp", msg("option", "name=dhcp type=bool value=false defaulted:b=false default_value=true display_default=DHCP label_true=DHCP "
-                           "label_false=Static")},
-    {"roaming", msg("option", "name=roaming type=bool value=false defaulted:b=true default_value=false")},
-    {"region", msg("option", "name=region type=select value=XX default_value=US",
-                   {msg("select", "name=\"United States\" value=US"), msg("select", "name=Europe value=EU")})},
-    {"apn", msg("option", "name=apn type=string value=broadband default_value=")},
-    {"cert", msg("option", "name=cert type=bulk value=x")}};
+    {"mtu", tunnelTree("option name=mtu type=int display_name=MTU descr=\"Largest packet\" value=1400 defaulted:b=false "
+                       "default_value=1500 display_default=1500 min:i=576 max:i=9000 units=bytes")},
+    {"dhcp", tunnelTree("option name=dhcp type=bool value=false defaulted:b=false default_value=true display_default=DHCP "
+                        "label_true=DHCP label_false=Static")},
+    {"roaming", tunnelTree("option name=roaming type=bool value=false defaulted:b=true default_value=false")},
+    {"region", tunnelTree("option name=region type=select value=XX default_value=US {select name=\"United States\" value=US} "
+                          "{select name=Europe value=EU}")},
+    {"apn", tunnelTree("option name=apn type=string value=broadband default_value=")},
+    {"cert", tunnelTree("option name=cert type=bulk value=x")}};
 } // namespace
 
 class TestEditConfigSetting : public QObject {

@@ -67,15 +67,6 @@ inline QString cell(const char* column)
     return *static_cast<const QString*>(QTest::qData(column, qMetaTypeId<QString>()));
 }
 
-// A list answer such as "systemOpts", one option description per entry.
-inline Message optionList(const std::string& name, std::initializer_list<const char*> options)
-{
-    Message list(name);
-    for (const char* text : options)
-        list.add_child(msg("option", text));
-    return list;
-}
-
 // The same tree as RequestLog::lastTree() gives, from xmls text.
 inline std::string tree(const std::string& xmls)
 {

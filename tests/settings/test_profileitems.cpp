@@ -4,30 +4,26 @@
 #include "platformkey.h"
 #include "profileitems.h"
 #include "settinggrouplist.h"
+#include "tunneltree.h"
 
 #include <QtTest>
 
-using cachefeeder::msg;
-
 namespace {
 // The first channel is advanced: while hidden, profiles have no default channel.
-const Message kChannels = msg("channelList", "", {msg("channel", "id=tcp descr=\"IP (TCP)\" advanced:b=true"),
-                                                  msg("channel", "id=rtp_udp_mux descr=\"IP (UDP)\""),
-                                                  msg("channel", "id=pots descr=\"Telephone Line\" remote_opts:b=false")});
+const Message kChannels = tunnelTree(R"(channelList {channel id=tcp descr="IP (TCP)" advanced:b=true} {channel id=rtp_udp_mux descr="IP (UDP)"}
+    {channel id=pots descr="Telephone Line" remote_opts:b=false})");
 
-const Message kOptions = cachefeeder::optionList("channelOpts", {
-    "name=jitter type=int default=60 display_name=Jitter channel=rtp_udp_mux profile_opt:b=true",
-    "name=fec default=off display_name=FEC channel=rtp_udp_mux profile_opt:b=true advanced:b=true",
-    R"(name=line_mode default=v34 display_name="Line Mode" channel=pots profile_opt:b=true)",
-    "name=port type=int default=9000 display_name=Port channel=rtp_udp_mux"});
+const Message kOptions = tunnelTree(R"(channelOpts {option name=jitter type=int default=60 display_name=Jitter channel=rtp_udp_mux profile_opt:b=true}
+    {option name=fec default=off display_name=FEC channel=rtp_udp_mux profile_opt:b=true advanced:b=true}
+    {option name=line_mode default=v34 display_name="Line Mode" channel=pots profile_opt:b=true}
+    {option name=port type=int default=9000 display_name=Port channel=rtp_udp_mux})");
 
 // Profile 1, a factory profile on the IP channel, and profile 2 on `channel2` with the line mode given.
-void answerProfiles(const std::string& channel2 = "pots", const std::string& lineMode = "v34", const std::string& jitter1 = "80")
+void answerProfiles(const QString& channel2 = "pots", const QString& lineMode = "v34", const QString& jitter1 = "80")
 {
-    cachefeeder::answer("profileList", msg("profileList", "", {
-        msg("profile", "id:i=1 factory:b=true", {msg("settings", "name=\"Factory IP\" channel=rtp_udp_mux visible=true"),
-                                                 msg("local", "jitter=" + jitter1), msg("remote", "jitter=40")}),
-        msg("profile", "id:i=2", {msg("settings", "name=\"Studio <B>\" channel=" + channel2), msg("local", "line_mode=" + lineMode)})}));
+    cachefeeder::answer("profileList", tunnelTree("profileList {profile id:i=1 factory:b=true {settings name=\"Factory IP\" channel=rtp_udp_mux "
+                                                  "visible=true} {local jitter=" + jitter1 + "} {remote jitter=40}} {profile id:i=2 {settings "
+                                                  "name=\"Studio <B>\" channel=" + channel2 + "} {local line_mode=" + lineMode + "}}"));
 }
 
 } // namespace

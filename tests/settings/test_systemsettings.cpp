@@ -3,6 +3,7 @@
 #include "keypress.h"
 #include "platformkey.h"
 #include "systemsettings.h"
+#include "tunneltree.h"
 
 #include <QtTest>
 
@@ -12,16 +13,14 @@ using cachefeeder::msg;
 namespace {
 // Groups come sorted by title, system groups before channel groups; a channel the unit does not
 // list keeps its id as title, and options kept in profiles stay out.
-const Message kSystemOpts = cachefeeder::optionList("systemOpts", {
-    R"(name=unit_name display_name="Unit Name" default=ORVANE group=sysOptions group_name=General)",
-    R"(name=ntp display_name="Time Server" default=pool group=sysOptions group_name=General advanced:b=true)",
-    "name=enabled type=bool display_name=Directory default=true label_true=Online label_false=Offline "
-    "group=directoryServer group_name=Directory",
-    R"(name=gain display_name=Gain default=0 group=sysOptions subgroup=audio group_name=Audio)"});
-const Message kChannelOpts = cachefeeder::optionList("channelOpts", {
-    R"(name=port type=int display_name="UDP Port" default=9000 min:i=1024 max:i=65535 channel=ip)",
-    "name=dscp display_name=DSCP default=46 channel=ip advanced:b=true", "name=user display_name=User channel=sip",
-    "name=line display_name=Line channel=isdn", "name=jitter display_name=Jitter channel=ip profile_opt:b=true"});
+const Message kSystemOpts = tunnelTree(R"(systemOpts
+    {option name=unit_name display_name="Unit Name" default=ORVANE group=sysOptions group_name=General}
+    {option name=ntp display_name="Time Server" default=pool group=sysOptions group_name=General advanced:b=true}
+    {option name=enabled type=bool display_name=Directory default=true label_true=Online label_false=Offline group=directoryServer group_name=Directory}
+    {option name=gain display_name=Gain default=0 group=sysOptions subgroup=audio group_name=Audio})");
+const Message kChannelOpts = tunnelTree(R"(channelOpts {option name=port type=int display_name="UDP Port" default=9000 min:i=1024 max:i=65535 channel=ip}
+    {option name=dscp display_name=DSCP default=46 channel=ip advanced:b=true} {option name=user display_name=User channel=sip}
+    {option name=line display_name=Line channel=isdn} {option name=jitter display_name=Jitter channel=ip profile_opt:b=true})");
 } // namespace
 
 class TestSystemSettings : public QObject {
