@@ -10,8 +10,8 @@
 
 namespace {
 // The first channel is advanced: while hidden, profiles have no default channel.
-const Message kChannels = tunnelTree(R"(channelList {channel id=tcp descr="IP (TCP)" advanced:b=true} {channel id=rtp_udp_mux descr="IP (UDP)"}
-    {channel id=pots descr="Telephone Line" remote_opts:b=false})");
+const Message kChannels = tunnelTree(R"x(channelList {channel id=tcp descr="IP (TCP)" advanced:b=true} {channel id=rtp_udp_mux descr="IP (UDP)"}
+    {channel id=pots descr="Telephone Line" remote_opts:b=false})x");
 
 const Message kOptions = tunnelTree(R"(channelOpts {option name=jitter type=int default=60 display_name=Jitter channel=rtp_udp_mux profile_opt:b=true}
     {option name=fec default=off display_name=FEC channel=rtp_udp_mux profile_opt:b=true advanced:b=true}
