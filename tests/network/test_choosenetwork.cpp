@@ -1,7 +1,7 @@
+#include "cachefeeder.h"
 #include "choosenetwork.h"
 #include "deviceclassicons.h"
 #include "logcapture.h"
-#include "netfeeder.h"
 #include "platformkey.h"
 
 #include <QtTest>

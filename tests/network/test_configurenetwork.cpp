@@ -1,13 +1,11 @@
+#include "cachefeeder.h"
 #include "configurenetwork.h"
 #include "deviceclassicons.h"
-#include "keypress.h"
 #include "logcapture.h"
 #include "modalwatch.h"
-#include "netfeeder.h"
 #include "platformkey.h"
 #include "tunneltree.h"
 
-#include <QMessageBox>
 #include <QtTest>
 
 using namespace cachefeeder;

@@ -1,8 +1,7 @@
+#include "cachefeeder.h"
 #include "editconfigsetting.h"
 #include "editorform.h"
-#include "keypress.h"
 #include "logcapture.h"
-#include "netfeeder.h"
 #include "platformkey.h"
 #include "tunneltree.h"
 

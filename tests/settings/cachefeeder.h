@@ -4,7 +4,9 @@
 #include "codec.h"
 #include "ipcinstances.h"
 
+#include <QComboBox>
 #include <QMutexLocker>
+#include <QPixmap>
 #include <QTreeWidget>
 #include <QtTest>
 
@@ -12,8 +14,8 @@
 #include <string>
 #include <vector>
 
-// Answers from the backend, fed straight into the shared client's cache, and the requests that
-// leave it.
+// Answers from the backend, fed straight into the shared client's cache, the requests that leave
+// it, and the keypad.
 namespace cachefeeder {
 
 // An xmls message, as the scenario files write them.
@@ -110,6 +112,24 @@ inline QString treeText(const QTreeWidget* tree)
     return rows.join(',');
 }
 
+// Keypad keys by name, each pressed and released on `screen`, then the events they posted; "Popup"
+// opens `list` first.
+template <class Screen>
+void pressKeys(Screen& screen, const QString& keys, QComboBox* list = nullptr)
+{
+    const QMap<QString, int> codes{{"Left", Qt::Key_Left}, {"Right", Qt::Key_Right}, {"Up", Qt::Key_Up},
+                                   {"Down", Qt::Key_Down}, {"Enter", Qt::Key_Enter}};
+    for (const QString& key : keys.split(' ', Qt::SkipEmptyParts)) {
+        if (key == "Popup" && list) {
+            list->showPopup();
+            continue;
+        }
+        screen.handleKey(codes.value(key), true, false);
+        screen.handleKey(codes.value(key), false, false);
+        QCoreApplication::processEvents();
+    }
+}
+
 // Records every request from construction to destruction.
 class RequestLog {
 public:
@@ -147,5 +167,41 @@ private:
 };
 
 } // namespace cachefeeder
+
+// The network manager's messages as the unit sends them, into the shared client.
+namespace netfeeder {
+
+using cachefeeder::msg;
+
+// A notification under its subscription id ("cfgStatus:netmgr.devices.eth0", "wifi:wlan0").
+inline void notify(const std::string& id, const Message& msg)
+{
+    QMutexLocker lock(g_ipcClient.mutex());
+    g_ipcClient.process_unso_id(id, msg);
+}
+
+// A device's status notification: its fields in the text syntax of Params.
+inline void status(const std::string& id, const std::string& fields)
+{
+    notify("cfgStatus:netmgr.devices." + id, msg("node", "name=" + id + " " + fields));
+}
+
+// A change in the configuration tree: "add", "delete" or "value" (with the new display value).
+inline void data(const std::string& name, const std::string& type, const std::string& display = "")
+{
+    notify("cfgData:" + name, msg("data", "name=" + name + " type=" + type, {msg("descr", "display_value=\"" + display + "\"")}));
+}
+
+// Which of the five signal bars icons `pixmap` is; -1 for none.
+inline int barsOf(const QPixmap& pixmap)
+{
+    for (int level = 0; level < 5; ++level) {
+        if (pixmap.toImage() == QPixmap(QStringLiteral(":/icons/signal_strength_%1.png").arg(level)).toImage())
+            return level;
+    }
+    return -1;
+}
+
+} // namespace netfeeder
 
 #endif

@@ -1,6 +1,5 @@
 #include "audiosettings.h"
 #include "cachefeeder.h"
-#include "keypress.h"
 #include "platformkey.h"
 
 #include <QtTest>

@@ -1,14 +1,12 @@
 #include "cachefeeder.h"
 #include "editorform.h"
 #include "editsetting.h"
-#include "keypress.h"
 #include "platformkey.h"
 #include "tunneltree.h"
 
 #include <QtTest>
 
-using cachefeeder::cell;
-using cachefeeder::msg;
+using namespace cachefeeder;
 
 namespace {
 // The options the rows name, as the tree screens hand them over.

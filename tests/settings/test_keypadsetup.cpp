@@ -2,19 +2,20 @@
 #include "cachefeeder.h"
 #include "keypadsetup.h"
 #include "logcapture.h"
-#include "keypress.h"
 #include "platformkey.h"
 
 #include <QtTest>
+
+using namespace cachefeeder;
 
 namespace {
 // A "loadSettings" answer, its groups as Params texts split by "; ".
 void loadSettings(const QString& groups)
 {
-    Message answer("loadSettings");
+    Message settings("loadSettings");
     for (const QString& group : groups.split("; ", Qt::SkipEmptyParts))
-        answer.add_child(cachefeeder::msg("group", group.toStdString()));
-    cachefeeder::answer("loadSettings", answer);
+        settings.add_child(msg("group", group.toStdString()));
+    answer("loadSettings", settings);
 }
 
 QString homePage(const QString& url)
@@ -31,7 +32,7 @@ private slots:
     // built-in home page comes first, so that without a stored one it applies.
     void loadingShowsTheStoredSettings_data()
     {
-        cachefeeder::table({"groups", "shown"}, R"(
+        table({"groups", "shown"}, R"(
 all three | name=p_keypad keypadF2Mode:i=2; name=p_browser homeURL=http://a.example/; name=p_general restricted:b=true | Toggle to Remote Manager=2 http://a.example/ restricted; home built-in; home http://a.example/; restricted true
 mode 10 cycles | name=p_keypad keypadF2Mode:i=10; name=p_browser homeURL=http://a.example/ | Cycle Through Screens=0 http://a.example/; home built-in; home http://a.example/
 other groups ignored | name=p_other restricted:b=true homeURL=x; name=p_general restricted:b=true | Toggle to Channel Stats=4 built-in restricted; home built-in; restricted true
@@ -45,8 +46,8 @@ other groups ignored | name=p_other restricted:b=true homeURL=x; name=p_general 
         loadSettings("name=p_keypad keypadF2Mode:i=4; name=p_browser homeURL=old");
         QSignalSpy restricted(&setup, &KeypadSetup::restrictedModeChanged);
         QSignalSpy home(&setup, &KeypadSetup::browserHomeChanged);
-        cachefeeder::RequestLog log;
-        loadSettings(cachefeeder::cell("groups"));
+        RequestLog log;
+        loadSettings(cell("groups"));
         QString state = QStringLiteral("%1=%2 %3%4").arg(setup.comboF2KeyMode->currentText()).arg(setup.f2Mode())
             .arg(homePage(setup.browserHomeURL->text()), setup.restrictedUser->isChecked() ? " restricted" : "");
         for (const QList<QVariant>& signal : home)
@@ -61,7 +62,7 @@ other groups ignored | name=p_other restricted:b=true homeURL=x; name=p_general 
     // Stats sits before Audio Meters in the list but stores 9.
     void changesAreStored_data()
     {
-        cachefeeder::table({"change", "sent"}, R"(
+        table({"change", "sent"}, R"(
 braid stats | Toggle to Braid Stats | storeSettings group=p_keypad keypadF2Mode=9
 after braid stats | Toggle to Audio Meters | storeSettings group=p_keypad keypadF2Mode=5
 home page | http://b.example/ | storeSettings group=p_browser homeURL=http://b.example/; loadSettings
@@ -71,11 +72,11 @@ restricted | restricted | storeSettings group=p_general restricted=true
 
     void changesAreStored()
     {
-        const QString change = cachefeeder::cell("change");
+        const QString change = cell("change");
         KeypadSetup setup;
         loadSettings("name=p_keypad keypadF2Mode:i=4");
         setup.comboF2KeyMode->setCurrentIndex(-1);
-        cachefeeder::RequestLog log;
+        RequestLog log;
         LogCapture trace(LOG_DEBUG);
         if (change == "restricted")
             setup.restrictedUser->setChecked(true);
@@ -90,7 +91,7 @@ restricted | restricted | storeSettings group=p_general restricted=true
     // "mode|home page|cursor|restricted @focus" after the keys, from the mode, page and focus given.
     void keypad_data()
     {
-        cachefeeder::table({"focus", "keys", "state"}, R"(
+        table({"focus", "keys", "state"}, R"(
 Right steps the mode | comboF2KeyMode | Right | Toggle to Braid Stats|http://a.example/|17| @comboF2KeyMode
 Enter in the open list | comboF2KeyMode | Popup Down Enter | Toggle to Braid Stats|http://a.example/|17| @comboF2KeyMode
 Down to the home page | comboF2KeyMode | Down | Toggle to Channel Stats|http://a.example/|17| @browserHomeURL
@@ -106,8 +107,8 @@ Right flips restricted | restrictedUser | Right | Toggle to Channel Stats|http:/
         loadSettings("name=p_keypad keypadF2Mode:i=4; name=p_browser homeURL=http://a.example/");
         setup.paneAboutToShow();
         QCOMPARE(QApplication::focusWidget(), setup.comboF2KeyMode);
-        setup.findChild<QWidget*>(cachefeeder::cell("focus"))->setFocus();
-        pressKeys(setup, cachefeeder::cell("keys"), setup.comboF2KeyMode);
+        setup.findChild<QWidget*>(cell("focus"))->setFocus();
+        pressKeys(setup, cell("keys"), setup.comboF2KeyMode);
         QVERIFY(!setup.comboF2KeyMode->view()->isVisible());
         QTEST(QStringList({setup.comboF2KeyMode->currentText(), setup.browserHomeURL->text(),
                            QString::number(setup.browserHomeURL->cursorPosition()),

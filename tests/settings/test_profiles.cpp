@@ -1,6 +1,5 @@
 #include "cachefeeder.h"
 #include "editsetting.h"
-#include "keypress.h"
 #include "logcapture.h"
 #include "modalwatch.h"
 #include "platformkey.h"
@@ -11,7 +10,7 @@
 
 #include <QtTest>
 
-using cachefeeder::RequestLog;
+using namespace cachefeeder;
 
 namespace {
 // The first channel is advanced: while hidden, profiles have no default channel.

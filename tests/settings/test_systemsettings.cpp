@@ -1,14 +1,12 @@
 #include "cachefeeder.h"
 #include "editsetting.h"
-#include "keypress.h"
 #include "platformkey.h"
 #include "systemsettings.h"
 #include "tunneltree.h"
 
 #include <QtTest>
 
-using cachefeeder::answer;
-using cachefeeder::msg;
+using namespace cachefeeder;
 
 namespace {
 // Groups come sorted by title, system groups before channel groups; a channel the unit does not
