@@ -1,4 +1,6 @@
-#include "browserhome.h"
+// The two forms that store each change straight to the unit: the audio switches and the keypad
+// and browser settings.
+#include "audiosettings.h"
 #include "cachefeeder.h"
 #include "keypadsetup.h"
 #include "logcapture.h"
@@ -9,6 +11,34 @@
 using namespace cachefeeder;
 
 namespace {
+// "sysOptions" whose "audio" group turns on exactly the switches named in `on`.
+void answerAudio(const QStringList& on)
+{
+    Message audio("audio");
+    for (const char* name : {"cue", "pgm", "phantom", "pro_level", "cell", "mixer_phantom", "mixer_cell"})
+        audio.params().set_bool(name, on.contains(name));
+    answer("sysOptions", msg("sysOptions", "", {audio}));
+}
+
+// The boxes ticked, in the form's order.
+QStringList ticked(const AudioSettings& audio)
+{
+    QStringList on;
+    for (const QCheckBox* box : audio.findChildren<QCheckBox*>()) {
+        if (box->isChecked())
+            on << box->objectName();
+    }
+    return on;
+}
+
+// Applies the form: the request it sends.
+QString apply(AudioSettings& audio)
+{
+    RequestLog log;
+    audio.buttonApply->click();
+    return log.sent();
+}
+
 // A "loadSettings" answer, its groups as Params texts split by "; ".
 void loadSettings(const QString& groups)
 {
@@ -17,25 +47,65 @@ void loadSettings(const QString& groups)
         settings.add_child(msg("group", group.toStdString()));
     answer("loadSettings", settings);
 }
-
-QString homePage(const QString& url)
-{
-    return url == kDefaultBrowserHome ? "built-in" : url;
-}
 } // namespace
 
-class TestKeypadSetup : public QObject {
+class TestSettingForms : public QObject {
     Q_OBJECT
 
 private slots:
+    void formFollowsTheBackendUntilChanged()
+    {
+        AudioSettings audio;
+        answerAudio({"pgm", "pro_level", "mixer_cell"});
+        QCOMPARE(ticked(audio), (QStringList{"checkPGM", "checkProLevel", "checkMixerCell"}));
+        // Absent switches read as off.
+        answer("sysOptions", msg("sysOptions", "", {msg("audio", "cue:b=true")}));
+        QCOMPARE(ticked(audio), QStringList{"checkCue"});
+        QVERIFY(!audio.buttonApply->isEnabled());
+
+        audio.checkPhantom->setChecked(true);
+        QVERIFY(audio.buttonApply->isEnabled());
+        answerAudio({"pgm", "cell"});
+        QCOMPARE(ticked(audio), (QStringList{"checkCue", "checkPhantom"}));
+        QCOMPARE(apply(audio), QString("setSysOptions {audio cell=false cue=true mixer_cell=false mixer_phantom=false pgm=false "
+                                       "phantom=true pro_level=false}"));
+        // Once applied, the form follows the backend again.
+        QVERIFY(!audio.buttonApply->isEnabled());
+        answerAudio({"pgm", "cell"});
+        QCOMPARE(ticked(audio), (QStringList{"checkPGM", "checkCell"}));
+    }
+
+    void professionalLevelHiddenOnRevision2_data()
+    {
+        table({"version", "shown", "applied"}, R"(
+revision 1 | portable_rev:u=1 | true | setSysOptions {audio cell=false cue=false mixer_cell=false mixer_phantom=false pgm=false phantom=false pro_level=false}
+revision 2 | portable_rev:u=2 | false | setSysOptions {audio cell=true cue=false mixer_cell=false mixer_phantom=false pgm=false phantom=false pro_level=true}
+no revision |  | true | setSysOptions {audio cell=false cue=false mixer_cell=false mixer_phantom=false pgm=false phantom=false pro_level=false}
+)");
+    }
+
+    // Down skips the hidden switch, which keeps its state on Apply; Right flips the one in focus.
+    void professionalLevelHiddenOnRevision2()
+    {
+        AudioSettings audio;
+        QVERIFY(showActive(&audio));
+        answer("version", msg("version", cell("version").toStdString()));
+        answerAudio({"pro_level"});
+        audio.paneAboutToShow();
+        QTEST(QVariant(audio.checkProLevel->isVisible()).toString(), "shown");
+        QVERIFY(audio.checkPhantom->hasFocus());
+        pressKeys(audio, "Down Right");
+        QTEST(apply(audio), "applied");
+    }
+
     // "mode text=stored mode url [restricted]", as the form shows it, then the signals raised. The
     // built-in home page comes first, so that without a stored one it applies.
     void loadingShowsTheStoredSettings_data()
     {
         table({"groups", "shown"}, R"(
-all three | name=p_keypad keypadF2Mode:i=2; name=p_browser homeURL=http://a.example/; name=p_general restricted:b=true | Toggle to Remote Manager=2 http://a.example/ restricted; home built-in; home http://a.example/; restricted true
-mode 10 cycles | name=p_keypad keypadF2Mode:i=10; name=p_browser homeURL=http://a.example/ | Cycle Through Screens=0 http://a.example/; home built-in; home http://a.example/
-other groups ignored | name=p_other restricted:b=true homeURL=x; name=p_general restricted:b=true | Toggle to Channel Stats=4 built-in restricted; home built-in; restricted true
+all three | name=p_keypad keypadF2Mode:i=2; name=p_browser homeURL=http://a.example/; name=p_general restricted:b=true | Toggle to Remote Manager=2 http://a.example/ restricted; home https://duckduckgo.com/; home http://a.example/; restricted true
+mode 10 cycles | name=p_keypad keypadF2Mode:i=10; name=p_browser homeURL=http://a.example/ | Cycle Through Screens=0 http://a.example/; home https://duckduckgo.com/; home http://a.example/
+other groups ignored | name=p_other restricted:b=true homeURL=x; name=p_general restricted:b=true | Toggle to Channel Stats=4 https://duckduckgo.com/ restricted; home https://duckduckgo.com/; restricted true
 )");
     }
 
@@ -49,9 +119,9 @@ other groups ignored | name=p_other restricted:b=true homeURL=x; name=p_general 
         RequestLog log;
         loadSettings(cell("groups"));
         QString state = QStringLiteral("%1=%2 %3%4").arg(setup.comboF2KeyMode->currentText()).arg(setup.f2Mode())
-            .arg(homePage(setup.browserHomeURL->text()), setup.restrictedUser->isChecked() ? " restricted" : "");
+            .arg(setup.browserHomeURL->text(), setup.restrictedUser->isChecked() ? " restricted" : "");
         for (const QList<QVariant>& signal : home)
-            state += "; home " + homePage(signal.at(0).toString());
+            state += "; home " + signal.at(0).toString();
         for (const QList<QVariant>& signal : restricted)
             state += "; restricted " + signal.at(0).toString();
         QTEST(state, "shown");
@@ -118,5 +188,5 @@ Right flips restricted | restrictedUser | Right | Toggle to Channel Stats|http:/
     }
 };
 
-QTEST_MAIN(TestKeypadSetup)
-#include "test_keypadsetup.moc"
+QTEST_MAIN(TestSettingForms)
+#include "test_settingforms.moc"
