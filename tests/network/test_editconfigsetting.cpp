@@ -51,22 +51,21 @@ private slots:
     }
     void cleanup() { delete m_editor; }
 
-    // The form as the option opens, "-" when Default has nothing to do (the page of the one before
-    // must not leak), then the edit and the request Save sends: to the object owning the option,
+    // The form as the option opens (the page of the one before must not leak), then the edit and the request Save sends: to the object owning the option,
     // without a value when that is the default.
     void saveRequest_data()
     {
         table({"path", "opened", "edit", "sent"}, R"(
-new value | netmgr.devices.eth0.mtu | MTU|Largest packet|int 576 bytes..9000 bytes [576..9000] = 1400 bytes (1400 bytes/1500) | spinValue 2000 | cfgSetOption path=netmgr.devices.eth0 seq=saveOption {option name=mtu value=2000}
-value equal to the default | netmgr.devices.eth0.mtu | MTU|Largest packet|int 576 bytes..9000 bytes [576..9000] = 1400 bytes (1400 bytes/1500) | spinValue 1500 | cfgSetOption path=netmgr.devices.eth0 seq=saveOption {option name=mtu}
-back to the value it had | netmgr.devices.eth0.mtu | MTU|Largest packet|int 576 bytes..9000 bytes [576..9000] = 1400 bytes (1400 bytes/1500) | spinValue 1400 |
-Default then Save | netmgr.devices.wlan0.studio.dhcp | ||bool 'DHCP' off (Static/DHCP) | buttonDefault | cfgSetOption path=netmgr.devices.wlan0.studio seq=saveOption {option name=dhcp}
-Default on a defaulted option | netmgr.devices.wwan0.roaming | ||bool 'Enabled' off (Not Enabled/) - | buttonDefault |
-switched to the default | netmgr.devices.eth0.dhcp | ||bool 'DHCP' off (Static/DHCP) | checkValue | cfgSetOption path=netmgr.devices.eth0 seq=saveOption {option name=dhcp}
-select | netmgr.devices.wlan0.region | ||select United States=US, Europe=EU (XX/) | comboValue 1 | cfgSetOption path=netmgr.devices.wlan0 seq=saveOption {option name=region value=EU}
-cleared text | netmgr.devices.wwan0.apn | ||string 'broadband' (broadband/) | buttonStringClear | cfgSetOption path=netmgr.devices.wwan0 seq=saveOption {option name=apn}
-bulk, shown only | netmgr.devices.wwan0.cert | ||no input (x/) |  |
-Right steps the number | netmgr.devices.eth0.mtu | MTU|Largest packet|int 576 bytes..9000 bytes [576..9000] = 1400 bytes (1400 bytes/1500) | key Right | cfgSetOption path=netmgr.devices.eth0 seq=saveOption {option name=mtu value=1401}
+new value | netmgr.devices.eth0.mtu | MTU|Largest packet|int 576 bytes..9000 bytes [576..9000] = 1400 bytes (1400 bytes/1500) default | spinValue 2000 | cfgSetOption path=netmgr.devices.eth0 seq=saveOption {option name=mtu value=2000}
+value equal to the default | netmgr.devices.eth0.mtu | MTU|Largest packet|int 576 bytes..9000 bytes [576..9000] = 1400 bytes (1400 bytes/1500) default | spinValue 1500 | cfgSetOption path=netmgr.devices.eth0 seq=saveOption {option name=mtu}
+back to the value it had | netmgr.devices.eth0.mtu | MTU|Largest packet|int 576 bytes..9000 bytes [576..9000] = 1400 bytes (1400 bytes/1500) default | spinValue 1400 |
+Default then Save | netmgr.devices.wlan0.studio.dhcp | ||bool 'DHCP' off (Static/DHCP) default | buttonDefault | cfgSetOption path=netmgr.devices.wlan0.studio seq=saveOption {option name=dhcp}
+Default on a defaulted option | netmgr.devices.wwan0.roaming | ||bool 'Enabled' off (Not Enabled/) | buttonDefault |
+switched to the default | netmgr.devices.eth0.dhcp | ||bool 'DHCP' off (Static/DHCP) default | checkValue | cfgSetOption path=netmgr.devices.eth0 seq=saveOption {option name=dhcp}
+select | netmgr.devices.wlan0.region | ||select United States=US, Europe=EU (XX/) default | comboValue 1 | cfgSetOption path=netmgr.devices.wlan0 seq=saveOption {option name=region value=EU}
+cleared text | netmgr.devices.wwan0.apn | ||string 'broadband' (broadband/) default | buttonStringClear | cfgSetOption path=netmgr.devices.wwan0 seq=saveOption {option name=apn}
+bulk, shown only | netmgr.devices.wwan0.cert | ||no input (x/) default |  |
+Right steps the number | netmgr.devices.eth0.mtu | MTU|Largest packet|int 576 bytes..9000 bytes [576..9000] = 1400 bytes (1400 bytes/1500) default | key Right | cfgSetOption path=netmgr.devices.eth0 seq=saveOption {option name=mtu value=1401}
 )");
     }
 
@@ -77,8 +76,7 @@ Right steps the number | netmgr.devices.eth0.mtu | MTU|Largest packet|int 576 by
         open("netmgr.devices.wwan0.apn");
         open("netmgr.devices.wwan0.cert");
         open(cell("path"));
-        QTEST(inputState() + (m_editor->buttonDefault->isEnabled() ? "" : " -"), "opened");
-        QVERIFY(!m_editor->buttonSave->isEnabled());
+        QTEST(inputState(), "opened");
         // The input of the page takes the focus.
         if (!m_editor->stackEdit->isHidden())
             QCOMPARE(QApplication::focusWidget()->parentWidget(), m_editor->stackEdit->currentWidget());

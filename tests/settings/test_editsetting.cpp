@@ -56,10 +56,10 @@ codec, remote | encoder | 2/remote | codec *Follow local encoder=!follow, OP: St
         edit(cell("option"), cell("profile"), !cell("profile").isEmpty());
         if (cell("option") == "label")
             QTest::mouseClick(m_editor.buttonStringClear, Qt::LeftButton);
-        QTEST(inputState(), "input");
+        QTEST(editorState(m_editor), "input");
         cachefeeder::RequestLog log;
         QTest::mouseClick(m_editor.buttonDefault, Qt::LeftButton);
-        QTEST(inputState(), "inputAtDefault");
+        QTEST(editorState(m_editor), "inputAtDefault");
         QTest::mouseClick(m_editor.buttonSave, Qt::LeftButton);
         QTEST(log.sent() + QStringLiteral(" done %1/%2").arg(profileDone.count()).arg(channelDone.count()), "request");
     }
@@ -91,7 +91,7 @@ Cancel after a change | gain |  |  | Right Down Down Down Enter | int -40 dB..12
         pressKeys(m_editor, cell("keys"), m_editor.comboValue);
         QVERIFY(!m_editor.comboValue->view()->isVisible());
         const bool text = m_editor.stackEdit->currentWidget() == m_editor.pageString;
-        QTEST(inputState() + (text ? " " + QString::number(m_editor.lineValue->cursorPosition()) : QString()) + " @"
+        QTEST(editorState(m_editor) + (text ? " " + QString::number(m_editor.lineValue->cursorPosition()) : QString()) + " @"
                   + QApplication::focusWidget()->objectName() + (done.isEmpty() ? "" : " done") + log.sent(),
               "state");
     }
@@ -107,15 +107,6 @@ private:
         m_editor.paneAboutToShow();
         QCOMPARE(QApplication::focusWidget(), m_editor.buttonCancel);
         fromProfile ? m_editor.populateProfileItem() : m_editor.populateChannelItem();
-    }
-
-    // The form with the codec's details, then the buttons that can be pressed.
-    QString inputState() const
-    {
-        const QString details = m_editor.labelCodecDescription->text() + " " + m_editor.labelCodecQuality->text() + " "
-                                + m_editor.labelCodecDelay->text();
-        return editorState(m_editor) + (m_editor.stackEdit->currentWidget() == m_editor.pageCodec ? " [" + details + "]" : "")
-               + (m_editor.buttonSave->isEnabled() ? " save" : "") + (m_editor.buttonDefault->isEnabled() ? " default" : "");
     }
 
     EditSetting m_editor;
