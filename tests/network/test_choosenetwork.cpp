@@ -69,13 +69,13 @@ private slots:
     void statusShown_data()
     {
         table({"status", "node", "shown", "icon"}, R"(
-up, no address | class=wifi status=Associated enabled:b=true installed:b=true |  | Installed and enabled.|Associated|-|-|Configure Disable|black | wifi
-address, signal 0 | class=wifi status=Associated enabled:b=true installed:b=true address=10.0.0.5 signal:u=0 |  | Current address '10.0.0.5'.|Associated|0|0%|Configure Disable|black | wifi
-disabled, signal 25 | class=wifi status=Associated enabled:b=false installed:b=true signal:u=25 |  | Installed but disabled.|Associated|1|25%|Configure Enable|black | wifi_x
-enabled, missing, signal 26 | class=wifi status=Associated enabled:b=true installed:b=false signal:u=26 |  | Enabled but not installed.|Associated|2|26%|Configure Disable|gray | wifi
-disabled, missing, signal 100 | class=wifi status=Associated signal:u=100 |  | Not installed and disabled.|Associated|4|100%|Configure Enable|gray | wifi_x
-view-only, installed | class=phone enabled:b=false installed:b=true status=Idle | view_only:b=true | Installed.||-|-||black | phone
-view-only, enabled, missing | class=phone enabled:b=true installed:b=false status=Idle | view_only:b=true | Not installed.||-|-||gray | phone
+up, no address | class=wifi status=Associated enabled:b=true installed:b=true |  | Installed and enabled.|Associated|-|-|Configure Disable|black| | wifi
+address, signal 0 | class=wifi status=Associated enabled:b=true installed:b=true address=10.0.0.5 signal:u=0 |  | Current address '10.0.0.5'.|Associated|0|0%|Configure Disable|black| | wifi
+disabled, signal 25 | class=wifi status=Associated enabled:b=false installed:b=true signal:u=25 |  | Installed but disabled.|Associated|1|25%|Configure Enable|black| | wifi_x
+enabled, missing, signal 26 | class=wifi status=Associated enabled:b=true installed:b=false signal:u=26 |  | Enabled but not installed.|Associated|2|26%|Configure Disable|gray| | wifi
+disabled, missing, signal 100 | class=wifi status=Associated signal:u=100 |  | Not installed and disabled.|Associated|4|100%|Configure Enable|gray| | wifi_x
+view-only, installed | class=phone enabled:b=false installed:b=true status=Idle | view_only:b=true | Installed.||-|-||black|view-only | phone
+view-only, enabled, missing | class=phone enabled:b=true installed:b=false status=Idle | view_only:b=true | Not installed.||-|-||gray|view-only | phone
 )");
     }
 
@@ -97,7 +97,8 @@ view-only, enabled, missing | class=phone enabled:b=true installed:b=false statu
         QTEST(QStringList({s.labelStatus->text(), s.labelStatus2->text(),
                            s.labelSignalIcon->isVisibleTo(&s) ? QString::number(barsOf(s.labelSignalIcon->pixmap(Qt::ReturnByValue))) : "-",
                            s.labelSignal->isVisibleTo(&s) ? s.labelSignal->text() : "-",
-                           buttons.join(' ').simplified(), colour == Qt::black ? "black" : colour == Qt::gray ? "gray" : "?"}).join('|'),
+                           buttons.join(' ').simplified(), colour == Qt::black ? "black" : colour == Qt::gray ? "gray" : "?",
+                           m_screen->isSelectedViewOnly() ? "view-only" : ""}).join('|'),
               "shown");
         const QIcon file(":/icons/" + cell("icon") + ".png");
         QCOMPARE(current()->icon().pixmap(32).toImage(),
@@ -121,6 +122,20 @@ view-only, enabled, missing | class=phone enabled:b=true installed:b=false statu
         }
         QCOMPARE(ready, QString("yynynyn"));
         QCOMPARE(changed.count(), 6);
+    }
+
+    // The status bar's signal strength: one device's, "multi" for several, "off" once none is left.
+    void signalStrengthFollowsTheDevices()
+    {
+        QStringList shown;
+        connect(m_screen, &ChooseNetwork::signalStrength, [&shown](uint strength) { shown << QString::number(strength); });
+        connect(m_screen, &ChooseNetwork::signalStrengthMulti, [&shown] { shown << "multi"; });
+        connect(m_screen, &ChooseNetwork::signalStrengthOff, [&shown] { shown << "off"; });
+        answer("networkList", list({device("eth0"), device("wlan0", "class=wifi installed:b=true signal:u=60"),
+                                    device("wwan0", "class=phone installed:b=true signal:u=30")}));
+        status("wwan0", "class=phone installed:b=false");
+        status("wlan0", "class=wifi installed:b=false");
+        QCOMPARE(shown, (QStringList{"60", "multi", "60", "off"}));
     }
 
     void notifications()
