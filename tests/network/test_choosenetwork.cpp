@@ -107,7 +107,7 @@ view-only, enabled, missing | class=phone enabled:b=true installed:b=false statu
 
     // After each list answer or status notification with the overall fields given, whether the
     // network counts as ready; a list without the overall status counts as nothing alive.
-    void netReadyFromBothShapes()
+    void netReadyAndSignalStrength()
     {
         QSignalSpy changed(m_screen, &ChooseNetwork::netReadyChanged);
         QString ready;
@@ -122,11 +122,8 @@ view-only, enabled, missing | class=phone enabled:b=true installed:b=false statu
         }
         QCOMPARE(ready, QString("yynynyn"));
         QCOMPARE(changed.count(), 6);
-    }
 
-    // The status bar's signal strength: one device's, "multi" for several, "off" once none is left.
-    void signalStrengthFollowsTheDevices()
-    {
+        // The status bar's signal strength: one device's, "multi" for several, "off" once none is left.
         QStringList shown;
         connect(m_screen, &ChooseNetwork::signalStrength, [&shown](uint strength) { shown << QString::number(strength); });
         connect(m_screen, &ChooseNetwork::signalStrengthMulti, [&shown] { shown << "multi"; });

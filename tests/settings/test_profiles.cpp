@@ -55,9 +55,8 @@ QString state(const ProfileList& list)
     QStringList texts;
     for (int row = 0; row < list.listProfiles->count(); ++row)
         texts << (row == list.listProfiles->currentRow() ? ">" : "") + list.listProfiles->item(row)->text();
-    const bool factory = !list.labelFactory->isHidden();
     return texts.join(", ") + " | " + list.buttonEdit->text() + (list.buttonRemove->isEnabled() ? " Remove" : "")
-           + (factory ? " factory" : "");
+           + (list.labelFactory->isHidden() ? "" : " factory");
 }
 } // namespace
 
