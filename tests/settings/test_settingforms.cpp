@@ -31,14 +31,6 @@ QStringList ticked(const AudioSettings& audio)
     return on;
 }
 
-// Applies the form: the request it sends.
-QString apply(AudioSettings& audio)
-{
-    RequestLog log;
-    audio.buttonApply->click();
-    return log.sent();
-}
-
 // A "loadSettings" answer, its groups as Params texts split by "; ".
 void loadSettings(const QString& groups)
 {
@@ -67,7 +59,9 @@ private slots:
         QVERIFY(audio.buttonApply->isEnabled());
         answerAudio({"pgm", "cell"});
         QCOMPARE(ticked(audio), (QStringList{"checkCue", "checkPhantom"}));
-        QCOMPARE(apply(audio), QString("setSysOptions {audio cell=false cue=true mixer_cell=false mixer_phantom=false pgm=false "
+        RequestLog log;
+        audio.buttonApply->click();
+        QCOMPARE(log.sent(), QString("setSysOptions {audio cell=false cue=true mixer_cell=false mixer_phantom=false pgm=false "
                                        "phantom=true pro_level=false}"));
         // Once applied, the form follows the backend again.
         QVERIFY(!audio.buttonApply->isEnabled());
@@ -95,7 +89,9 @@ no revision |  | true | setSysOptions {audio cell=false cue=false mixer_cell=fal
         QTEST(QVariant(audio.checkProLevel->isVisible()).toString(), "shown");
         QVERIFY(audio.checkPhantom->hasFocus());
         pressKeys(audio, "Down Right");
-        QTEST(apply(audio), "applied");
+        RequestLog log;
+        audio.buttonApply->click();
+        QTEST(log.sent(), "applied");
     }
 
     // "mode text=stored mode url [restricted]", as the form shows it, then the signals raised. The
@@ -180,10 +176,9 @@ Right flips restricted | restrictedUser | Right | Toggle to Channel Stats|http:/
         setup.findChild<QWidget*>(cell("focus"))->setFocus();
         pressKeys(setup, cell("keys"), setup.comboF2KeyMode);
         QVERIFY(!setup.comboF2KeyMode->view()->isVisible());
-        QTEST(QStringList({setup.comboF2KeyMode->currentText(), setup.browserHomeURL->text(),
-                           QString::number(setup.browserHomeURL->cursorPosition()),
-                           setup.restrictedUser->isChecked() ? "restricted @" : " @"}).join('|')
-                  + QApplication::focusWidget()->objectName(),
+        QTEST(QStringLiteral("%1|%2|%3|%4 @%5").arg(setup.comboF2KeyMode->currentText(), setup.browserHomeURL->text())
+                  .arg(setup.browserHomeURL->cursorPosition())
+                  .arg(setup.restrictedUser->isChecked() ? "restricted" : "", QApplication::focusWidget()->objectName()),
               "state");
     }
 };
