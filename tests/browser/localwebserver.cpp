@@ -55,21 +55,16 @@ bool LocalWebServer::slowOpen() const
 
 void LocalWebServer::incomingConnection(qintptr descriptor)
 {
-    QTcpSocket* socket;
-    if (m_tls) {
-        auto* tls = new QSslSocket(this);
-        tls->setSocketDescriptor(descriptor);
+    QTcpSocket* socket = m_tls ? new QSslSocket(this) : new QTcpSocket(this);
+    socket->setSocketDescriptor(descriptor);
+    if (auto* tls = qobject_cast<QSslSocket*>(socket)) {
         QFile certificate(QStringLiteral(":/localhost.crt"));
         QFile key(QStringLiteral(":/localhost.key"));
         certificate.open(QIODevice::ReadOnly);
         key.open(QIODevice::ReadOnly);
-        tls->setLocalCertificate(QSslCertificate(certificate.readAll()));
-        tls->setPrivateKey(QSslKey(key.readAll(), QSsl::Rsa));
+        tls->setLocalCertificate(QSslCertificate(&certificate));
+        tls->setPrivateKey(QSslKey(&key, QSsl::Rsa));
         tls->startServerEncryption();
-        socket = tls;
-    } else {
-        socket = new QTcpSocket(this);
-        socket->setSocketDescriptor(descriptor);
     }
     connect(socket, &QTcpSocket::readyRead, this, [this, socket] { readRequest(socket); });
     connect(socket, &QTcpSocket::disconnected, socket, &QObject::deleteLater);

@@ -47,25 +47,19 @@ private slots:
         m_browser.reset();
         m_server.reset();
     }
-    void addressRule_data()
-    {
-        QTest::addColumn<QString>("typed");
-        QTest::addColumn<QString>("address");
-
-        QTest::newRow("scheme kept") << "https://portal.example/login?x=1" << "https://portal.example/login?x=1";
-        QTest::newRow("dotted name") << "portal.example/a b" << "http://portal.example/a%20b";
-        QTest::newRow("address with port") << "  10.0.0.1:8080/x  " << "http://10.0.0.1:8080/x";
-        QTest::newRow("ftp in any case") << "FTP.example.org/pub" << "ftp://ftp.example.org/pub";
-        QTest::newRow("ftp only before the first dot") << "ftpmirror.example.org" << "http://ftpmirror.example.org";
-        QTest::newRow("scheme before a dot") << "mailto:desk@press.example" << "mailto:desk@press.example";
-        QTest::newRow("dotted but no address, as typed") << "host1:80.example" << "host1:80.example";
-        QTest::newRow("plain word") << " portal " << "portal";
-    }
+    // What is typed, then the address loaded: a scheme is kept, a dotted name gets one.
     void addressRule()
     {
-        QFETCH(QString, typed);
-        QFETCH(QString, address);
-        QCOMPARE(QString::fromLatin1(WebBrowser::addressFromText(typed).toEncoded()), address);
+        const QString rows = R"(https://portal.example/login?x=1|https://portal.example/login?x=1
+portal.example/a b|http://portal.example/a%20b
+  10.0.0.1:8080/x  |http://10.0.0.1:8080/x
+FTP.example.org/pub|ftp://ftp.example.org/pub
+ftpmirror.example.org|http://ftpmirror.example.org
+mailto:desk@press.example|mailto:desk@press.example
+host1:80.example|host1:80.example
+ portal |portal)";
+        for (const QString& row : rows.split('\n'))
+            QCOMPARE(QString::fromLatin1(WebBrowser::addressFromText(row.section('|', 0, 0)).toEncoded()), row.section('|', 1));
     }
     // Go, Return and Reload, with the buttons while each loads and after it.
     void buttonsFollowTheLoads()
