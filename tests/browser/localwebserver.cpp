@@ -1,7 +1,6 @@
 #include "localwebserver.h"
 
 #include <QFile>
-#include <QHostAddress>
 #include <QSslCertificate>
 #include <QSslKey>
 #include <QSslSocket>
@@ -29,6 +28,14 @@ const QByteArray kLogo = "<svg xmlns=\"http://www.w3.org/2000/svg\" width=\"48\"
                          "rx=\"8\" fill=\"#1f5f99\"/><path d=\"M10 34 L24 12 L38 34 Z\" fill=\"#f2b134\"/></svg>";
 const QByteArray kRefusedPage = "<html><head><title>Unauthorized</title></head><body><h1>401 Unauthorized</h1></body></html>";
 
+void answer(QTcpSocket* socket, const QByteArray& status, const QByteArray& extraHeaders, const QByteArray& body,
+            const QByteArray& type = "text/html; charset=utf-8")
+{
+    socket->write("HTTP/1.1 " + status + "\r\nContent-Type: " + type + "\r\nContent-Length: " + QByteArray::number(body.size()) +
+                  "\r\nConnection: close\r\n" + extraHeaders + "\r\n" + body);
+    socket->disconnectFromHost();
+}
+
 } // namespace
 
 LocalWebServer::LocalWebServer(bool tls, QObject* parent)
@@ -36,11 +43,6 @@ LocalWebServer::LocalWebServer(bool tls, QObject* parent)
     , m_tls(tls)
 {
     Q_INIT_RESOURCE(testcert);
-}
-
-bool LocalWebServer::start()
-{
-    return listen(QHostAddress::LocalHost, 0);
 }
 
 QUrl LocalWebServer::url(const QString& path) const
@@ -101,12 +103,4 @@ void LocalWebServer::readRequest(QTcpSocket* socket)
         answer(socket, "200 OK", "Cache-Control: max-age=3600\r\n", kLogo, "image/svg+xml");
     else
         answer(socket, "200 OK", QByteArray(), path == QLatin1String("/script") ? kScriptPage : portalPage(path));
-}
-
-void LocalWebServer::answer(QTcpSocket* socket, const QByteArray& status, const QByteArray& extraHeaders,
-                            const QByteArray& body, const QByteArray& type)
-{
-    socket->write("HTTP/1.1 " + status + "\r\nContent-Type: " + type + "\r\nContent-Length: " +
-                  QByteArray::number(body.size()) + "\r\nConnection: close\r\n" + extraHeaders + "\r\n" + body);
-    socket->disconnectFromHost();
 }

@@ -126,7 +126,6 @@ host1:80.example|host1:80.example
 
         onDialog([this, answer](WebAuth& dialog) {
             QCOMPARE(dialog.pos(), QPoint(0, 0));
-            QVERIFY(dialog.windowFlags() & Qt::FramelessWindowHint);
             QCOMPARE(dialog.focusWidget(), dialog.lineUsername);
             // Up and Down walk the dialog's fields, not the page waiting under it.
             for (auto [keycode, field] : {std::pair(Qt::Key_Down, dialog.linePassword), std::pair(Qt::Key_Left, dialog.linePassword),
