@@ -40,8 +40,8 @@ void deliver(const QString& texts)
     }
 }
 
-// A "sess" of session 1 with connections "1:1 2:2" (li:ri, ri may be missing), each described as
-// interface li, sending li thousand and 999 bit/s and receiving 2 li thousand.
+// A "sess" (of session 1 unless `head` opens another) with connections "1:1 2:2" (li:ri, ri may be
+// missing), each described as interface li, sending li thousand and 999 bit/s and receiving 2 li thousand.
 QString statsWithConns(const QString& conns, const QString& head = "tun_stats {sess sid:i=1")
 {
     QString text = head;
@@ -52,13 +52,6 @@ QString statsWithConns(const QString& conns, const QString& head = "tun_stats {s
                     .arg(li).arg(ri.isEmpty() ? "" : "ri:i=" + ri, ri).arg(li * 1000 + 999).arg(li * 2000);
     }
     return text + "}";
-}
-
-// Session 3 with connections 1:1 and 2:2 (and 3:3 when `third`), its delays and rates given as params.
-QString tunStats(const QString& sessParams, bool third = false)
-{
-    return "tun_stats {sess sid:i=3 " + sessParams + " {conn li:i=1 ri:i=1 tp:i=640000 rtp:i=320000} "
-           "{conn li:i=2 ri:i=2 tp:i=128000 rtp:i=64000}" + (third ? " {conn li:i=3 ri:i=3}}" : "}");
 }
 
 const char* const kDelays = "d:i=120 dm:i=300 d1:i=50 d2:i=100 d3:i=150 d4:i=200 d5:i=400 dma:b=false "
@@ -314,7 +307,7 @@ tun_stats {sess sid:i=1};tun_stats {codec {enc nbr:i=2000000 tbr:i=1500000}} {se
         BraidStats stats;
         LogCapture log(LOG_DEBUG);
         QCOMPARE(shown(stats), QString("tx 2 rx 0"));
-        deliver(tunStats("pl:i=40 rpr:i=70"));
+        deliver(statsWithConns("1:1 2:2", "tun_stats {sess sid:i=3 pl:i=40 rpr:i=70"));
         QVERIFY(stats.radioTx->isChecked());
         QCOMPARE(shown(stats), QString("tx 6 rx 0"));
         QVERIFY(log.all().find("Tunnel Session Stats Update") != std::string::npos);
@@ -328,7 +321,7 @@ tun_stats {sess sid:i=1};tun_stats {codec {enc nbr:i=2000000 tbr:i=1500000}} {se
         QTRY_VERIFY(stats.radioRx->isChecked() && stats.radioRx->hasFocus());
         QCOMPARE(shown(stats), QString("tx 0 rx 6"));
         // Buttons of a new connection show in the direction on show.
-        deliver(tunStats("", true));
+        deliver(statsWithConns("1:1 2:2 3:3", "tun_stats {sess sid:i=3"));
         QCOMPARE(shown(stats), QString("tx 0 rx 7"));
         emit stats.radioTx->clicked(false);
         emit stats.radioRx->clicked(false);
@@ -351,7 +344,7 @@ tun_stats {sess sid:i=1};tun_stats {codec {enc nbr:i=2000000 tbr:i=1500000}} {se
             }
             return out.join(", ");
         };
-        QCOMPARE(graphs(), QString("3:640 10, 3:40 10, 3:320 10, 3:70 10"));
+        QCOMPARE(graphs(), QString("3:3 10, 3:40 10, 3:6 10, 3:70 10"));
         // A new session: the old one's buttons and history go, the same graphs serve the new one.
         UtilizationGrapher* graph = stats.utilizationGraph(false);
         deliver("tun_stats {sess sid:i=4}");
@@ -365,7 +358,7 @@ tun_stats {sess sid:i=1};tun_stats {codec {enc nbr:i=2000000 tbr:i=1500000}} {se
         RequestLog requests;
         BraidStats stats;
         LogCapture log(LOG_DEBUG);
-        deliver(tunStats(kDelays));
+        deliver(statsWithConns("1:1 2:2", QString("tun_stats {sess sid:i=3 ") + kDelays));
         // "value/maximum marker zones enabled auto checked"
         QStringList sliders;
         for (bool rx : {false, true}) {
@@ -401,7 +394,7 @@ tun_stats {sess sid:i=1};tun_stats {codec {enc nbr:i=2000000 tbr:i=1500000}} {se
 
         const QStringList words = action.split(' ');
         const bool receive = words.value(0) == "rx";
-        deliver(words.value(0) == "none" ? "tun_stats" : tunStats("d5:i=400 rd5:i=400"));
+        deliver(words.value(0) == "none" ? "tun_stats" : statsWithConns("1:1 2:2", "tun_stats {sess sid:i=3 d5:i=400 rd5:i=400"));
         DelaySlider* slider = receive ? stats.rxSlider() : stats.txSlider();
         slider->setValue(words.value(1).toInt());
         const std::size_t before = requests.requests().size();
