@@ -57,13 +57,6 @@ QString statsWithConns(const QString& conns, const QString& head = "tun_stats {s
 const char* const kDelays = "d:i=120 dm:i=300 d1:i=50 d2:i=100 d3:i=150 d4:i=200 d5:i=400 dma:b=false "
                             "rd:i=60 rdm:i=200 rd1:i=40 rd2:i=80 rd3:i=120 rd4:i=160 rd5:i=200 rdma:b=true";
 
-// A "setMaxDelay" request with these parameters, as the screen sends it.
-void checkRequest(const Message& request, const char* params)
-{
-    QCOMPARE(request.name, std::string("setMaxDelay"));
-    QCOMPARE(request.params(), Params((std::string(params) + " sid:i=3 seq=maxDelay").c_str()));
-}
-
 // Which of the direction's widgets and connection buttons are not hidden: "tx 2 rx 0".
 QString shown(BraidStats& stats)
 {
@@ -371,7 +364,7 @@ tun_stats {sess sid:i=1};tun_stats {codec {enc nbr:i=2000000 tbr:i=1500000}} {se
         QCOMPARE(sliders, QStringList({"300/400 30 12,12,12,12,52 100", "200/200 30 20,20,20,20,20 011"}));
         // The check box that changed reports the change to the unit like a click.
         QCOMPARE(requests.requests().size(), std::size_t(1));
-        checkRequest(requests.requests().back(), "remote:b=true auto:b=true");
+        QCOMPARE(requests.lastTree(), tunnelTree("setMaxDelay sid:i=3 remote:b=true auto:b=true").dump_text());
         for (const char* line : {"Tunnel Session Delay Update", "TunnelSession id=3", "  setMaxDelay "})
             QVERIFY2(log.all().find(line) != std::string::npos, line);
     }
@@ -404,7 +397,7 @@ tun_stats {sess sid:i=1};tun_stats {codec {enc nbr:i=2000000 tbr:i=1500000}} {se
             emit slider->sliderReleased();
         QCOMPARE(requests.requests().size(), before + !request.isEmpty());
         if (!request.isEmpty())
-            checkRequest(requests.requests().back(), request.toUtf8().constData());
+            QCOMPARE(requests.lastTree(), tunnelTree("setMaxDelay sid:i=3 " + request).dump_text());
     }
     // A button relabels on a change of either label, and renumbers itself when moved.
     void buttonLabels()
