@@ -1,9 +1,7 @@
 #ifndef TESTS_BROWSER_LOCALWEBSERVER_H
 #define TESTS_BROWSER_LOCALWEBSERVER_H
 
-#include <QByteArray>
 #include <QHostAddress>
-#include <QList>
 #include <QPointer>
 #include <QStringList>
 #include <QTcpServer>

@@ -54,9 +54,6 @@ QString statsWithConns(const QString& conns, const QString& head = "tun_stats {s
     return text + "}";
 }
 
-const char* const kDelays = "d:i=120 dm:i=300 d1:i=50 d2:i=100 d3:i=150 d4:i=200 d5:i=400 dma:b=false "
-                            "rd:i=60 rdm:i=200 rd1:i=40 rd2:i=80 rd3:i=120 rd4:i=160 rd5:i=200 rdma:b=true";
-
 // How many of each direction's widgets and connection buttons are not hidden, "*" marking the
 // direction checked: "tx* 2 rx 0".
 QString shown(BraidStats& stats)
@@ -351,7 +348,8 @@ tun_stats {sess sid:i=1};tun_stats {codec {enc nbr:i=2000000 tbr:i=1500000}} {se
         RequestLog requests;
         BraidStats stats;
         LogCapture log(LOG_DEBUG);
-        deliver(statsWithConns("1:1 2:2", QString("tun_stats {sess sid:i=3 ") + kDelays));
+        deliver(statsWithConns("1:1 2:2", "tun_stats {sess sid:i=3 d:i=120 dm:i=300 d1:i=50 d2:i=100 d3:i=150 d4:i=200 d5:i=400 "
+                                          "dma:b=false rd:i=60 rdm:i=200 rd1:i=40 rd2:i=80 rd3:i=120 rd4:i=160 rd5:i=200 rdma:b=true"));
         // "value/maximum marker zones enabled auto checked"
         QStringList sliders;
         for (bool rx : {false, true}) {
