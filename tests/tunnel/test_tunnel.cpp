@@ -348,6 +348,8 @@ tun_stats {sess sid:i=1};tun_stats {codec {enc nbr:i=2000000 tbr:i=1500000}} {se
         RequestLog requests;
         BraidStats stats;
         LogCapture log(LOG_DEBUG);
+        // The request is dumped in the general category; another one, silenced here, hides it.
+        g_log.set_log_level(1, LOG_NONE);
         deliver(statsWithConns("1:1 2:2", "tun_stats {sess sid:i=3 d:i=120 dm:i=300 d1:i=50 d2:i=100 d3:i=150 d4:i=200 d5:i=400 "
                                           "dma:b=false rd:i=60 rdm:i=200 rd1:i=40 rd2:i=80 rd3:i=120 rd4:i=160 rd5:i=200 rdma:b=true"));
         // "value/maximum marker zones enabled auto checked"
