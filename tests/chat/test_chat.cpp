@@ -4,6 +4,7 @@
 #include "chat.h"
 #include "logcapture.h"
 #include "platformkey.h"
+#include "remotesrows.h"
 
 #include <QScrollBar>
 #include <QSignalSpy>
@@ -18,39 +19,32 @@ class TestChat : public QObject {
 private slots:
     void init() { m_chat = std::make_unique<Chat>(); }
     void cleanup() { m_chat.reset(); }
-    // Far-end markup keeps inline formatting only; everything else shows as text.
+    // Far-end markup keeps inline formatting only; everything else shows as text. Record | text |
+    // line shown (none: no line) | its colour.
     void recordsBecomeLines_data()
     {
-        QTest::addColumn<QString>("record");
-        QTest::addColumn<QString>("text");
-        QTest::addColumn<QString>("line"); // empty: none
-        QTest::addColumn<QString>("colour");
-
-        const QString van = "type=message from=Van";
+        rows(R"(
+          own message | type=message from=Portable portable:b=true | hi | >> hi | #227722
+          far status | type=status from="Studio A" portable:b=false | has entered chat. | *** Studio A has entered chat. | #772222
+          other type | type=typing from=Van | x
+          inline formatting kept | type=message from=Van | <B>b</B> <i>i</i><u>u</u><font color='#ff0000'>red</font> a<br>b
+            | [Van] b iured a\nb | #222277
+          image and link as text | type=message from=Van | <img src=':/icons/x.png'><a href='http://h/'>go</a>
+            | [Van] <img src=':/icons/x.png'><a href='http://h/'>go</a> | #222277
+          font with more than a colour | type=message from=Van | <font color=red size=7>big</font> | [Van] <font color=red size=7>big | #222277
+          unclosed tag | type=message from=Van | a <b | [Van] a <b | #222277
+          entities | type=message from=Van | a &amp; b &lt;c&gt; & d &#65; | [Van] a & b <c> & d A | #222277)");
         const QString endless(1000000, QLatin1Char('w'));
-        QTest::newRow("own message") << "type=message from=Portable portable:b=true" << "hi" << ">> hi" << "#227722";
-        QTest::newRow("far status") << "type=status from=\"Studio A\" portable:b=false" << "has entered chat."
-                                    << "*** Studio A has entered chat." << "#772222";
-        QTest::newRow("other type") << "type=typing from=Van" << "x" << "" << "";
-        QTest::newRow("inline formatting kept") << van << "<B>b</B> <i>i</i><u>u</u><font color=\"#ff0000\">red</font> a<br>b"
-                                                << QStringLiteral("[Van] b iured a\u2028b") << "#222277";
-        QTest::newRow("image and link as text") << van << "<img src=':/icons/x.png'><a href='http://h/'>go</a>"
-                                                << "[Van] <img src=':/icons/x.png'><a href='http://h/'>go</a>" << "#222277";
-        QTest::newRow("font with more than a colour") << van << "<font color=red size=7>big</font>"
-                                                      << "[Van] <font color=red size=7>big" << "#222277";
-        QTest::newRow("unclosed tag") << van << "a <b" << "[Van] a <b" << "#222277";
-        QTest::newRow("entities") << van << "a &amp; b &lt;c&gt; & d &#65;" << "[Van] a & b <c> & d A" << "#222277";
-        QTest::newRow("a line at the cap kept whole") << van << endless.left(1000) << "[Van] " + endless.left(1000) << "#222277";
-        QTest::newRow("endless word cut") << van << endless << "[Van] " + endless.left(1000) + QStringLiteral(" [\u2026]")
-                                          << "#222277";
+        QTest::newRow("a line at the cap kept whole")
+            << QStringList{"type=message from=Van", endless.left(1000), "[Van] " + endless.left(1000), "#222277"};
+        QTest::newRow("endless word cut")
+            << QStringList{"type=message from=Van", endless, "[Van] " + endless.left(1000) + QStringLiteral(" [\u2026]"), "#222277"};
     }
+
     // A line for each record, with an alert for what the far end says, and the line on the debug log.
     void recordsBecomeLines()
     {
-        QFETCH(QString, record);
-        QFETCH(QString, text);
-        QFETCH(QString, line);
-        QFETCH(QString, colour);
+        const auto [record, text, line, colour] = cells<4>();
 
         answer("chat", Message("chat", Params("type=message from=Earlier text=first portable:b=true")));
         QSignalSpy alerts(m_chat.get(), &Chat::chatAlert);
@@ -65,7 +59,7 @@ private slots:
         QCOMPARE(log.all().find(logged) != std::string::npos, !line.isEmpty());
         QCOMPARE(m_chat->textChat->document()->blockCount(), line.isEmpty() ? 1 : 2);
         if (!line.isEmpty()) {
-            QCOMPARE(lastLine().text(), line);
+            QCOMPARE(lastLine().text().replace(QChar::LineSeparator, '\n'), line);
             QCOMPARE(lastLine().begin().fragment().charFormat().foreground().color(), QColor(colour));
         }
     }

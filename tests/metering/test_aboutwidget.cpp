@@ -1,6 +1,7 @@
 #include "aboutwidget.h"
 #include "ipcinstances.h"
 #include "platformkey.h"
+#include "remotesrows.h"
 
 #include <QFile>
 #include <QMutexLocker>
@@ -52,36 +53,33 @@ private slots:
         QVERIFY(m_about->browserLicense->toPlainText().isEmpty());
     }
 
-    // Each key pressed and released from the middle of the notices: how far they scrolled, the tab then.
+    // Each key pressed and released from the middle of the notices: the tab shown | the key | how
+    // far they scrolled, the tab then.
     void keys_data()
     {
-        QTest::addColumn<int>("tab");
-        QTest::addColumn<int>("key");
-        QTest::addColumn<QString>("after");
-
-        QTest::newRow("down on legal") << 1 << int(Qt::Key_Down) << "1 1";
-        QTest::newRow("up on legal") << 1 << int(Qt::Key_Up) << "-1 1";
-        QTest::newRow("down on version") << 0 << int(Qt::Key_Down) << "0 0";
-        QTest::newRow("right") << 0 << int(Qt::Key_Right) << "0 1";
-        QTest::newRow("left") << 1 << int(Qt::Key_Left) << "0 0";
+        rows(R"(
+          down on legal   | 1 | Down  | 1 1
+          up on legal     | 1 | Up    | -1 1
+          down on version | 0 | Down  | 0 0
+          right           | 0 | Right | 0 1
+          left            | 1 | Left  | 0 0)");
     }
 
     void keys()
     {
-        QFETCH(int, tab);
-        QFETCH(int, key);
+        const auto [tab, key, after] = cells<3>();
         m_about->tabWidget->setCurrentIndex(1);
         QScrollBar* bar = m_about->browserLicense->verticalScrollBar();
         bar->setValue(bar->maximum() / 2);
-        m_about->tabWidget->setCurrentIndex(tab);
+        m_about->tabWidget->setCurrentIndex(tab.toInt());
         m_about->browserLicense->setFocus();
         const int start = bar->value();
         QVERIFY(start > 0);
-        m_about->handleKey(key, true, false);
-        m_about->handleKey(key, false, false);
+        m_about->handleKey(keyNamed(key), true, false);
+        m_about->handleKey(keyNamed(key), false, false);
         QCoreApplication::sendPostedEvents();
-        QTEST(QStringLiteral("%1 %2").arg((bar->value() > start) - (bar->value() < start)).arg(m_about->tabWidget->currentIndex()),
-              "after");
+        QCOMPARE(QStringLiteral("%1 %2").arg((bar->value() > start) - (bar->value() < start)).arg(m_about->tabWidget->currentIndex()),
+                 after);
     }
 };
 

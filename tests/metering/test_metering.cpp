@@ -1,6 +1,7 @@
 #include "bigmeter.h"
 #include "ipcinstances.h"
 #include "metering.h"
+#include "remotesrows.h"
 #include "smallmeter.h"
 
 #include <QImage>
@@ -65,26 +66,22 @@ private slots:
 
     void cleanup() { delete m_window; }
     void cleanupTestCase() { g_ipcClient.setRequestTap(nullptr); }
-    // flags: s small meter created, r link ready, b big meter enabled, u suspended, p big meter paused.
+    // Flags (s small meter created, r link ready, b big meter enabled, u suspended, p big meter
+    // paused) | the small meter's bars sent | the big meter's.
     void requestFollowsFlags_data()
     {
-        QTest::addColumn<QString>("flags");
-        QTest::addColumn<bool>("smallBars");
-        QTest::addColumn<bool>("bigBars");
-
-        QTest::newRow("link not ready") << "sb" << false << true;
-        QTest::newRow("ready, other screen") << "sr" << true << false;
-        QTest::newRow("ready, meters shown") << "srb" << true << true;
-        QTest::newRow("menu over meters") << "srbp" << true << false;
-        QTest::newRow("suspended and paused") << "srbup" << false << false;
-        QTest::newRow("no small meter") << "rb" << false << true;
+        rows(R"(
+          link not ready        | sb    | 0 | 1
+          ready, other screen   | sr    | 1 | 0
+          ready, meters shown   | srb   | 1 | 1
+          menu over meters      | srbp  | 1 | 0
+          suspended and paused  | srbup | 0 | 0
+          no small meter        | rb    | 0 | 1)");
     }
 
     void requestFollowsFlags()
     {
-        QFETCH(QString, flags);
-        QFETCH(bool, smallBars);
-        QFETCH(bool, bigBars);
+        const auto [flags, smallBars, bigBars] = cells<3>();
         if (flags.contains('s'))
             m_metering->createSmallMeter(m_statusBar);
         // Going ready always changes a flag, so at least one request leaves; the last one counts.
@@ -98,9 +95,9 @@ private slots:
         QStringList expected, sent;
         const int smallRows[4] = {453, 456, 460, 463}, bigRows[4] = {0, 19, 64, 83};
         const QPoint origin = QPoint(10, 25) + m_metering->meterWidget->pos();
-        for (int row = 0; smallBars && row < 4; ++row)
+        for (int row = 0; smallBars == "1" && row < 4; ++row)
             expected << bar(540, smallRows[row], 78, 2, row % 2, row >= 2);
-        for (int row = 0; bigBars && row < 4; ++row)
+        for (int row = 0; bigBars == "1" && row < 4; ++row)
             expected << bar(origin.x() + 15, origin.y() + bigRows[row], 170, 17, row % 2, row >= 2);
         QCOMPARE(m_sent.back().name, std::string("setMetering"));
         for (std::size_t i = 0; i < m_sent.back().child_count(); ++i) {

@@ -3,10 +3,13 @@
 
 #include "cachefeeder.h"
 #include "platformkey.h"
+#include "remotesrows.h"
 
 #include <QEvent>
+#include <QSignalSpy>
 #include <QStringList>
 #include <QTreeWidget>
+#include <QtTest>
 
 using namespace cachefeeder;
 
@@ -34,13 +37,15 @@ inline void feedPeers(const QStringList& records, const QString& directory = QSt
     answer("peerList", list);
 }
 
-// Each row's two columns as "name=value".
-inline QStringList treeRows(const QTreeWidget* tree)
+// The two columns of each row shown, as "name=value; name=value".
+inline QString treeRows(const QTreeWidget* tree)
 {
     QStringList shown;
-    for (int row = 0; row < tree->topLevelItemCount(); ++row)
-        shown << tree->topLevelItem(row)->text(0) + '=' + tree->topLevelItem(row)->text(1);
-    return shown;
+    for (int row = 0; row < tree->topLevelItemCount(); ++row) {
+        if (!tree->topLevelItem(row)->isHidden())
+            shown << tree->topLevelItem(row)->text(0) + '=' + tree->topLevelItem(row)->text(1);
+    }
+    return shown.join("; ");
 }
 
 // Whether the requests are these: each a name and its parameters in "key:type=value" text.

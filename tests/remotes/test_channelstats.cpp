@@ -3,7 +3,6 @@
 #include "remotesfeed.h"
 
 #include <QAbstractItemView>
-#include <QtTest>
 
 namespace {
 
@@ -45,41 +44,32 @@ class TestChannelStats : public QObject {
     Q_OBJECT
 
 private slots:
+    // Channels listed | the one chosen | channels listed next | the one selected then.
     void selection_data()
     {
-        QTest::addColumn<QStringList>("first");
-        QTest::addColumn<QString>("choose");
-        QTest::addColumn<QStringList>("second");
-        QTest::addColumn<QString>("selected");
-
-        QTest::newRow("mux by default") << QStringList{"sip", "rtp_udp_mux", "pots"} << "" << QStringList{"sip", "rtp_udp_mux"}
-                                        << "rtp_udp_mux";
-        QTest::newRow("no mux: first entry") << QStringList{"sip", "pots"} << "" << QStringList{"sip", "pots"} << "sip";
-        QTest::newRow("choice kept") << QStringList{"sip", "rtp_udp_mux", "pots"} << "pots"
-                                     << QStringList{"pots", "rtp_udp_mux"} << "pots";
-        QTest::newRow("chosen channel gone: mux") << QStringList{"sip", "rtp_udp_mux", "pots"} << "pots"
-                                                  << QStringList{"sip", "rtp_udp_mux"} << "rtp_udp_mux";
+        rows(R"(
+          mux by default           | sip rtp_udp_mux pots | | sip rtp_udp_mux | rtp_udp_mux
+          no mux: first entry      | sip pots | | sip pots | sip
+          choice kept              | sip rtp_udp_mux pots | pots | pots rtp_udp_mux | pots
+          chosen channel gone: mux | sip rtp_udp_mux pots | pots | sip rtp_udp_mux | rtp_udp_mux)");
     }
 
     void selection()
     {
-        QFETCH(QStringList, first);
-        QFETCH(QString, choose);
-        QFETCH(QStringList, second);
+        const auto [first, choose, second, expected] = cells<4>();
         ChannelStats screen;
-        feedChannels(first);
+        feedChannels(first.split(' '));
         if (!choose.isEmpty())
             screen.comboMode->setCurrentIndex(screen.comboMode->findData(choose));
         // An operator moving through the open list keeps the row under the cursor while values arrive.
         screen.comboMode->view()->setCurrentIndex(screen.comboMode->model()->index(0, 0));
-        feedChannels(second);
+        feedChannels(second.split(' '));
         QCOMPARE(screen.comboMode->view()->currentIndex().row(), 0);
-        QCOMPARE(screen.comboMode->count(), second.size());
-        QCOMPARE(screen.comboMode->itemText(0), "Name " + second[0]);
-        QTEST(selected(screen), "selected");
-        const int key = screen.keyOf(selected(screen).toStdString());
-        QCOMPARE(screen.receiveGraph().key(), key);
-        QCOMPARE(screen.transmitGraph().key(), key);
+        QCOMPARE(screen.comboMode->count(), second.count(' ') + 1);
+        QCOMPARE(screen.comboMode->itemText(0), "Name " + second.section(' ', 0, 0));
+        QCOMPARE(selected(screen), expected);
+        const int key = screen.keyOf(expected.toStdString());
+        QCOMPARE(std::make_pair(screen.receiveGraph().key(), screen.transmitGraph().key()), std::make_pair(key, key));
     }
 
     // The selected channel is not first: the list, not the selection, hands out the keys.
@@ -96,53 +86,39 @@ private slots:
         QCOMPARE(receiveSamples(screen, "rtp_udp_mux"), 3);
     }
 
-    void values_data()
-    {
-        QTest::addColumn<bool>("averaged");
-        QTest::addColumn<QStringList>("rows");
-
-        QTest::newRow("plain") << false << QStringList{"1.2 kbps", "1.0 kbps"};
-        QTest::newRow("averaged") << true << QStringList{"0.9 kbps", "128.1 kbps"};
-    }
-
     // Only the rates change with the check box; a channel missing from a notification keeps its rows.
     void values()
     {
-        QFETCH(bool, averaged);
-        QFETCH(QStringList, rows);
         ChannelStats screen;
         notify("channel_stats", "channel",
                {channel("rtp_udp_mux", 1000,
                         "txOverhead:u=0 txRTCP:u=0 rxAvgPayload:u=900 txAvgPayload:u=128000 txAvgRTCP:u=100 "
                         "rxTotal:u=1536 txTotal:u=1073741825"),
                 channel("sip", 5000)});
-        screen.checkAvg->setChecked(averaged);
+        const QString totals = "Total Receive=1.5 MB; Total Transmit=1024.0 GB";
+        QCOMPARE(treeRows(screen.treeStats), "Total Receive Rate=1.2 kbps; Total Transmit Rate=1.0 kbps; " + totals);
+        screen.checkAvg->setChecked(true);
         notify("channel_stats", "channel", {});
-        const QStringList expected{"Total Receive Rate=" + rows[0], "Total Transmit Rate=" + rows[1],
-                                   "Total Receive=1.5 MB", "Total Transmit=1024.0 GB"};
-        QCOMPARE(treeRows(screen.treeStats), expected);
+        QCOMPARE(treeRows(screen.treeStats), "Total Receive Rate=0.9 kbps; Total Transmit Rate=128.1 kbps; " + totals);
         QCOMPARE(receiveSamples(screen, "rtp_udp_mux"), 1);
     }
 
+    // Starting on the "Graph" page with the second of three channels selected, the option off: the
+    // widget with focus and the key | page, option, channel, widget with focus then.
     void keys_data()
     {
-        QTest::addColumn<QString>("focus");
-        QTest::addColumn<int>("key");
-        QTest::addColumn<QString>("after"); // page, option, channel, widget with focus
-
-        // Starting on the "Graph" page with the second of three channels selected, the option off.
-        QTest::newRow("Left elsewhere: Numeric") << "statsTab" << int(Qt::Key_Left) << "0 0 b qt_tabwidget_tabbar";
-        QTest::newRow("Left on the option toggles it") << "checkAvg" << int(Qt::Key_Left) << "1 1 b checkAvg";
-        QTest::newRow("Left on the selector: previous") << "comboMode" << int(Qt::Key_Left) << "1 0 a comboMode";
-        QTest::newRow("Right on the selector: next") << "comboMode" << int(Qt::Key_Right) << "1 0 c comboMode";
-        QTest::newRow("Down: focus moves on") << "comboMode" << int(Qt::Key_Down) << "1 0 b checkAvg";
+        rows(R"(
+          Left elsewhere: Numeric        | statsTab | Left | 0 0 b qt_tabwidget_tabbar
+          Left on the option toggles it  | checkAvg | Left | 1 1 b checkAvg
+          Left on the selector: previous | comboMode | Left | 1 0 a comboMode
+          Right on the selector: next    | comboMode | Right | 1 0 c comboMode
+          Down: focus moves on           | comboMode | Down | 1 0 b checkAvg)");
     }
 
     // Shown, so that focus and painting are real.
     void keys()
     {
-        QFETCH(QString, focus);
-        QFETCH(int, key);
+        const auto [focus, key, after] = cells<3>();
         ChannelStats screen;
         QVERIFY(showActive(&screen));
         feedChannels({"a", "b", "c"});
@@ -159,9 +135,10 @@ private slots:
         screen.handleKey(Qt::Key_Left, false, false);
         QCOMPARE(screen.statsTab->currentIndex(), 1);
 
-        const QString focused = pressOn(screen, focus, key);
-        QTEST(QStringLiteral("%1 %2 %3 %4").arg(screen.statsTab->currentIndex()).arg(screen.checkAvg->isChecked())
-                  .arg(selected(screen), focused), "after");
+        const QString focused = pressOn(screen, focus, keyNamed(key));
+        QCOMPARE(QStringLiteral("%1 %2 %3 %4").arg(screen.statsTab->currentIndex()).arg(screen.checkAvg->isChecked())
+                     .arg(selected(screen), focused),
+                 after);
     }
 };
 

@@ -1,6 +1,7 @@
 #include "channelgrapher.h"
 #include "delaygrapher.h"
 #include "percentgrapher.h"
+#include "remotesrows.h"
 
 #include <QImage>
 #include <QPainter>
@@ -99,66 +100,56 @@ private slots:
         }
     }
 
+    // One point a column, at the digit's row | the columns left.
     void levelRunsKeepTheirEnds_data()
     {
-        QTest::addColumn<QString>("rows"); // one point a column, at the digit's row
-        QTest::addColumn<QString>("kept"); // the columns left
-
-        QTest::newRow("one run") << "5555" << "03";
-        QTest::newRow("no run") << "1212" << "0123";
-        QTest::newRow("run between changes") << "15552" << "0134";
-        QTest::newRow("two points") << "55" << "01";
-        QTest::newRow("runs back to back") << "1113332" << "02356";
+        rows(R"(
+          one run | 5555 | 03
+          no run | 1212 | 0123
+          run between changes | 15552 | 0134
+          two points | 55 | 01
+          runs back to back | 1113332 | 02356)");
     }
 
     // Memory past the end holds one more level point, which the walk must not read.
     void levelRunsKeepTheirEnds()
     {
-        QFETCH(QString, rows);
+        const auto [levels, expected] = cells<2>();
         Grapher::PointList points;
-        for (int x = 0; x < rows.size(); ++x)
-            points.append(QPoint(x, rows[x].digitValue()));
+        for (int x = 0; x < levels.size(); ++x)
+            points.append(QPoint(x, levels[x].digitValue()));
         points.append(points.last());
         points.removeLast();
         GraphWidget::dropLevelRuns(points);
         QString kept;
         for (const QPoint& point : points)
             kept += QString::number(point.x());
-        QTEST(kept, "kept");
+        QCOMPARE(kept, expected);
     }
 
-    // One sample on a small scale, where every value has a row of its own: the shapes of the newest
-    // column, list by list.
+    // One sample on a small scale, where every value has a row of its own: the graph | the sample |
+    // the shapes of the newest column, list by list: rectangles as top+height:width, points
+    // as @y.
     void shapes_data()
     {
-        QTest::addColumn<QString>("graph");
-        QTest::addColumn<QList<int>>("sample");
-        QTest::addColumn<QList<QRect>>("rects");
-        QTest::addColumn<QList<QPoint>>("points");
-
-        const int x = kNewestX;
-        // Delay samples are maximum, desired, minimum, valid. Scale 0 to 4: 30 rows a unit.
-        QTest::newRow("delay") << "delay" << QList<int>{4, 3, 2, 1} << QList<QRect>{QRect(x, 60, 5, 60), QRect(x, 0, 5, 60)}
-                               << QList<QPoint>{QPoint(x, 30)};
-        // Minimum 0: no bar under the band.
-        QTest::newRow("delay from zero") << "delay" << QList<int>{4, 3, 0, 1} << QList<QRect>{QRect(x, 0, 5, 120)}
-                                         << QList<QPoint>{QPoint(x, 30)};
-        QTest::newRow("delay, no data") << "delay" << QList<int>{4, 3, 2, 0} << QList<QRect>{QRect(x, 0, 5, 120)}
-                                        << QList<QPoint>{};
-        // Payload 3 and overhead 1 on a scale of 0 to 4.
-        QTest::newRow("channel") << "channel" << QList<int>{3, 1} << QList<QRect>{QRect(x, 0, 5, 120), QRect(x, 0, 5, 30)}
-                                 << QList<QPoint>{};
-        QTest::newRow("channel without overhead") << "channel" << QList<int>{3, 0} << QList<QRect>{QRect(x, 0, 5, 120)}
-                                                  << QList<QPoint>{};
-        // Fixed scale of 1000: 250 is a quarter up; the two lines at their rates.
-        QTest::newRow("percent") << "percent" << QList<int>{250, 500, 1000} << QList<QRect>{QRect(x, 90, 5, 30)}
-                                 << QList<QPoint>{QPoint(x, 60), QPoint(x, 0)};
+        // Delay samples are maximum, desired, minimum, valid on a scale of 0 to 4, 30 rows a unit, and
+        // a minimum of 0 draws no bar under the band; the channel's are payload and overhead; the
+        // percent scale is fixed at 1000, the two lines at their rates.
+        rows(R"(
+          delay | delay | 4 3 2 1 | 60+60:5 0+60:5 @30
+          delay from zero | delay | 4 3 0 1 | 0+120:5 @30
+          delay, no data | delay | 4 3 2 0 | 0+120:5
+          channel | channel | 3 1 | 0+120:5 0+30:5
+          channel without overhead | channel | 3 0 | 0+120:5
+          percent | percent | 250 500 1000 | 90+30:5 @60 @0)");
     }
 
     void shapes()
     {
-        QFETCH(QString, graph);
-        QFETCH(QList<int>, sample);
+        const auto [graph, sampleText, expected] = cells<3>();
+        QList<int> sample;
+        for (const QString& value : sampleText.split(' '))
+            sample << value.toInt();
         Graphs graphs;
         graphs.delay.addSample(0, sample[0], sample[1], sample[0] - sample.value(2), sample.value(3));
         graphs.channel.addSample(0, sample[0], sample[1]);
@@ -168,18 +159,16 @@ private slots:
         int min = 0;
         int max = 0;
         graphs.named(graph).draw(0, points, rects, &min, &max);
-        QList<QRect> newestRects;
+        QStringList newest;
         for (const Grapher::RectList& list : rects) {
             if (!list.isEmpty() && list.last().left() == kNewestX)
-                newestRects << list.last();
+                newest << QStringLiteral("%1+%2:%3").arg(list.last().top()).arg(list.last().height()).arg(list.last().width());
         }
-        QList<QPoint> newestPoints;
         for (const Grapher::PointList& list : points) {
             if (!list.isEmpty() && list.last().x() == kNewestX)
-                newestPoints << list.last();
+                newest << QStringLiteral("@%1").arg(list.last().y());
         }
-        QTEST(newestRects, "rects");
-        QTEST(newestPoints, "points");
+        QCOMPARE(newest.join(' '), expected);
     }
 
     // The reference: each rectangle list filled and stroked in one call, the polyline point by point,
@@ -244,27 +233,22 @@ private slots:
         QVERIFY(inked(0) && inked(55) && inked(108));
     }
 
+    // The graph | the range drawn | its labels, top to bottom.
     void labels_data()
     {
-        QTest::addColumn<QString>("graph");
-        QTest::addColumn<int>("min");
-        QTest::addColumn<int>("max");
-        QTest::addColumn<QStringList>("texts");
-
-        QTest::newRow("delay, empty") << "delay" << 0 << 0 << QStringList{"0.0ms", "Delay", "0.0ms"};
-        QTest::newRow("delay, negative") << "delay" << -15 << 1234 << QStringList{"123.4ms", "Delay", "-1.5ms"};
-        QTest::newRow("percent") << "percent" << 0 << 400 << QStringList{"100%", "Misc", "0%"};
-        QTest::newRow("channel") << "channel" << -2500 << 1234567 << QStringList{"1234.5kb", "RX", "-2.5kb"};
+        rows(R"(
+          delay, empty | delay | 0 0 | 0.0ms Delay 0.0ms
+          delay, negative | delay | -15 1234 | 123.4ms Delay -1.5ms
+          percent | percent | 0 400 | 100% Misc 0%
+          channel | channel | -2500 1234567 | 1234.5kb RX -2.5kb)");
     }
 
     void labels()
     {
-        QFETCH(QString, graph);
-        QFETCH(int, min);
-        QFETCH(int, max);
+        const auto [graph, range, expected] = cells<3>();
         Graphs graphs;
-        const GraphWidget::Labels labels = graphs.named(graph).labels(min, max);
-        QTEST((QStringList{labels.top, labels.middle, labels.bottom}), "texts");
+        const GraphWidget::Labels labels = graphs.named(graph).labels(range.section(' ', 0, 0).toInt(), range.section(' ', 1).toInt());
+        QCOMPARE(QStringList({labels.top, labels.middle, labels.bottom}).join(' '), expected);
     }
 };
 
