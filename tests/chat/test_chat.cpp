@@ -4,7 +4,7 @@
 #include "chat.h"
 #include "logcapture.h"
 #include "platformkey.h"
-#include "remotesrows.h"
+#include "remotestest.h"
 
 #include <QScrollBar>
 #include <QSignalSpy>

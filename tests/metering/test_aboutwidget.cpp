@@ -1,7 +1,7 @@
 #include "aboutwidget.h"
 #include "ipcinstances.h"
 #include "platformkey.h"
-#include "remotesrows.h"
+#include "remotestest.h"
 
 #include <QFile>
 #include <QMutexLocker>

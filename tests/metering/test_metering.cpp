@@ -1,7 +1,7 @@
 #include "bigmeter.h"
 #include "ipcinstances.h"
 #include "metering.h"
-#include "remotesrows.h"
+#include "remotestest.h"
 #include "smallmeter.h"
 
 #include <QImage>

@@ -3,7 +3,7 @@
 
 #include "cachefeeder.h"
 #include "platformkey.h"
-#include "remotesrows.h"
+#include "remotestest.h"
 
 #include <QEvent>
 #include <QSignalSpy>

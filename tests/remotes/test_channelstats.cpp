@@ -8,16 +8,14 @@ namespace {
 
 QString channel(const QString& id, int payload = 1000, const QString& extra = QString())
 {
-    return QStringLiteral("id=%1 name=\"Name %1\" rxPayload:u=%2 rxOverhead:u=200 rxRTCP:u=30 txPayload:u=%2 %3")
-        .arg(id)
-        .arg(payload)
-        .arg(extra);
+    return QStringLiteral("id=%1 name=\"Name %1\" rxPayload:u=%2 rxOverhead:u=200 rxRTCP:u=30 txPayload:u=%2 %3").arg(id).arg(payload).arg(extra);
 }
 
-void feedChannels(const QStringList& ids)
+// Channels by their ids, "sip pots".
+void feedChannels(const QString& ids)
 {
     QStringList channels;
-    for (const QString& id : ids)
+    for (const QString& id : ids.split(' '))
         channels << channel(id);
     notify("channel_stats", "channel", channels);
 }
@@ -30,12 +28,7 @@ QString selected(const ChannelStats& screen)
 // Samples in a channel's receive history: each non-zero one draws a bar.
 int receiveSamples(ChannelStats& screen, const std::string& id)
 {
-    Grapher::PointList points[1];
-    Grapher::RectList rects[2];
-    int min = 0;
-    int max = 0;
-    screen.receiveGraph().draw(static_cast<uint32_t>(screen.keyOf(id)), points, rects, &min, &max);
-    return rects[0].size();
+    return Drawing(screen.receiveGraph(), screen.keyOf(id)).rects[0].size();
 }
 
 } // namespace
@@ -58,12 +51,12 @@ private slots:
     {
         const auto [first, choose, second, expected] = cells<4>();
         ChannelStats screen;
-        feedChannels(first.split(' '));
+        feedChannels(first);
         if (!choose.isEmpty())
             screen.comboMode->setCurrentIndex(screen.comboMode->findData(choose));
         // An operator moving through the open list keeps the row under the cursor while values arrive.
         screen.comboMode->view()->setCurrentIndex(screen.comboMode->model()->index(0, 0));
-        feedChannels(second.split(' '));
+        feedChannels(second);
         QCOMPARE(screen.comboMode->view()->currentIndex().row(), 0);
         QCOMPARE(screen.comboMode->count(), second.count(' ') + 1);
         QCOMPARE(screen.comboMode->itemText(0), "Name " + second.section(' ', 0, 0));
@@ -76,9 +69,9 @@ private slots:
     void keysInOrderOfFirstSightKept()
     {
         ChannelStats screen;
-        feedChannels({"sip", "rtp_udp_mux"});
-        feedChannels({"rtp_udp_mux"});
-        feedChannels({"pots", "sip", "rtp_udp_mux"});
+        feedChannels("sip rtp_udp_mux");
+        feedChannels("rtp_udp_mux");
+        feedChannels("pots sip rtp_udp_mux");
         QCOMPARE((std::vector<int>{screen.keyOf("sip"), screen.keyOf("rtp_udp_mux"), screen.keyOf("pots"), screen.keyOf("new")}),
                  (std::vector<int>{0, 1, 2, 3}));
         // The vanished channel's history went on where it stopped.
@@ -121,14 +114,14 @@ private slots:
         const auto [focus, key, after] = cells<3>();
         ChannelStats screen;
         QVERIFY(showActive(&screen));
-        feedChannels({"a", "b", "c"});
+        feedChannels("a b c");
         screen.comboMode->setCurrentIndex(1);
         screen.statsTab->setCurrentIndex(1);
         // Both graphs repaint on every notification.
         QCoreApplication::processEvents();
         PaintCounter receive(&screen.receiveGraph());
         PaintCounter transmit(&screen.transmitGraph());
-        feedChannels({"a", "b", "c"});
+        feedChannels("a b c");
         QTRY_VERIFY(receive.paints > 0 && transmit.paints > 0);
         // A release alone turns no page.
         screen.statsTab->setFocus();

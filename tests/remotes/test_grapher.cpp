@@ -1,7 +1,7 @@
 #include "channelgrapher.h"
 #include "delaygrapher.h"
 #include "percentgrapher.h"
-#include "remotesrows.h"
+#include "remotestest.h"
 
 #include <QImage>
 #include <QPainter>
@@ -30,24 +30,24 @@ protected:
 const QSize kPlaceholder(640, 120);
 const int kNewestX = 119 * 5;
 
+QWidget* sizedPlaceholder()
+{
+    auto* placeholder = new QWidget;
+    placeholder->resize(kPlaceholder);
+    return placeholder;
+}
+
 // The three graphs in one placeholder of the test's size.
 struct Graphs {
-    Graphs() : placeholder(sized()), delay(placeholder.get()), percent(placeholder.get()), channel(placeholder.get(), "RX") {}
-    static QWidget* sized()
-    {
-        auto* widget = new QWidget;
-        widget->resize(kPlaceholder);
-        return widget;
-    }
     GraphWidget& named(const QString& name)
     {
-        return name == "delay" ? static_cast<GraphWidget&>(delay)
-                               : name == "percent" ? static_cast<GraphWidget&>(percent) : channel;
+        GraphWidget* const graphs[] = {&delay, &percent, &channel};
+        return *graphs[QStringList({"delay", "percent", "channel"}).indexOf(name)];
     }
-    std::unique_ptr<QWidget> placeholder;
-    DelayGrapher delay;
-    PercentGrapher percent;
-    ChannelGrapher channel;
+    std::unique_ptr<QWidget> placeholder{sizedPlaceholder()};
+    DelayGrapher delay{placeholder.get()};
+    PercentGrapher percent{placeholder.get()};
+    ChannelGrapher channel{placeholder.get(), "RX"};
 };
 
 } // namespace
@@ -154,17 +154,13 @@ private slots:
         graphs.delay.addSample(0, sample[0], sample[1], sample[0] - sample.value(2), sample.value(3));
         graphs.channel.addSample(0, sample[0], sample[1]);
         graphs.percent.addSample(0, sample[0], sample[1], sample.value(2));
-        Grapher::PointList points[2];
-        Grapher::RectList rects[3];
-        int min = 0;
-        int max = 0;
-        graphs.named(graph).draw(0, points, rects, &min, &max);
+        const Drawing drawing(graphs.named(graph), 0);
         QStringList newest;
-        for (const Grapher::RectList& list : rects) {
+        for (const Grapher::RectList& list : drawing.rects) {
             if (!list.isEmpty() && list.last().left() == kNewestX)
                 newest << QStringLiteral("%1+%2:%3").arg(list.last().top()).arg(list.last().height()).arg(list.last().width());
         }
-        for (const Grapher::PointList& list : points) {
+        for (const Grapher::PointList& list : drawing.points) {
             if (!list.isEmpty() && list.last().x() == kNewestX)
                 newest << QStringLiteral("@%1").arg(list.last().y());
         }
@@ -184,9 +180,6 @@ private slots:
             graphs.delay.addSample(7, negative ? -2 : 3 + below(3), i % 30 < 10 ? 4 : 3 + below(2), negative ? 1 : below(3),
                                    below(10) != 0);
         }
-        const std::pair<QColor, QPen> styles[] = {{QColor(10, 100, 240), QPen(QColor(10, 75, 200), 0)},
-                                                  {QColor(50, 150, 180), QPen(QColor(50, 100, 155), 0)},
-                                                  {QColor(240, 10, 10), QPen(QColor(200, 10, 10), 1)}};
         GraphWidget& graph = graphs.delay;
         graph.setKey(7);
         QImage image(graph.size(), QImage::Format_RGB32);
@@ -198,21 +191,21 @@ private slots:
         painter.setPen(GraphWidget::framePen());
         painter.setBrush(QColor(30, 30, 30));
         painter.drawRect(0, 0, 600, 120);
-        Grapher::RectList rects[3];
-        Grapher::PointList points[1];
-        int min = 0;
-        int max = 0;
-        graph.draw(7, points, rects, &min, &max);
+        const Drawing drawing(graph, 7);
+        // Fill, outline and its width of each rectangle list.
+        const std::tuple<QColor, QColor, int> styles[] = {{QColor(10, 100, 240), QColor(10, 75, 200), 0},
+                                                          {QColor(50, 150, 180), QColor(50, 100, 155), 0},
+                                                          {QColor(240, 10, 10), QColor(200, 10, 10), 1}};
         for (int i = 0; i < 3; ++i) {
-            painter.setPen(styles[i].second);
-            painter.setBrush(styles[i].first);
-            painter.drawRects(rects[i]);
+            painter.setPen(QPen(std::get<1>(styles[i]), std::get<2>(styles[i])));
+            painter.setBrush(std::get<0>(styles[i]));
+            painter.drawRects(drawing.rects[i]);
         }
         painter.setBrush(Qt::NoBrush);
         painter.setPen(QPen(QColor(10, 255, 75), 2));
-        painter.drawPolyline(points[0].constData(), points[0].size());
-        QVERIFY(min < 0);
-        const int zeroY = 120 - 120 * (0 - min) / (max - min);
+        painter.drawPolyline(drawing.points[0].constData(), drawing.points[0].size());
+        QVERIFY(drawing.min < 0);
+        const int zeroY = 120 - 120 * (0 - drawing.min) / (drawing.max - drawing.min);
         painter.setPen(GraphWidget::framePen());
         painter.drawLine(0, zeroY, 600, zeroY);
         painter.end();

@@ -1,16 +1,14 @@
 #include "peeredit.h"
 #include "remotesfeed.h"
+#include "tunneltree.h"
 
 namespace {
 
 // Profile 4 is hidden; 5 has no settings.
-const char* const kProfiles = R"(<m n="profileList">
-  <m n="profile"><i k="id">1</i><m n="settings"><s k="name">Factory IP</s><s k="visible">true</s></m></m>
-  <m n="profile"><i k="id">2</i><m n="settings"><s k="name">Studio Link</s><b k="visible">true</b></m></m>
-  <m n="profile"><i k="id">3</i><m n="settings"><s k="name">Phone Line</s><b k="visible">true</b></m></m>
-  <m n="profile"><i k="id">4</i><m n="settings"><s k="name">Engineering Test</s><b k="visible">false</b></m></m>
-  <m n="profile"><i k="id">5</i></m>
-</m>)";
+const char* const kProfiles = "profileList {profile id:i=1 {settings name=\"Factory IP\" visible=true}}"
+                              " {profile id:i=2 {settings name=\"Studio Link\" visible:b=true}}"
+                              " {profile id:i=3 {settings name=\"Phone Line\" visible:b=true}}"
+                              " {profile id:i=4 {settings name=\"Engineering Test\" visible:b=false}} {profile id:i=5}";
 
 void open(PeerEdit& editor, int peerId, bool adding)
 {
@@ -50,7 +48,7 @@ private slots:
                    "plait:b=true use_plait:b=true unit=00:1b:7c:0a:51:9f",
                    "id:i=4 name=Booth addr=203.0.113.40 password=b backup_id:i=4 plait:b=true unit=00:1b:7c:0a:33:02"},
                   "online:b=true");
-        answer("profileList", parse(kProfiles));
+        answer("profileList", tunnelTree(kProfiles));
     }
 
     // A new remote cannot back itself up, so the one selected in the list is left out; a hidden

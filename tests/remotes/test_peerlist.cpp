@@ -32,11 +32,9 @@ private slots:
     // Profile 2 is the default; 3 is on the telephone line.
     void init()
     {
-        answer("profileList", parse(R"(<m n="profileList">
-          <m n="profile"><i k="id">1</i><m n="settings"><s k="name">Factory IP</s></m></m>
-          <m n="profile"><i k="id">2</i><b k="default">true</b><m n="settings"><s k="name">Studio Link</s></m></m>
-          <m n="profile"><i k="id">3</i><m n="settings"><s k="name">Phone Line</s><s k="channel">pots</s></m></m>
-          <m n="profile"><i k="id">4</i></m></m>)"));
+        answer("profileList", tunnelTree("profileList {profile id:i=1 {settings name=\"Factory IP\"}}"
+                                         " {profile id:i=2 default:b=true {settings name=\"Studio Link\"}}"
+                                         " {profile id:i=3 {settings name=\"Phone Line\" channel=pots}} {profile id:i=4}"));
         answer("currentEncoder", Message("currentEncoder", Params("descr=\"Opus 128\"")));
     }
 
@@ -95,8 +93,7 @@ private slots:
         answer("currentEncoder", Message("currentEncoder", Params("descr=\"G.722 Mono 64 kb/s\"")));
         QCOMPARE(list.row(0), QString("A\n; Address\t; Profile\tFactory IP; Transmitting\tG.722 Mono 64 kb/s; Receiving\tNo"));
         QCOMPARE(list.peerTree->topLevelItem(1)->text(0), QString("untouched"));
-        answer("profileList", parse(R"(<m n="profileList">
-          <m n="profile"><i k="id">1</i><m n="settings"><s k="name">Renamed</s></m></m></m>)"));
+        answer("profileList", tunnelTree("profileList {profile id:i=1 {settings name=Renamed}}"));
         // No profile is the default now.
         QCOMPARE(list.row(1) + "; " + list.row(2), QString("B; Address\t; Profile\tRenamed; C; Address\t; Profile\t(Default Profile)"));
     }

@@ -106,31 +106,25 @@ private slots:
         QVERIFY(QTest::qWaitForWindowExposed(&screen));
         feedActive({"A", "B"});
         QCoreApplication::processEvents();
-        PaintCounter delay(&screen.delayGraph());
-        PaintCounter percent(&screen.percentGraph());
+        PaintCounter delayPaints(&screen.delayGraph());
+        PaintCounter percentPaints(&screen.percentGraph());
         notify("peer_stats", "peer", {peer(1, 10), peer(2, 20) + " newData:b=false"});
-        QTRY_VERIFY(delay.paints > 0 && percent.paints > 0);
+        QTRY_VERIFY(delayPaints.paints > 0 && percentPaints.paints > 0);
         // A record without values is a gap of its own; one without an id is no remote's.
         notify("peer_stats", "peer",
                {peer(1, 11), "id:i=2 frameLossRate:u=4 remoteLoss:u=10 corrUpRate:u=8 corrDownRate:u=9 insertRate:u=7 "
                              "bufferMinDelay:i=350 bufferMaxDelay:i=460 bufferDesiredDelay:i=420 newData:b=true",
                 "id:i=3", "bufferMaxDelay:i=4 newData:b=true"});
-        QCOMPARE(validDelaySamples(screen.delayGraph(), 1), 2);
-        QCOMPARE(validDelaySamples(screen.delayGraph(), 3), 0);
         // A sample without new data is kept, as a gap.
-        QCOMPARE(validDelaySamples(screen.delayGraph(), 2), 1);
-        // The corrections line carries the sum of the three correction rates.
-        int min = 1;
-        int max = 0;
-        screen.percentGraph().range(2, &min, &max);
-        QCOMPARE(max, 24);
-        // The bar reaches the minimum delay, three quarters of the way up; the line the desired one.
-        Grapher::PointList points[1];
-        Grapher::RectList rects[3];
-        screen.delayGraph().draw(2, points, rects, &min, &max);
+        QCOMPARE((std::vector<int>{validDelaySamples(screen.delayGraph(), 1), validDelaySamples(screen.delayGraph(), 2),
+                                   validDelaySamples(screen.delayGraph(), 3)}),
+                 (std::vector<int>{2, 1, 0}));
+        // The corrections line carries the sum of the three correction rates. The bar reaches the
+        // minimum delay, three quarters of the way up; the line the desired one.
+        const Drawing delay(screen.delayGraph(), 2);
         const int height = screen.delayGraph().plotHeight();
-        QCOMPARE(std::make_pair(max, rects[0].last().top()), std::make_pair(460, height - height * 350 / 460));
-        QCOMPARE(points[0].last().y(), height - height * 420 / 460);
+        QCOMPARE((std::vector<int>{Drawing(screen.percentGraph(), 2).max, delay.max, delay.rects[0].last().top(), delay.points[0].last().y()}),
+                 (std::vector<int>{24, 460, height - height * 350 / 460, height - height * 420 / 460}));
     }
 };
 
