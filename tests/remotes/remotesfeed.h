@@ -2,6 +2,7 @@
 #define TESTS_REMOTES_REMOTESFEED_H
 
 #include "cachefeeder.h"
+#include "grapher.h"
 #include "platformkey.h"
 #include "remotestest.h"
 
@@ -85,6 +86,15 @@ protected:
         paints += event->type() == QEvent::Paint;
         return false;
     }
+};
+
+// What a graph draws of one key's history.
+struct Drawing {
+    Drawing(const Grapher& graph, int key) { graph.draw(static_cast<uint32_t>(key), points, rects, &min, &max); }
+    Grapher::PointList points[2];
+    Grapher::RectList rects[3];
+    int min = 0;
+    int max = 0;
 };
 
 #endif

@@ -1,7 +1,7 @@
 #include "channelgrapher.h"
 #include "delaygrapher.h"
 #include "percentgrapher.h"
-#include "remotestest.h"
+#include "remotesfeed.h"
 
 #include <QImage>
 #include <QPainter>

@@ -12,14 +12,8 @@ private slots:
     // Each text beside the one expected; tenths are truncated, units change above 1024.
     void formats()
     {
-        Params stats;
-        stats.set_uint("rxPayload", 64000);
-        stats.set_uint("rxOverhead", 12800);
-        stats.set_uint("rxRTCP", 800);
-        stats.set_uint("rxAvgPayload", 1299);
-        stats.set_uint("rxAvgRTCP", 700);
-        stats.set_uint("txPayload", 128000);
-        stats.set_uint("txAvgOverhead", 1999);
+        const Params stats("rxPayload:u=64000 rxOverhead:u=12800 rxRTCP:u=800 rxAvgPayload:u=1299 rxAvgRTCP:u=700 txPayload:u=128000 "
+                           "txAvgOverhead:u=1999");
         const std::pair<QString, const char*> cases[] = {
             {duration(0), "0:00:00"}, {duration(3599), "0:59:59"}, {duration(3725), "1:02:05"}, {duration(86399), "23:59:59"},
             {duration(86400), "1d 0:00:00"}, {duration(90061), "1d 1:01:01"}, {duration(12 * 86400 + 10 * 3600 + 7), "12d 10:00:07"},

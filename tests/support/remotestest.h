@@ -1,8 +1,6 @@
 #ifndef REMOTESTEST_H
 #define REMOTESTEST_H
 
-#include "grapher.h"
-
 #include <QKeySequence>
 #include <QRegularExpression>
 #include <QStringList>
@@ -50,14 +48,5 @@ inline int keyNamed(const QString& name)
 {
     return QKeySequence(name)[0];
 }
-
-// What a graph draws of one key's history.
-struct Drawing {
-    Drawing(const Grapher& graph, int key) { graph.draw(static_cast<uint32_t>(key), points, rects, &min, &max); }
-    Grapher::PointList points[2];
-    Grapher::RectList rects[3];
-    int min = 0;
-    int max = 0;
-};
 
 #endif
