@@ -7,10 +7,6 @@
 #include "remotestest.h"
 
 #include <QEvent>
-#include <QSignalSpy>
-#include <QStringList>
-#include <QTreeWidget>
-#include <QtTest>
 
 using namespace cachefeeder;
 
@@ -52,14 +48,12 @@ inline QString treeRows(const QTreeWidget* tree)
 // Whether the requests are these: each a name and its parameters in "key:type=value" text.
 inline bool sentAre(const RequestLog& log, const std::vector<std::pair<std::string, std::string>>& expected)
 {
-    const std::vector<Message>& sent = log.requests();
-    if (sent.size() != expected.size())
-        return false;
-    for (size_t i = 0; i < sent.size(); ++i) {
-        if (sent[i].name != expected[i].first || !(sent[i].params() == Params(expected[i].second.c_str())))
-            return false;
-    }
-    return true;
+    std::vector<std::pair<std::string, Params>> sent, wanted;
+    for (const Message& request : log.requests())
+        sent.emplace_back(request.name, request.params());
+    for (const auto& [name, params] : expected)
+        wanted.emplace_back(name, Params(params.c_str()));
+    return sent == wanted;
 }
 
 // A keypad key pressed and released with focus on the screen's child of that name; the name of

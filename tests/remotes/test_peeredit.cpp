@@ -77,53 +77,45 @@ private slots:
     }
 
     // Remote (0: a new remote, with remote 2 selected in the list) | name and address | Braid | MAC
-    // ("keep": left as populated) | the request (none: OK stays disabled).
+    // ("keep": left as populated) | OK enabled, MAC editable, MAC marked as incomplete | the request.
     void form_data()
     {
         rows(R"(
-          new without MAC | 0 | Name | 0 | | addPeer id:i=2 plait:b=false
-          new without name or address | 0 | | 0 | |
-          new braid, upper-case hex | 0 | Name | 1 | 00:1B:7C:0A:51:9F | addPeer id:i=2 unit=00:1B:7C:0A:51:9F plait:b=true use_plait:b=true
-          new MAC without braid | 0 | Name | 0 | 00:1b:7c:0a:51:9f | addPeer id:i=2 unit=00:1b:7c:0a:51:9f plait:b=true use_plait:b=false
-          braid with five and a half groups | 0 | Name | 1 | 00:1b:7c:0a:51:9 |
-          braid with a non-hex digit | 0 | Name | 1 | 00:1b:7c:0a:51:9g |
-          directory remote, empty name | 1 | | 0 | keep | peerSettings id:i=1 plait:b=false
-          editing a braid remote | 3 | Name | 1 | keep | peerSettings id:i=3 unit=00:1b:7c:0a:51:9f plait:b=true use_plait:b=true)");
+          new without MAC | 0 | Name | 0 | | 100 | addPeer id:i=2 plait:b=false
+          new without name or address | 0 | | 0 | | 000
+          new braid, upper-case hex | 0 | Name | 1 | 00:1B:7C:0A:51:9F | 110 | addPeer id:i=2 unit=00:1B:7C:0A:51:9F plait:b=true use_plait:b=true
+          new MAC without braid | 0 | Name | 0 | 00:1b:7c:0a:51:9f | 100 | addPeer id:i=2 unit=00:1b:7c:0a:51:9f plait:b=true use_plait:b=false
+          braid with five and a half groups | 0 | Name | 1 | 00:1b:7c:0a:51:9 | 011
+          braid with a non-hex digit | 0 | Name | 1 | 00:1b:7c:0a:51:9g | 011
+          directory remote, empty name | 1 | | 0 | keep | 100 | peerSettings id:i=1 plait:b=false
+          editing a braid remote | 3 | Name | 1 | keep | 100 | peerSettings id:i=3 unit=00:1b:7c:0a:51:9f plait:b=true use_plait:b=true)");
     }
 
     void form()
     {
-        const auto [peerText, text, braidText, mac, expected] = cells<5>();
-        const int peerId = peerText.toInt();
-        const bool braid = braidText == "1";
+        const auto [peerId, text, braid, mac, flags, expected] = cells<6>();
         PeerEdit editor;
-        open(editor, peerId ? peerId : 2, peerId == 0);
+        open(editor, peerId == "0" ? 2 : peerId.toInt(), peerId == "0");
         editor.nameEdit->setText(text);
         editor.addressEdit->setText(text);
         editor.passwordEdit->setText("Secret");
-        editor.checkBraid->setChecked(braid);
+        editor.checkBraid->setChecked(braid == "1");
         if (mac != "keep")
             editor.macAddrEdit->setText(mac);
         editor.comboProfile->setCurrentIndex(editor.comboProfile->findData(3));
         editor.comboBackup->setCurrentIndex(editor.comboBackup->findData(4));
         editor.checkFallForward->setChecked(true);
-        QCOMPARE(editor.buttonOK->isEnabled(), !expected.isEmpty());
-        // Only a new remote takes a MAC, marked until it is complete.
-        QCOMPARE(editor.macAddrEdit->isEnabled(), peerId == 0 && braid);
-        QCOMPARE(editor.macAddrEdit->palette().color(QPalette::Base) == QColor(255, 221, 221),
-                 peerId == 0 && braid && expected.isEmpty());
+        QCOMPARE(QStringLiteral("%1%2%3").arg(editor.buttonOK->isEnabled()).arg(editor.macAddrEdit->isEnabled())
+                     .arg(editor.macAddrEdit->palette().color(QPalette::Base) == QColor(255, 221, 221)),
+                 flags);
 
         RequestLog tap;
         QSignalSpy done(&editor, &PeerEdit::editPeerDone);
         editor.buttonOK->click();
-        if (expected.isEmpty())
-            QVERIFY(tap.requests().empty() && done.isEmpty());
-        else
-            QVERIFY(sentAre(tap, {{peerId ? "setPeerSettings" : "addPeer",
-                                   QStringLiteral("name=\"%1\" addr=\"%1\" password=Secret profile:i=3 backup_id:i=4 retry_primary:b=true %2 seq=%3")
-                                       .arg(text, expected.section(' ', 1), expected.section(' ', 0, 0))
-                                       .toStdString()}}) &&
-                    done.count() == 1);
+        const QString request = QStringLiteral("name=\"%1\" addr=\"%1\" password=Secret profile:i=3 backup_id:i=4 retry_primary:b=true %2 seq=%3")
+                                    .arg(text, expected.section(' ', 1), expected.section(' ', 0, 0));
+        QVERIFY(expected.isEmpty() ? tap.requests().empty() && done.isEmpty()
+                                   : sentAre(tap, {{peerId == "0" ? "addPeer" : "setPeerSettings", request.toStdString()}}) && done.count() == 1);
     }
 
     // Starting on the second profile and the second backup, fall forward off: the widget with focus
