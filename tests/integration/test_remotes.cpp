@@ -32,7 +32,7 @@ private slots:
         QTreeWidgetItem* studio = row("Studio A");
         QVERIFY(m_shell.pressUntil(Qt::Key_Down, [&] { return m_list->peerTree->currentItem() == studio; }));
         m_shell.key(Qt::Key_Enter);
-        QVERIFY(simSaid("event call 1 connected"));
+        QVERIFY2(!m_shell.simEvent("event call 1 connected").isEmpty(), qPrintable(m_shell.sim().transcript()));
         QTRY_COMPARE_WITH_TIMEOUT(studio->text(0), QString("Studio A\nConnected"), ShellSession::kCommandMs);
         QVERIFY(m_list->buttonDisconnect->hasFocus());
 
@@ -45,11 +45,11 @@ private slots:
         QVERIFY(channels->receiveGraph().hasHistory(channels->keyOf("rtp_udp_mux")));
 
         m_shell.key(Qt::Key_Enter);
-        QVERIFY(simSaid("event call 1 idle"));
+        QVERIFY2(!m_shell.simEvent("event call 1 idle").isEmpty(), qPrintable(m_shell.sim().transcript()));
         QTRY_VERIFY_WITH_TIMEOUT(!m_list->getAnyActive() && m_list->buttonConnect->hasFocus(), ShellSession::kCommandMs);
     }
 
-    void addRemoteWithTheKeypad()
+    void addAndDeleteRemoteWithTheKeypad()
     {
         m_shell.window().menu().actionAdd_New_Remote->trigger();
         for (const QString& field : {"Field Kit", "secret", "192.0.2.44"}) {
@@ -59,35 +59,24 @@ private slots:
         auto* editor = m_shell.screen<PeerEdit>(Pane::ScreenPeerAdd);
         QVERIFY(m_shell.pressUntil(Qt::Key_Down, [&] { return editor->buttonOK->hasFocus(); }));
         m_shell.key(Qt::Key_Enter);
-        QVERIFY(simSaid("event peer added 5 Field Kit"));
+        QVERIFY2(!m_shell.simEvent("event peer added 5 Field Kit").isEmpty(), qPrintable(m_shell.sim().transcript()));
         QCOMPARE(m_shell.window().pane().currentScreen(), int(Pane::ScreenPeerList));
         QTRY_VERIFY_WITH_TIMEOUT(row("Field Kit"), ShellSession::kCommandMs);
         QCOMPARE(row("Field Kit")->child(0)->text(0), QString("Address\t192.0.2.44"));
         QCOMPARE(m_list->peerTree->indexOfTopLevelItem(row("Field Kit")), 4);
-    }
 
-    // No is the default: Left moves to Yes.
-    void deleteRemoteAfterYes()
-    {
+        // Deleted after a question where No is the default: Left moves to Yes.
         m_list->peerTree->setCurrentItem(row("Field Kit"));
         const QString question = m_shell.answerQuestion([this] { m_shell.window().menu().actionDelete_Remote->trigger(); },
                                                         {Qt::Key_Left, Qt::Key_Enter});
         QCOMPARE(question, QString("This will delete the 'Field Kit' remote from the list!\n\nDo you wish to continue?"));
-        QVERIFY(simSaid("event peer removed 5"));
+        QVERIFY2(!m_shell.simEvent("event peer removed 5").isEmpty(), qPrintable(m_shell.sim().transcript()));
         QTRY_VERIFY_WITH_TIMEOUT(!row("Field Kit"), ShellSession::kCommandMs);
         QCOMPARE(m_list->peerTree->topLevelItemCount(), 4);
     }
 
 private:
     QTreeWidgetItem* row(const QString& name) const { return m_list->peerTree->findItems(name, Qt::MatchStartsWith).value(0); }
-    // Whether the unit logged the event; its transcript if not.
-    bool simSaid(const QString& event)
-    {
-        const bool said = !m_shell.simEvent(event).isEmpty();
-        if (!said)
-            qWarning("%s", qPrintable(m_shell.sim().transcript()));
-        return said;
-    }
 
     ShellSession m_shell;
     PeerList* m_list = nullptr;
