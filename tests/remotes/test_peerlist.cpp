@@ -52,10 +52,7 @@ private slots:
     {
         const auto [before, after, expected] = cells<3>();
         const auto feedIds = [](const QString& ids) {
-            QStringList records;
-            for (QChar id : ids)
-                records << QStringLiteral("id:i=%1 name=%1").arg(id);
-            feedPeers(records);
+            feedPeers(ids.split("", Qt::SkipEmptyParts).replaceInStrings(QRegularExpression("(.)"), "id:i=\\1 name=\\1"));
         };
         Screen list;
         feedIds(before);

@@ -38,11 +38,6 @@ void feedChannels(const QString& ids)
     notify("channel_stats", "channel", channels);
 }
 
-QString selected(const ChannelStats& screen)
-{
-    return screen.comboMode->currentData().toString();
-}
-
 // Samples in a channel's receive history: each non-zero one draws a bar.
 int receiveSamples(ChannelStats& screen, const std::string& id)
 {
@@ -88,43 +83,41 @@ private slots:
     }
 
     // Remotes (a name starting with '-' is not in a call) | the one selected | remotes next | entries
-    // offered then, as id:name | the id selected then.
+    // offered then as id:name, the id selected, the keys of both graphs, the remotes whose history
+    // each graph kept.
     void peerSelector_data()
     {
         rows(R"(
-          only active remotes, in list order | A -B C | 3 | A -B C D | 1:A 3:C 4:D | 3
-          selection gone: first entry | A B C | 2 | A -B C | 1:A 3:C | 1
-          other remote gone: selection kept | A B C | 3 | -A B C | 2:B 3:C | 3
-          same remotes in calls: entries kept | A B | 2 | Renamed B -C | 1:A 2:B | 2
-          last call ended | A | 1 | -A | | 0)");
+          only active remotes, in list order  | A -B C | 3 | A -B C D     | 1:A 3:C 4:D > 3 3 3 kept 13 13
+          selection gone: first entry         | A B C  | 2 | A -B C       | 1:A 3:C > 1 1 1 kept 13 13
+          other remote gone: selection kept   | A B C  | 3 | -A B C       | 2:B 3:C > 3 3 3 kept 23 23
+          same remotes in calls: entries kept | A B    | 2 | Renamed B -C | 1:A 2:B > 2 2 2 kept 12 12
+          last call ended                     | A      | 1 | -A           | > 0 0 0 kept)");
     }
 
     void peerSelector()
     {
-        const auto [beforeText, selectBefore, afterText, entriesShown, selectedText] = cells<5>();
-        const QStringList before = beforeText.split(' ');
-        const QStringList after = afterText.split(' ');
-        const int selected = selectedText.toInt();
+        const auto [before, selectBefore, after, expected] = cells<4>();
         PeerStats screen;
-        feedActive(before);
+        feedActive(before.split(' '));
         screen.comboMode->setCurrentIndex(screen.comboMode->findData(selectBefore.toInt()));
         QStringList everyone;
-        for (int id = 1; id <= before.size(); ++id)
+        for (int id = 1; id <= before.count(' ') + 1; ++id)
             everyone << peer(id);
         notify("peer_stats", "peer", everyone);
 
-        feedActive(after);
-        QStringList entries;
+        feedActive(after.split(' '));
+        QStringList shown;
         for (int i = 0; i < screen.comboMode->count(); ++i)
-            entries << QStringLiteral("%1:%2").arg(screen.comboMode->itemData(i).toInt()).arg(screen.comboMode->itemText(i));
-        QCOMPARE(entries.join(' '), entriesShown);
-        QCOMPARE(screen.comboMode->currentIndex() < 0 ? 0 : screen.comboMode->currentData().toInt(), selected);
-        QCOMPARE(std::make_pair(screen.delayGraph().key(), screen.percentGraph().key()), std::make_pair(selected, selected));
-        // Histories of remotes no longer in a call are gone, the others kept.
-        for (int id = 1; id <= before.size(); ++id) {
-            const bool active = id <= after.size() && !after[id - 1].startsWith('-');
-            QCOMPARE(std::make_pair(screen.delayGraph().hasHistory(id), screen.percentGraph().hasHistory(id)), std::make_pair(active, active));
+            shown << QStringLiteral("%1:%2").arg(screen.comboMode->itemData(i).toInt()).arg(screen.comboMode->itemText(i));
+        QString delayKept, percentKept;
+        for (int id = 1; id <= 4; ++id) {
+            delayKept += screen.delayGraph().hasHistory(id) ? QString::number(id) : QString();
+            percentKept += screen.percentGraph().hasHistory(id) ? QString::number(id) : QString();
         }
+        shown << QStringLiteral("> %1 %2 %3 kept %4 %5").arg(screen.comboMode->currentData().toInt()).arg(screen.delayGraph().key())
+                     .arg(screen.percentGraph().key()).arg(delayKept, percentKept);
+        QCOMPARE(shown.join(' ').trimmed(), expected);
     }
 
     // Shown on the "Graph" page: both graphs repaint on every notification.
@@ -180,7 +173,7 @@ private slots:
         QCOMPARE(screen.comboMode->view()->currentIndex().row(), 0);
         QCOMPARE(screen.comboMode->count(), second.count(' ') + 1);
         QCOMPARE(screen.comboMode->itemText(0), "Name " + second.section(' ', 0, 0));
-        QCOMPARE(selected(screen), expected);
+        QCOMPARE(screen.comboMode->currentData().toString(), expected);
         const int key = screen.keyOf(expected.toStdString());
         QCOMPARE(std::make_pair(screen.receiveGraph().key(), screen.transmitGraph().key()), std::make_pair(key, key));
     }
@@ -250,7 +243,7 @@ private slots:
 
         const QString focused = pressOn(screen, focus, keyNamed(key));
         QCOMPARE(QStringLiteral("%1 %2 %3 %4").arg(screen.statsTab->currentIndex()).arg(screen.checkAvg->isChecked())
-                     .arg(selected(screen), focused),
+                     .arg(screen.comboMode->currentData().toString(), focused),
                  after);
     }
 };
