@@ -17,7 +17,6 @@ class TestChat : public QObject {
 
 private slots:
     void init() { m_chat = std::make_unique<Chat>(); }
-    void cleanup() { m_chat.reset(); }
     // Far-end markup keeps inline formatting only; everything else shows as text. Record | text |
     // line shown (none: no line) | its colour.
     void recordsBecomeLines_data()

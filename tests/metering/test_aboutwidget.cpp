@@ -21,16 +21,15 @@ class TestAboutWidget : public QObject {
     }
 
     QTemporaryDir m_dir;
-    AboutWidget* m_about = nullptr;
+    std::unique_ptr<AboutWidget> m_about;
 
 private slots:
     void init()
     {
         writeLicense(QStringLiteral("Notice line\n").repeated(300));
-        m_about = new AboutWidget(nullptr, m_dir.filePath("license.txt"));
-        QVERIFY(showActive(m_about));
+        m_about = std::make_unique<AboutWidget>(nullptr, m_dir.filePath("license.txt"));
+        QVERIFY(showActive(m_about.get()));
     }
-    void cleanup() { delete m_about; }
 
     // The labels must not keep what an earlier answer said; the notices are read at every showing.
     void versionAndLicense()

@@ -57,24 +57,25 @@ class TestGrapher : public QObject {
     Q_OBJECT
 
 private slots:
+    // A new history is zero-filled; the fourth sample pushes out the first; an unknown key draws
+    // nothing and spans nothing.
     void ringOfSamplesOldestFirst()
     {
         RecordingGrapher grapher;
-        int min = -7;
-        int max = 7;
-        grapher.draw(1, nullptr, nullptr, &min, &max);
-        QVERIFY(grapher.drawn.empty());
-        QCOMPARE(std::make_pair(min, max), std::make_pair(0, 0));
-
-        // A new history is zero-filled; the fourth sample pushes out the first.
+        const auto walk = [&grapher] {
+            grapher.drawn.clear();
+            int min = -7;
+            int max = 7;
+            grapher.draw(1, nullptr, nullptr, &min, &max);
+            return std::make_pair(grapher.drawn, std::make_pair(min, max));
+        };
+        using Walk = std::pair<std::vector<Grapher::Sample>, std::pair<int, int>>;
+        QCOMPARE(walk(), Walk({}, {0, 0}));
         grapher.add(1, {1});
-        grapher.draw(1, nullptr, nullptr, &min, &max);
-        QCOMPARE(grapher.drawn, (std::vector<Grapher::Sample>{{0, 0}, {0, 0}, {1}}));
+        QCOMPARE(walk(), Walk({{0, 0}, {0, 0}, {1}}, {0, 1}));
         for (int value : {2, 3, 4})
             grapher.add(1, {value});
-        grapher.drawn.clear();
-        grapher.draw(1, nullptr, nullptr, &min, &max);
-        QCOMPARE(grapher.drawn, (std::vector<Grapher::Sample>{{2}, {3}, {4}}));
+        QCOMPARE(walk(), Walk({{2}, {3}, {4}}, {0, 4}));
 
         grapher.add(2, {2});
         grapher.add(3, {3});

@@ -72,12 +72,11 @@ private slots:
     {
         Screen list;
         feedPeers({"id:i=1 name=A addr=x", "id:i=2 name=B profile:i=1 active:b=true state_ui=Calling"});
-        QTreeWidgetItem* second = list.peerTree->topLevelItem(1);
-        QTreeWidgetItem* firstDetail = second->child(0);
+        const QTreeWidgetItem* firstDetail = list.peerTree->topLevelItem(1)->child(0);
         list.peerTree->topLevelItem(0)->setText(0, "untouched");
         feedPeers({"id:i=1 name=A addr=x", "id:i=2 name=B addr=y profile:i=1"});
         // Detail rows are reused and the surplus dropped.
-        QCOMPARE(second->child(0), firstDetail);
+        QCOMPARE(list.peerTree->topLevelItem(1)->child(0), firstDetail);
         QCOMPARE(list.row(0) + "; " + list.row(1), QString("untouched; Address\tx; Profile\tStudio Link; B; Address\ty; Profile\tFactory IP"));
         feedPeers({"id:i=1 name=A addr=x", "id:i=2 name=B addr=y profile:i=1"}, "online:b=true");
         QCOMPARE(list.peerTree->topLevelItem(0)->text(0), QString("A"));

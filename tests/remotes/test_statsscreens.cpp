@@ -124,8 +124,7 @@ private slots:
     {
         PeerStats screen;
         screen.statsTab->setCurrentIndex(1);
-        screen.show();
-        QVERIFY(QTest::qWaitForWindowExposed(&screen));
+        QVERIFY(showActive(&screen));
         feedActive({"A", "B"});
         QCoreApplication::processEvents();
         PaintCounter delayPaints(&screen.delayGraph());
