@@ -70,12 +70,9 @@ private slots:
         QScrollBar* bar = m_about->browserLicense->verticalScrollBar();
         bar->setValue(bar->maximum() / 2);
         m_about->tabWidget->setCurrentIndex(tab.toInt());
-        m_about->browserLicense->setFocus();
         const int start = bar->value();
         QVERIFY(start > 0);
-        m_about->handleKey(keyNamed(key), true, false);
-        m_about->handleKey(keyNamed(key), false, false);
-        QCoreApplication::sendPostedEvents();
+        pressOn(*m_about, "browserLicense", key);
         QCOMPARE(QStringLiteral("%1 %2").arg((bar->value() > start) - (bar->value() < start)).arg(m_about->tabWidget->currentIndex()),
                  after);
     }

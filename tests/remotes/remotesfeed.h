@@ -56,18 +56,6 @@ inline bool sentAre(const RequestLog& log, const std::vector<std::pair<std::stri
     return sent == wanted;
 }
 
-// A keypad key pressed and released with focus on the screen's child of that name; the name of
-// the widget with focus then.
-template <typename Screen>
-QString pressOn(Screen& screen, const QString& focus, int key)
-{
-    screen.template findChild<QWidget*>(focus)->setFocus();
-    screen.handleKey(key, true, false);
-    screen.handleKey(key, false, false);
-    QCoreApplication::processEvents();
-    return QApplication::focusWidget()->objectName();
-}
-
 // Counts the paint events a widget receives.
 class PaintCounter : public QObject {
 public:

@@ -144,7 +144,7 @@ private slots:
         editor.comboBackup->setCurrentIndex(1);
         editor.checkFallForward->setChecked(false);
         QSignalSpy done(&editor, &PeerEdit::editPeerDone);
-        const QString focused = pressOn(editor, focus, keyNamed(key));
+        const QString focused = pressOn(editor, focus, key);
         QCOMPARE(QStringLiteral("%1 %2 %3 %4%5").arg(editor.comboProfile->currentIndex()).arg(editor.comboBackup->currentIndex())
                      .arg(editor.checkFallForward->isChecked()).arg(focused, done.isEmpty() ? "" : " done"),
                  after);

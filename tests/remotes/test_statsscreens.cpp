@@ -32,10 +32,7 @@ QString channel(const QString& id, int payload = 1000, const QString& extra = QS
 // Channels by their ids, "sip pots".
 void feedChannels(const QString& ids)
 {
-    QStringList channels;
-    for (const QString& id : ids.split(' '))
-        channels << channel(id);
-    notify("channel_stats", "channel", channels);
+    notify("channel_stats", "channel", ids.split(' ').replaceInStrings(QRegularExpression("^(.*)$"), channel("\\1")));
 }
 
 // Samples in a channel's receive history: each non-zero one draws a bar.
@@ -239,7 +236,7 @@ private slots:
         screen.handleKey(Qt::Key_Left, false, false);
         QCOMPARE(screen.statsTab->currentIndex(), 1);
 
-        const QString focused = pressOn(screen, focus, keyNamed(key));
+        const QString focused = pressOn(screen, focus, key);
         QCOMPARE(QStringLiteral("%1 %2 %3 %4").arg(screen.statsTab->currentIndex()).arg(screen.checkAvg->isChecked())
                      .arg(screen.comboMode->currentData().toString(), focused),
                  after);

@@ -1,6 +1,7 @@
 #ifndef REMOTESTEST_H
 #define REMOTESTEST_H
 
+#include <QApplication>
 #include <QKeySequence>
 #include <QRegularExpression>
 #include <QStringList>
@@ -47,6 +48,18 @@ std::array<QString, N> cells()
 inline int keyNamed(const QString& name)
 {
     return QKeySequence(name)[0];
+}
+
+// A keypad key pressed and released with focus on the screen's child of that name; the name of
+// the widget with focus then.
+template <typename Screen>
+QString pressOn(Screen& screen, const QString& focus, const QString& key)
+{
+    screen.template findChild<QWidget*>(focus)->setFocus();
+    screen.handleKey(keyNamed(key), true, false);
+    screen.handleKey(keyNamed(key), false, false);
+    QCoreApplication::processEvents();
+    return QApplication::focusWidget()->objectName();
 }
 
 #endif
