@@ -51,8 +51,9 @@ private slots:
         answer("profileList", tunnelTree(kProfiles));
     }
 
-    // A new remote cannot back itself up, so the one selected in the list is left out; a hidden
-    // profile is offered only to the remote that uses it.
+    // Remote | adding | what the editor shows (see state()). A new remote cannot back itself up, so
+    // the one selected in the list is left out; a hidden profile is offered only to the remote that
+    // uses it.
     void editMode_data()
     {
         rows(R"(

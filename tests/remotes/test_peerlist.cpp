@@ -227,7 +227,8 @@ private slots:
                               {"channelCommand", "channel=pots command=retrain seq=channelCommand"}}));
     }
 
-    // The cache keeps earlier answers, so "no answer" is an answer that is not enabled.
+    // The directory server's answer | the SIP proxy's | the title. The cache keeps earlier answers, so
+    // "no answer" is an answer that is not enabled.
     void title_data()
     {
         rows(R"(
