@@ -4,11 +4,12 @@
 
 namespace {
 
-// Profile 4 is hidden; 5 has no settings.
+// Profile 4 is hidden, and so is 6, which does not say; 5 has no settings.
 const char* const kProfiles = "profileList {profile id:i=1 {settings name=\"Factory IP\" visible=true}}"
                               " {profile id:i=2 {settings name=\"Studio Link\" visible:b=true}}"
                               " {profile id:i=3 {settings name=\"Phone Line\" visible:b=true}}"
-                              " {profile id:i=4 {settings name=\"Engineering Test\" visible:b=false}} {profile id:i=5}";
+                              " {profile id:i=4 {settings name=\"Engineering Test\" visible:b=false}} {profile id:i=5}"
+                              " {profile id:i=6 {settings name=Spare}}";
 
 void open(PeerEdit& editor, int peerId, bool adding)
 {
@@ -75,6 +76,9 @@ private slots:
         editor.checkFallForward->setChecked(peerId != "3");
         open(editor, peerId.toInt(), adding == "1");
         QCOMPARE(state(editor), shown);
+        RequestLog tap;
+        editor.deletePeer();
+        QVERIFY(sentAre(tap, {{"removePeer", "id:i=" + peerId.toStdString() + " seq=removePeer"}}));
     }
 
     // Remote (0: a new remote, with remote 2 selected in the list) | name and address | Braid | MAC
@@ -100,9 +104,11 @@ private slots:
         editor.nameEdit->setText(text);
         editor.addressEdit->setText(text);
         editor.passwordEdit->setText("Secret");
-        editor.checkBraid->setChecked(braid == "1");
         if (mac != "keep")
             editor.macAddrEdit->setText(mac);
+        editor.checkBraid->setChecked(braid == "1");
+        // Typing keeps the address well-formed.
+        QTest::keyClicks(editor.macAddrEdit, "z");
         editor.comboProfile->setCurrentIndex(editor.comboProfile->findData(3));
         editor.comboBackup->setCurrentIndex(editor.comboBackup->findData(4));
         editor.checkFallForward->setChecked(true);
@@ -129,6 +135,7 @@ private slots:
           Left on fall forward toggles it | checkFallForward | Left | 1 1 1 checkFallForward
           Enter on Cancel presses it      | buttonCancel | Enter | 1 1 0 buttonCancel done
           Right on Cancel: OK             | buttonCancel | Right | 1 1 0 buttonOK
+          Left on Cancel stays            | buttonCancel | Left | 1 1 0 buttonCancel
           Down: next field                | nameEdit | Down | 1 1 0 passwordEdit)");
     }
 
