@@ -70,8 +70,7 @@ private slots:
             emit g_ipcClient.changedState(state, false);
         QCOMPARE(requests.requests().size(), std::size_t(3));
         for (const Message& request : requests.requests())
-            QCOMPARE(request.params(),
-                     Params("type=status from=Portable when=\"\" text=\"has entered chat.\" portable:b=true seq=chat"));
+            QCOMPARE(request.params(), Params("type=status from=Portable when=\"\" text=\"has entered chat.\" portable:b=true seq=chat"));
     }
     // Up and Down scroll the transcript, which takes the focus; Left and Right move in the entry;
     // Enter sends on its press. After each key: the widget with focus, Send enabled, the transcript

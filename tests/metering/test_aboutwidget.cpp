@@ -6,7 +6,6 @@
 #include <QFile>
 #include <QScrollBar>
 #include <QTemporaryDir>
-#include <QtTest>
 
 using namespace cachefeeder;
 

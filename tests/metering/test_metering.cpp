@@ -5,7 +5,6 @@
 #include "smallmeter.h"
 
 #include <QImage>
-#include <QSignalSpy>
 #include <QtTest>
 
 namespace {

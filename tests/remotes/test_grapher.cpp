@@ -4,9 +4,7 @@
 #include "remotesfeed.h"
 #include "statsformat.h"
 
-#include <QImage>
 #include <QPainter>
-#include <QtTest>
 
 #include <memory>
 #include <random>

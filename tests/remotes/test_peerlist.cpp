@@ -261,8 +261,8 @@ private slots:
                                           " {node {sess sid:i=7 state=SEARCHING}}"));
         QCOMPARE(list.peerTree->topLevelItem(0)->text(0), QString("Van\nConnected (Braid)"));
         const QString lines = QString::fromStdString(log.all());
-        QVERIFY(lines.contains("braid sess sid=5 peer sid=7") && lines.contains("braid sess sid=7 peer sid=7"));
-        QVERIFY(!lines.contains("braid sess sid=9"));
+        QVERIFY(lines.contains("braid sess sid=5 peer sid=7") && lines.contains("braid sess sid=7 peer sid=7") &&
+                !lines.contains("braid sess sid=9"));
 
         // Without a node, the status stays.
         answer("statusTunnel", tunnelTree("resp fail:b=true"));
