@@ -4,9 +4,9 @@
 #include "chat.h"
 #include "logcapture.h"
 #include "platformkey.h"
+#include "remotestest.h"
 
 #include <QScrollBar>
-#include <QSignalSpy>
 #include <QTextBlock>
 #include <QtTest>
 
@@ -17,40 +17,32 @@ class TestChat : public QObject {
 
 private slots:
     void init() { m_chat = std::make_unique<Chat>(); }
-    void cleanup() { m_chat.reset(); }
-    // Far-end markup keeps inline formatting only; everything else shows as text.
+    // Far-end markup keeps inline formatting only; everything else shows as text. Record | text |
+    // line shown (none: no line) | its colour.
     void recordsBecomeLines_data()
     {
-        QTest::addColumn<QString>("record");
-        QTest::addColumn<QString>("text");
-        QTest::addColumn<QString>("line"); // empty: none
-        QTest::addColumn<QString>("colour");
-
-        const QString van = "type=message from=Van";
+        rows(R"(
+          own message | type=message from=Portable portable:b=true | hi | >> hi | #227722
+          far status | type=status from="Studio A" portable:b=false | has entered chat. | *** Studio A has entered chat. | #772222
+          other type | type=typing from=Van | x
+          inline formatting kept | type=message from=Van | <B>b</B> <i>i</i><u>u</u><font color='#ff0000'>red</font> a<br>b
+            | [Van] b iured a\nb | #222277
+          image and link as text | type=message from=Van | <img src=':/icons/x.png'><a href='http://h/'>go</a>
+            | [Van] <img src=':/icons/x.png'><a href='http://h/'>go</a> | #222277
+          font with more than a colour | type=message from=Van | <font color=red size=7>big</font> | [Van] <font color=red size=7>big | #222277
+          unclosed tag | type=message from=Van | a <b | [Van] a <b | #222277
+          entities | type=message from=Van | a &amp; b &lt;c&gt; & d &#65; | [Van] a & b <c> & d A | #222277)");
         const QString endless(1000000, QLatin1Char('w'));
-        QTest::newRow("own message") << "type=message from=Portable portable:b=true" << "hi" << ">> hi" << "#227722";
-        QTest::newRow("far status") << "type=status from=\"Studio A\" portable:b=false" << "has entered chat."
-                                    << "*** Studio A has entered chat." << "#772222";
-        QTest::newRow("other type") << "type=typing from=Van" << "x" << "" << "";
-        QTest::newRow("inline formatting kept") << van << "<B>b</B> <i>i</i><u>u</u><font color=\"#ff0000\">red</font> a<br>b"
-                                                << QStringLiteral("[Van] b iured a\u2028b") << "#222277";
-        QTest::newRow("image and link as text") << van << "<img src=':/icons/x.png'><a href='http://h/'>go</a>"
-                                                << "[Van] <img src=':/icons/x.png'><a href='http://h/'>go</a>" << "#222277";
-        QTest::newRow("font with more than a colour") << van << "<font color=red size=7>big</font>"
-                                                      << "[Van] <font color=red size=7>big" << "#222277";
-        QTest::newRow("unclosed tag") << van << "a <b" << "[Van] a <b" << "#222277";
-        QTest::newRow("entities") << van << "a &amp; b &lt;c&gt; & d &#65;" << "[Van] a & b <c> & d A" << "#222277";
-        QTest::newRow("a line at the cap kept whole") << van << endless.left(1000) << "[Van] " + endless.left(1000) << "#222277";
-        QTest::newRow("endless word cut") << van << endless << "[Van] " + endless.left(1000) + QStringLiteral(" [\u2026]")
-                                          << "#222277";
+        QTest::newRow("a line at the cap kept whole")
+            << QStringList{"type=message from=Van", endless.left(1000), "[Van] " + endless.left(1000), "#222277"};
+        QTest::newRow("endless word cut")
+            << QStringList{"type=message from=Van", endless, "[Van] " + endless.left(1000) + QStringLiteral(" [\u2026]"), "#222277"};
     }
+
     // A line for each record, with an alert for what the far end says, and the line on the debug log.
     void recordsBecomeLines()
     {
-        QFETCH(QString, record);
-        QFETCH(QString, text);
-        QFETCH(QString, line);
-        QFETCH(QString, colour);
+        const auto [record, text, line, colour] = cells<4>();
 
         answer("chat", Message("chat", Params("type=message from=Earlier text=first portable:b=true")));
         QSignalSpy alerts(m_chat.get(), &Chat::chatAlert);
@@ -65,17 +57,9 @@ private slots:
         QCOMPARE(log.all().find(logged) != std::string::npos, !line.isEmpty());
         QCOMPARE(m_chat->textChat->document()->blockCount(), line.isEmpty() ? 1 : 2);
         if (!line.isEmpty()) {
-            QCOMPARE(lastLine().text(), line);
+            QCOMPARE(lastLine().text().replace(QChar::LineSeparator, '\n'), line);
             QCOMPARE(lastLine().begin().fragment().charFormat().foreground().color(), QColor(colour));
         }
-    }
-    void transcriptKeepsTheLatestLines()
-    {
-        for (int i = 0; i < 502; ++i)
-            answer("chat", Message("chat", Params(QStringLiteral("type=message from=Van text=n%1").arg(i).toUtf8())));
-        QTextDocument* transcript = m_chat->textChat->document();
-        QCOMPARE(transcript->blockCount(), 500);
-        QCOMPARE(transcript->firstBlock().text(), QStringLiteral("[Van] n2"));
     }
     void presenceLineAtEveryReady()
     {
@@ -86,47 +70,40 @@ private slots:
             emit g_ipcClient.changedState(state, false);
         QCOMPARE(requests.requests().size(), std::size_t(3));
         for (const Message& request : requests.requests())
-            QCOMPARE(request.params(),
-                     Params("type=status from=Portable when=\"\" text=\"has entered chat.\" portable:b=true seq=chat"));
+            QCOMPARE(request.params(), Params("type=status from=Portable when=\"\" text=\"has entered chat.\" portable:b=true seq=chat"));
     }
-    // The backend answers a line from this screen with the same record; it must read as our own.
-    void sendFromTheKeypadComesBackAsOurOwn()
+    // Up and Down scroll the transcript, which takes the focus; Left and Right move in the entry;
+    // Enter sends on its press. After each key: the widget with focus, Send enabled, the transcript
+    // scrolled down, the entry's cursor and text, the requests sent.
+    void keypad()
     {
         RequestLog requests;
         QVERIFY(showActive(m_chat.get()));
+        // The transcript keeps the latest 500 lines.
+        for (int i = 0; i < 502; ++i)
+            answer("chat", Message("chat", Params(QStringLiteral("type=message from=Van text=n%1").arg(i).toUtf8())));
+        QCOMPARE(QStringLiteral("%1 %2").arg(m_chat->textChat->document()->blockCount()).arg(m_chat->textChat->document()->firstBlock().text()),
+                 QString("500 [Van] n2"));
         m_chat->textChat->setFocus();
         m_chat->paneAboutToShow();
-        QVERIFY(m_chat->lineMessage->hasFocus());
-        QVERIFY(!m_chat->buttonSend->isEnabled());
+        QCOMPARE(m_chat->buttonSend->isEnabled(), false);
         m_chat->lineMessage->setText(QStringLiteral("Line <b>one</b>"));
-        QVERIFY(m_chat->buttonSend->isEnabled());
-        for (int line = 0; line < 40; ++line)
-            answer("chat", Message("chat", Params("type=message from=Van text=filler")));
-        // Up and Down scroll the transcript, which takes the focus; Left and Right move in the entry.
-        QScrollBar* scroll = m_chat->textChat->verticalScrollBar();
-        scroll->setValue(0);
-        m_chat->handleKey(Qt::Key_Down, true, false);
-        QTRY_VERIFY(scroll->value() > 0);
-        for (bool press : {true, false})
-            m_chat->handleKey(Qt::Key_Left, press, false);
-        QVERIFY(m_chat->lineMessage->hasFocus());
-        QTRY_COMPARE(m_chat->lineMessage->cursorPosition(), 14);
-        m_chat->handleKey(Qt::Key_Up, true, false);
-        QTRY_COMPARE(scroll->value(), 0);
-        QVERIFY(m_chat->textChat->hasFocus());
-        m_chat->handleKey(Qt::Key_Enter, false, false);
-        QVERIFY(requests.requests().empty());
-        m_chat->handleKey(Qt::Key_Enter, true, false);
-        QCOMPARE(requests.requests().size(), std::size_t(1));
+        m_chat->textChat->verticalScrollBar()->setValue(0);
+        const auto state = [&] {
+            return QStringLiteral("%1 %2 %3 %4 %5 %6").arg(QApplication::focusWidget()->objectName()).arg(m_chat->buttonSend->isEnabled())
+                .arg(m_chat->textChat->verticalScrollBar()->value() > 0).arg(m_chat->lineMessage->cursorPosition())
+                .arg(m_chat->lineMessage->text()).arg(requests.requests().size());
+        };
+        const std::tuple<int, bool, const char*> steps[] = {{0, false, "lineMessage 1 0 15 Line <b>one</b> 0"},
+            {Qt::Key_Down, true, "textChat 1 1 15 Line <b>one</b> 0"}, {Qt::Key_Left, true, "lineMessage 1 1 14 Line <b>one</b> 0"},
+            {Qt::Key_Left, false, "lineMessage 1 1 14 Line <b>one</b> 0"}, {Qt::Key_Up, true, "textChat 1 0 14 Line <b>one</b> 0"},
+            {Qt::Key_Enter, false, "textChat 1 0 14 Line <b>one</b> 0"}, {Qt::Key_Enter, true, "lineMessage 0 0 0  1"}};
+        for (const auto& [key, press, expected] : steps) {
+            m_chat->handleKey(key, press, false);
+            QTRY_COMPARE(state(), QString(expected));
+        }
         QCOMPARE(requests.requests().back().params(),
                  Params("type=message from=Portable when=\"\" text=\"Line <b>one</b>\" portable:b=true seq=chat"));
-        QVERIFY(m_chat->lineMessage->text().isEmpty() && !m_chat->buttonSend->isEnabled());
-        QVERIFY(m_chat->lineMessage->hasFocus());
-
-        QSignalSpy alerts(m_chat.get(), &Chat::chatAlert);
-        answer("chat", requests.requests().back());
-        QCOMPARE(lastLine().text(), QStringLiteral(">> Line one"));
-        QCOMPARE(alerts.count(), 0);
     }
 
 private:

@@ -21,10 +21,8 @@ private slots:
     void initTestCase()
     {
         QVERIFY(m_shell.start({"--stats-rate", "200"}));
-
         m_list = m_shell.screen<PeerList>(Pane::ScreenPeerList);
-        m_editor = m_shell.screen<PeerEdit>(Pane::ScreenPeerAdd);
-        QVERIFY(m_list && m_editor);
+        QVERIFY(m_list);
         QTRY_COMPARE(m_list->peerTree->topLevelItemCount(), 4);
     }
 
@@ -33,79 +31,54 @@ private slots:
         m_shell.window().pane().showScreen(Pane::ScreenPeerList);
         QTreeWidgetItem* studio = row("Studio A");
         QVERIFY(m_shell.pressUntil(Qt::Key_Down, [&] { return m_list->peerTree->currentItem() == studio; }));
-        QVERIFY(m_list->buttonConnect->hasFocus());
-
         m_shell.key(Qt::Key_Enter);
         QVERIFY2(!m_shell.simEvent("event call 1 connected").isEmpty(), qPrintable(m_shell.sim().transcript()));
         QTRY_COMPARE_WITH_TIMEOUT(studio->text(0), QString("Studio A\nConnected"), ShellSession::kCommandMs);
-        QVERIFY(m_list->getAnyActive());
-        QVERIFY(m_list->buttonDisconnect->hasFocus());
 
+        // The unit's statistics reach both statistics screens, shown or not.
         auto* peers = m_shell.screen<PeerStats>(Pane::ScreenPeerStats);
         auto* channels = m_shell.screen<ChannelStats>(Pane::ScreenChannelStats);
-        m_shell.window().pane().showScreen(Pane::ScreenPeerStats);
-        QTRY_COMPARE(peers->comboMode->currentText(), QString("Studio A"));
         QTRY_VERIFY(validDelaySamples(peers->delayGraph(), 1) >= 3);
-        QVERIFY(peers->treeStats->topLevelItem(0)->text(1).startsWith("0:00:0"));
-        QVERIFY(peers->treeStats->topLevelItem(5)->text(1).endsWith(" kbps"));
-        m_shell.window().pane().showScreen(Pane::ScreenChannelStats);
-        QTRY_COMPARE(channels->comboMode->currentData().toString(), QString("rtp_udp_mux"));
+        QVERIFY(peers->comboMode->currentText() == "Studio A" && peers->treeStats->topLevelItem(5)->text(1).endsWith(" kbps"));
         QTRY_VERIFY(channels->treeStats->topLevelItem(2)->text(1).endsWith("KB"));
         QVERIFY(channels->receiveGraph().hasHistory(channels->keyOf("rtp_udp_mux")));
-        m_shell.window().pane().showScreen(Pane::ScreenPeerList);
-        QVERIFY(m_list->buttonDisconnect->hasFocus());
 
         m_shell.key(Qt::Key_Enter);
         QVERIFY2(!m_shell.simEvent("event call 1 idle").isEmpty(), qPrintable(m_shell.sim().transcript()));
         QTRY_VERIFY_WITH_TIMEOUT(!m_list->getAnyActive() && m_list->buttonConnect->hasFocus(), ShellSession::kCommandMs);
     }
 
-    void addRemoteWithTheKeypad()
+    void addAndDeleteRemoteWithTheKeypad()
     {
         m_shell.window().menu().actionAdd_New_Remote->trigger();
-        QCOMPARE(m_shell.window().pane().currentScreen(), int(Pane::ScreenPeerAdd));
-
-        m_shell.type("Field Kit");
-        m_shell.key(Qt::Key_Down);
-        m_shell.type("secret");
-        m_shell.key(Qt::Key_Down);
-        QVERIFY(m_editor->addressEdit->hasFocus());
-        m_shell.type("192.0.2.44");
-        QVERIFY(m_shell.pressUntil(Qt::Key_Down, [&] { return m_editor->buttonOK->hasFocus(); }));
-
+        for (const QString& field : {"Field Kit", "secret", "192.0.2.44"}) {
+            m_shell.type(field);
+            m_shell.key(Qt::Key_Down);
+        }
+        auto* editor = m_shell.screen<PeerEdit>(Pane::ScreenPeerAdd);
+        QVERIFY(m_shell.pressUntil(Qt::Key_Down, [&] { return editor->buttonOK->hasFocus(); }));
         m_shell.key(Qt::Key_Enter);
         QVERIFY2(!m_shell.simEvent("event peer added 5 Field Kit").isEmpty(), qPrintable(m_shell.sim().transcript()));
         QCOMPARE(m_shell.window().pane().currentScreen(), int(Pane::ScreenPeerList));
         QTRY_VERIFY_WITH_TIMEOUT(row("Field Kit"), ShellSession::kCommandMs);
         QCOMPARE(row("Field Kit")->child(0)->text(0), QString("Address\t192.0.2.44"));
         QCOMPARE(m_list->peerTree->indexOfTopLevelItem(row("Field Kit")), 4);
-    }
 
-    void deleteRemoteAfterYes()
-    {
-        QTreeWidgetItem* kit = row("Field Kit");
-        QVERIFY(kit);
-        m_list->peerTree->setCurrentItem(kit);
-
-        // No is the default: Left moves to Yes.
+        // Deleted after a question where No is the default: Left moves to Yes.
+        m_list->peerTree->setCurrentItem(row("Field Kit"));
         const QString question = m_shell.answerQuestion([this] { m_shell.window().menu().actionDelete_Remote->trigger(); },
                                                         {Qt::Key_Left, Qt::Key_Enter});
         QCOMPARE(question, QString("This will delete the 'Field Kit' remote from the list!\n\nDo you wish to continue?"));
-
         QVERIFY2(!m_shell.simEvent("event peer removed 5").isEmpty(), qPrintable(m_shell.sim().transcript()));
         QTRY_VERIFY_WITH_TIMEOUT(!row("Field Kit"), ShellSession::kCommandMs);
         QCOMPARE(m_list->peerTree->topLevelItemCount(), 4);
     }
 
 private:
-    QTreeWidgetItem* row(const QString& name) const
-    {
-        return m_list->peerTree->findItems(name, Qt::MatchStartsWith).value(0);
-    }
+    QTreeWidgetItem* row(const QString& name) const { return m_list->peerTree->findItems(name, Qt::MatchStartsWith).value(0); }
 
     ShellSession m_shell;
     PeerList* m_list = nullptr;
-    PeerEdit* m_editor = nullptr;
 };
 
 QTEST_MAIN(TestRemotes)

@@ -1,12 +1,13 @@
 #include "aboutwidget.h"
-#include "ipcinstances.h"
+#include "cachefeeder.h"
 #include "platformkey.h"
+#include "remotestest.h"
 
 #include <QFile>
-#include <QMutexLocker>
 #include <QScrollBar>
 #include <QTemporaryDir>
-#include <QtTest>
+
+using namespace cachefeeder;
 
 class TestAboutWidget : public QObject {
     Q_OBJECT
@@ -19,27 +20,24 @@ class TestAboutWidget : public QObject {
     }
 
     QTemporaryDir m_dir;
-    AboutWidget* m_about = nullptr;
+    std::unique_ptr<AboutWidget> m_about;
 
 private slots:
     void init()
     {
         writeLicense(QStringLiteral("Notice line\n").repeated(300));
-        m_about = new AboutWidget(nullptr, m_dir.filePath("license.txt"));
-        QVERIFY(showActive(m_about));
+        m_about = std::make_unique<AboutWidget>(nullptr, m_dir.filePath("license.txt"));
+        QVERIFY(showActive(m_about.get()));
     }
-    void cleanup() { delete m_about; }
 
     // The labels must not keep what an earlier answer said; the notices are read at every showing.
     void versionAndLicense()
     {
-        for (const char* text : {"version=4.2.1-rc1 node_id=00:1d:c1 seq=version", "version=4.2.1 seq=version"}) {
-            QMutexLocker lock(g_ipcClient.mutex());
-            g_ipcClient.process_response(Message("version", Params(text)));
-            if (QString(text).contains("node_id"))
-                QCOMPARE(m_about->labelVersion->text() + "|" + m_about->labelNodeID->text(), QString("4.2.1-rc1|00:1d:c1"));
-        }
-        QCOMPARE(m_about->labelVersion->text() + "|" + m_about->labelNodeID->text(), QString("4.2.1|"));
+        const auto labels = [this] { return m_about->labelVersion->text() + "|" + m_about->labelNodeID->text(); };
+        answer("version", Message("version", Params("version=4.2.1-rc1 node_id=00:1d:c1")));
+        QCOMPARE(labels(), QString("4.2.1-rc1|00:1d:c1"));
+        answer("version", Message("version", Params("version=4.2.1")));
+        QCOMPARE(labels(), QString("4.2.1|"));
 
         QCOMPARE(m_about->browserLicense->toPlainText().left(23), QString("Notice line\nNotice line"));
         writeLicense(QStringLiteral("<p>Second <b>notice</b></p>"));
@@ -52,36 +50,30 @@ private slots:
         QVERIFY(m_about->browserLicense->toPlainText().isEmpty());
     }
 
-    // Each key pressed and released from the middle of the notices: how far they scrolled, the tab then.
+    // Each key pressed and released from the middle of the notices: the tab shown | the key | how
+    // far they scrolled, the tab then.
     void keys_data()
     {
-        QTest::addColumn<int>("tab");
-        QTest::addColumn<int>("key");
-        QTest::addColumn<QString>("after");
-
-        QTest::newRow("down on legal") << 1 << int(Qt::Key_Down) << "1 1";
-        QTest::newRow("up on legal") << 1 << int(Qt::Key_Up) << "-1 1";
-        QTest::newRow("down on version") << 0 << int(Qt::Key_Down) << "0 0";
-        QTest::newRow("right") << 0 << int(Qt::Key_Right) << "0 1";
-        QTest::newRow("left") << 1 << int(Qt::Key_Left) << "0 0";
+        rows(R"(
+          down on legal   | 1 | Down  | 1 1
+          up on legal     | 1 | Up    | -1 1
+          down on version | 0 | Down  | 0 0
+          right           | 0 | Right | 0 1
+          left            | 1 | Left  | 0 0)");
     }
 
     void keys()
     {
-        QFETCH(int, tab);
-        QFETCH(int, key);
+        const auto [tab, key, after] = cells<3>();
         m_about->tabWidget->setCurrentIndex(1);
         QScrollBar* bar = m_about->browserLicense->verticalScrollBar();
         bar->setValue(bar->maximum() / 2);
-        m_about->tabWidget->setCurrentIndex(tab);
-        m_about->browserLicense->setFocus();
+        m_about->tabWidget->setCurrentIndex(tab.toInt());
         const int start = bar->value();
         QVERIFY(start > 0);
-        m_about->handleKey(key, true, false);
-        m_about->handleKey(key, false, false);
-        QCoreApplication::sendPostedEvents();
-        QTEST(QStringLiteral("%1 %2").arg((bar->value() > start) - (bar->value() < start)).arg(m_about->tabWidget->currentIndex()),
-              "after");
+        pressOn(*m_about, "browserLicense", key);
+        QCOMPARE(QStringLiteral("%1 %2").arg((bar->value() > start) - (bar->value() < start)).arg(m_about->tabWidget->currentIndex()),
+                 after);
     }
 };
 

@@ -1,10 +1,10 @@
 #include "bigmeter.h"
 #include "ipcinstances.h"
 #include "metering.h"
+#include "remotestest.h"
 #include "smallmeter.h"
 
 #include <QImage>
-#include <QSignalSpy>
 #include <QtTest>
 
 namespace {
@@ -13,11 +13,11 @@ QString bar(uint x, uint y, uint width, uint height, uint channel, bool playback
     return QStringLiteral("%1,%2 %3x%4 %5 %6").arg(x).arg(y).arg(width).arg(height).arg(channel).arg(playback);
 }
 
-// Red shows through wherever the widget leaves a pixel unpainted.
-QImage render(QWidget& widget)
+// The background shows through wherever the widget leaves a pixel unpainted.
+QImage render(QWidget& widget, Qt::GlobalColor background = Qt::red)
 {
     QImage image(widget.size(), QImage::Format_RGB32);
-    image.fill(Qt::red);
+    image.fill(background);
     widget.render(&image);
     return image;
 }
@@ -65,26 +65,22 @@ private slots:
 
     void cleanup() { delete m_window; }
     void cleanupTestCase() { g_ipcClient.setRequestTap(nullptr); }
-    // flags: s small meter created, r link ready, b big meter enabled, u suspended, p big meter paused.
+    // Flags (s small meter created, r link ready, b big meter enabled, u suspended, p big meter
+    // paused) | the small meter's bars sent | the big meter's.
     void requestFollowsFlags_data()
     {
-        QTest::addColumn<QString>("flags");
-        QTest::addColumn<bool>("smallBars");
-        QTest::addColumn<bool>("bigBars");
-
-        QTest::newRow("link not ready") << "sb" << false << true;
-        QTest::newRow("ready, other screen") << "sr" << true << false;
-        QTest::newRow("ready, meters shown") << "srb" << true << true;
-        QTest::newRow("menu over meters") << "srbp" << true << false;
-        QTest::newRow("suspended and paused") << "srbup" << false << false;
-        QTest::newRow("no small meter") << "rb" << false << true;
+        rows(R"(
+          link not ready        | sb    | 0 | 1
+          ready, other screen   | sr    | 1 | 0
+          ready, meters shown   | srb   | 1 | 1
+          menu over meters      | srbp  | 1 | 0
+          suspended and paused  | srbup | 0 | 0
+          no small meter        | rb    | 0 | 1)");
     }
 
     void requestFollowsFlags()
     {
-        QFETCH(QString, flags);
-        QFETCH(bool, smallBars);
-        QFETCH(bool, bigBars);
+        const auto [flags, smallBars, bigBars] = cells<3>();
         if (flags.contains('s'))
             m_metering->createSmallMeter(m_statusBar);
         // Going ready always changes a flag, so at least one request leaves; the last one counts.
@@ -98,9 +94,9 @@ private slots:
         QStringList expected, sent;
         const int smallRows[4] = {453, 456, 460, 463}, bigRows[4] = {0, 19, 64, 83};
         const QPoint origin = QPoint(10, 25) + m_metering->meterWidget->pos();
-        for (int row = 0; smallBars && row < 4; ++row)
+        for (int row = 0; smallBars == "1" && row < 4; ++row)
             expected << bar(540, smallRows[row], 78, 2, row % 2, row >= 2);
-        for (int row = 0; bigBars && row < 4; ++row)
+        for (int row = 0; bigBars == "1" && row < 4; ++row)
             expected << bar(origin.x() + 15, origin.y() + bigRows[row], 170, 17, row % 2, row >= 2);
         QCOMPARE(m_sent.back().name, std::string("setMetering"));
         for (std::size_t i = 0; i < m_sent.back().child_count(); ++i) {
@@ -153,10 +149,7 @@ private slots:
     {
         BigMeter meter(200, 100);
         const QImage dbfs = render(meter);
-        for (int y = 0; y < dbfs.height(); ++y) {
-            for (int x = 0; x < dbfs.width(); ++x)
-                QVERIFY2(dbfs.pixel(x, y) != qRgb(255, 0, 0), "a pixel left unpainted");
-        }
+        QVERIFY2(render(meter, Qt::blue) == dbfs, "a pixel left unpainted");
         meter.setModeDBU();
         const QImage dbu = render(meter);
         QVERIFY(dbu != dbfs);

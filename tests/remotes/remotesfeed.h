@@ -2,11 +2,11 @@
 #define TESTS_REMOTES_REMOTESFEED_H
 
 #include "cachefeeder.h"
+#include "grapher.h"
 #include "platformkey.h"
+#include "remotestest.h"
 
 #include <QEvent>
-#include <QStringList>
-#include <QTreeWidget>
 
 using namespace cachefeeder;
 
@@ -34,38 +34,26 @@ inline void feedPeers(const QStringList& records, const QString& directory = QSt
     answer("peerList", list);
 }
 
-// Each row's two columns as "name=value".
-inline QStringList treeRows(const QTreeWidget* tree)
+// The two columns of each row shown, as "name=value; name=value".
+inline QString treeRows(const QTreeWidget* tree)
 {
     QStringList shown;
-    for (int row = 0; row < tree->topLevelItemCount(); ++row)
-        shown << tree->topLevelItem(row)->text(0) + '=' + tree->topLevelItem(row)->text(1);
-    return shown;
+    for (int row = 0; row < tree->topLevelItemCount(); ++row) {
+        if (!tree->topLevelItem(row)->isHidden())
+            shown << tree->topLevelItem(row)->text(0) + '=' + tree->topLevelItem(row)->text(1);
+    }
+    return shown.join("; ");
 }
 
 // Whether the requests are these: each a name and its parameters in "key:type=value" text.
 inline bool sentAre(const RequestLog& log, const std::vector<std::pair<std::string, std::string>>& expected)
 {
-    const std::vector<Message>& sent = log.requests();
-    if (sent.size() != expected.size())
-        return false;
-    for (size_t i = 0; i < sent.size(); ++i) {
-        if (sent[i].name != expected[i].first || !(sent[i].params() == Params(expected[i].second.c_str())))
-            return false;
-    }
-    return true;
-}
-
-// A keypad key pressed and released with focus on the screen's child of that name; the name of
-// the widget with focus then.
-template <typename Screen>
-QString pressOn(Screen& screen, const QString& focus, int key)
-{
-    screen.template findChild<QWidget*>(focus)->setFocus();
-    screen.handleKey(key, true, false);
-    screen.handleKey(key, false, false);
-    QCoreApplication::processEvents();
-    return QApplication::focusWidget()->objectName();
+    std::vector<std::pair<std::string, Params>> sent, wanted;
+    for (const Message& request : log.requests())
+        sent.emplace_back(request.name, request.params());
+    for (const auto& [name, params] : expected)
+        wanted.emplace_back(name, Params(params.c_str()));
+    return sent == wanted;
 }
 
 // Counts the paint events a widget receives.
@@ -80,6 +68,15 @@ protected:
         paints += event->type() == QEvent::Paint;
         return false;
     }
+};
+
+// What a graph draws of one key's history.
+struct Drawing {
+    Drawing(const Grapher& graph, int key) { graph.draw(static_cast<uint32_t>(key), points, rects, &min, &max); }
+    Grapher::PointList points[2];
+    Grapher::RectList rects[3];
+    int min = 0;
+    int max = 0;
 };
 
 #endif

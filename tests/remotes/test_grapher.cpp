@@ -1,10 +1,10 @@
 #include "channelgrapher.h"
 #include "delaygrapher.h"
 #include "percentgrapher.h"
+#include "remotesfeed.h"
+#include "statsformat.h"
 
-#include <QImage>
 #include <QPainter>
-#include <QtTest>
 
 #include <memory>
 #include <random>
@@ -29,24 +29,24 @@ protected:
 const QSize kPlaceholder(640, 120);
 const int kNewestX = 119 * 5;
 
+QWidget* sizedPlaceholder()
+{
+    auto* placeholder = new QWidget;
+    placeholder->resize(kPlaceholder);
+    return placeholder;
+}
+
 // The three graphs in one placeholder of the test's size.
 struct Graphs {
-    Graphs() : placeholder(sized()), delay(placeholder.get()), percent(placeholder.get()), channel(placeholder.get(), "RX") {}
-    static QWidget* sized()
-    {
-        auto* widget = new QWidget;
-        widget->resize(kPlaceholder);
-        return widget;
-    }
     GraphWidget& named(const QString& name)
     {
-        return name == "delay" ? static_cast<GraphWidget&>(delay)
-                               : name == "percent" ? static_cast<GraphWidget&>(percent) : channel;
+        GraphWidget* const graphs[] = {&delay, &percent, &channel};
+        return *graphs[QStringList({"delay", "percent", "channel"}).indexOf(name)];
     }
-    std::unique_ptr<QWidget> placeholder;
-    DelayGrapher delay;
-    PercentGrapher percent;
-    ChannelGrapher channel;
+    std::unique_ptr<QWidget> placeholder{sizedPlaceholder()};
+    DelayGrapher delay{placeholder.get()};
+    PercentGrapher percent{placeholder.get()};
+    ChannelGrapher channel{placeholder.get(), "RX"};
 };
 
 } // namespace
@@ -55,24 +55,25 @@ class TestGrapher : public QObject {
     Q_OBJECT
 
 private slots:
+    // A new history is zero-filled; the fourth sample pushes out the first; an unknown key draws
+    // nothing and spans nothing.
     void ringOfSamplesOldestFirst()
     {
         RecordingGrapher grapher;
-        int min = -7;
-        int max = 7;
-        grapher.draw(1, nullptr, nullptr, &min, &max);
-        QVERIFY(grapher.drawn.empty());
-        QCOMPARE(std::make_pair(min, max), std::make_pair(0, 0));
-
-        // A new history is zero-filled; the fourth sample pushes out the first.
+        const auto walk = [&grapher] {
+            grapher.drawn.clear();
+            int min = -7;
+            int max = 7;
+            grapher.draw(1, nullptr, nullptr, &min, &max);
+            return std::make_pair(grapher.drawn, std::make_pair(min, max));
+        };
+        using Walk = std::pair<std::vector<Grapher::Sample>, std::pair<int, int>>;
+        QCOMPARE(walk(), Walk({}, {0, 0}));
         grapher.add(1, {1});
-        grapher.draw(1, nullptr, nullptr, &min, &max);
-        QCOMPARE(grapher.drawn, (std::vector<Grapher::Sample>{{0, 0}, {0, 0}, {1}}));
+        QCOMPARE(walk(), Walk({{0, 0}, {0, 0}, {1}}, {0, 1}));
         for (int value : {2, 3, 4})
             grapher.add(1, {value});
-        grapher.drawn.clear();
-        grapher.draw(1, nullptr, nullptr, &min, &max);
-        QCOMPARE(grapher.drawn, (std::vector<Grapher::Sample>{{2}, {3}, {4}}));
+        QCOMPARE(walk(), Walk({{2}, {3}, {4}}, {0, 4}));
 
         grapher.add(2, {2});
         grapher.add(3, {3});
@@ -99,87 +100,71 @@ private slots:
         }
     }
 
+    // One point a column, at the digit's row | the columns left.
     void levelRunsKeepTheirEnds_data()
     {
-        QTest::addColumn<QString>("rows"); // one point a column, at the digit's row
-        QTest::addColumn<QString>("kept"); // the columns left
-
-        QTest::newRow("one run") << "5555" << "03";
-        QTest::newRow("no run") << "1212" << "0123";
-        QTest::newRow("run between changes") << "15552" << "0134";
-        QTest::newRow("two points") << "55" << "01";
-        QTest::newRow("runs back to back") << "1113332" << "02356";
+        rows(R"(
+          one run | 5555 | 03
+          no run | 1212 | 0123
+          run between changes | 15552 | 0134
+          two points | 55 | 01
+          runs back to back | 1113332 | 02356)");
     }
 
     // Memory past the end holds one more level point, which the walk must not read.
     void levelRunsKeepTheirEnds()
     {
-        QFETCH(QString, rows);
+        const auto [levels, expected] = cells<2>();
         Grapher::PointList points;
-        for (int x = 0; x < rows.size(); ++x)
-            points.append(QPoint(x, rows[x].digitValue()));
+        for (int x = 0; x < levels.size(); ++x)
+            points.append(QPoint(x, levels[x].digitValue()));
         points.append(points.last());
         points.removeLast();
         GraphWidget::dropLevelRuns(points);
         QString kept;
         for (const QPoint& point : points)
             kept += QString::number(point.x());
-        QTEST(kept, "kept");
+        QCOMPARE(kept, expected);
     }
 
-    // One sample on a small scale, where every value has a row of its own: the shapes of the newest
-    // column, list by list.
+    // One sample on a small scale, where every value has a row of its own: the graph | the sample |
+    // the shapes of the newest column, list by list: rectangles as top+height:width, points
+    // as @y.
     void shapes_data()
     {
-        QTest::addColumn<QString>("graph");
-        QTest::addColumn<QList<int>>("sample");
-        QTest::addColumn<QList<QRect>>("rects");
-        QTest::addColumn<QList<QPoint>>("points");
-
-        const int x = kNewestX;
-        // Delay samples are maximum, desired, minimum, valid. Scale 0 to 4: 30 rows a unit.
-        QTest::newRow("delay") << "delay" << QList<int>{4, 3, 2, 1} << QList<QRect>{QRect(x, 60, 5, 60), QRect(x, 0, 5, 60)}
-                               << QList<QPoint>{QPoint(x, 30)};
-        // Minimum 0: no bar under the band.
-        QTest::newRow("delay from zero") << "delay" << QList<int>{4, 3, 0, 1} << QList<QRect>{QRect(x, 0, 5, 120)}
-                                         << QList<QPoint>{QPoint(x, 30)};
-        QTest::newRow("delay, no data") << "delay" << QList<int>{4, 3, 2, 0} << QList<QRect>{QRect(x, 0, 5, 120)}
-                                        << QList<QPoint>{};
-        // Payload 3 and overhead 1 on a scale of 0 to 4.
-        QTest::newRow("channel") << "channel" << QList<int>{3, 1} << QList<QRect>{QRect(x, 0, 5, 120), QRect(x, 0, 5, 30)}
-                                 << QList<QPoint>{};
-        QTest::newRow("channel without overhead") << "channel" << QList<int>{3, 0} << QList<QRect>{QRect(x, 0, 5, 120)}
-                                                  << QList<QPoint>{};
-        // Fixed scale of 1000: 250 is a quarter up; the two lines at their rates.
-        QTest::newRow("percent") << "percent" << QList<int>{250, 500, 1000} << QList<QRect>{QRect(x, 90, 5, 30)}
-                                 << QList<QPoint>{QPoint(x, 60), QPoint(x, 0)};
+        // Delay samples are maximum, desired, minimum, valid on a scale of 0 to 4, 30 rows a unit, and
+        // a minimum of 0 draws no bar under the band; the channel's are payload and overhead; the
+        // percent scale is fixed at 1000, the two lines at their rates.
+        rows(R"(
+          delay | delay | 4 3 2 1 | 60+60:5 0+60:5 @30
+          delay from zero | delay | 4 3 0 1 | 0+120:5 @30
+          delay, no data | delay | 4 3 2 0 | 0+120:5
+          channel | channel | 3 1 | 0+120:5 0+30:5
+          channel without overhead | channel | 3 0 | 0+120:5
+          percent | percent | 250 500 1000 | 90+30:5 @60 @0)");
     }
 
     void shapes()
     {
-        QFETCH(QString, graph);
-        QFETCH(QList<int>, sample);
+        const auto [graph, sampleText, expected] = cells<3>();
+        QList<int> sample;
+        for (const QString& value : sampleText.split(' '))
+            sample << value.toInt();
         Graphs graphs;
         graphs.delay.addSample(0, sample[0], sample[1], sample[0] - sample.value(2), sample.value(3));
         graphs.channel.addSample(0, sample[0], sample[1]);
         graphs.percent.addSample(0, sample[0], sample[1], sample.value(2));
-        Grapher::PointList points[2];
-        Grapher::RectList rects[3];
-        int min = 0;
-        int max = 0;
-        graphs.named(graph).draw(0, points, rects, &min, &max);
-        QList<QRect> newestRects;
-        for (const Grapher::RectList& list : rects) {
+        const Drawing drawing(graphs.named(graph), 0);
+        QStringList newest;
+        for (const Grapher::RectList& list : drawing.rects) {
             if (!list.isEmpty() && list.last().left() == kNewestX)
-                newestRects << list.last();
+                newest << QStringLiteral("%1+%2:%3").arg(list.last().top()).arg(list.last().height()).arg(list.last().width());
         }
-        QList<QPoint> newestPoints;
-        for (const Grapher::PointList& list : points) {
+        for (const Grapher::PointList& list : drawing.points) {
             if (!list.isEmpty() && list.last().x() == kNewestX)
-                newestPoints << list.last();
+                newest << QStringLiteral("@%1").arg(list.last().y());
         }
-        QTEST(newestRects, "rects");
-        QTEST(newestPoints, "points");
+        QCOMPARE(newest.join(' '), expected);
     }
 
     // The reference: each rectangle list filled and stroked in one call, the polyline point by point,
@@ -195,9 +180,6 @@ private slots:
             graphs.delay.addSample(7, negative ? -2 : 3 + below(3), i % 30 < 10 ? 4 : 3 + below(2), negative ? 1 : below(3),
                                    below(10) != 0);
         }
-        const std::pair<QColor, QPen> styles[] = {{QColor(10, 100, 240), QPen(QColor(10, 75, 200), 0)},
-                                                  {QColor(50, 150, 180), QPen(QColor(50, 100, 155), 0)},
-                                                  {QColor(240, 10, 10), QPen(QColor(200, 10, 10), 1)}};
         GraphWidget& graph = graphs.delay;
         graph.setKey(7);
         QImage image(graph.size(), QImage::Format_RGB32);
@@ -209,21 +191,21 @@ private slots:
         painter.setPen(GraphWidget::framePen());
         painter.setBrush(QColor(30, 30, 30));
         painter.drawRect(0, 0, 600, 120);
-        Grapher::RectList rects[3];
-        Grapher::PointList points[1];
-        int min = 0;
-        int max = 0;
-        graph.draw(7, points, rects, &min, &max);
+        const Drawing drawing(graph, 7);
+        // Fill, outline and its width of each rectangle list.
+        const std::tuple<QColor, QColor, int> styles[] = {{QColor(10, 100, 240), QColor(10, 75, 200), 0},
+                                                          {QColor(50, 150, 180), QColor(50, 100, 155), 0},
+                                                          {QColor(240, 10, 10), QColor(200, 10, 10), 1}};
         for (int i = 0; i < 3; ++i) {
-            painter.setPen(styles[i].second);
-            painter.setBrush(styles[i].first);
-            painter.drawRects(rects[i]);
+            painter.setPen(QPen(std::get<1>(styles[i]), std::get<2>(styles[i])));
+            painter.setBrush(std::get<0>(styles[i]));
+            painter.drawRects(drawing.rects[i]);
         }
         painter.setBrush(Qt::NoBrush);
         painter.setPen(QPen(QColor(10, 255, 75), 2));
-        painter.drawPolyline(points[0].constData(), points[0].size());
-        QVERIFY(min < 0);
-        const int zeroY = 120 - 120 * (0 - min) / (max - min);
+        painter.drawPolyline(drawing.points[0].constData(), drawing.points[0].size());
+        QVERIFY(drawing.min < 0);
+        const int zeroY = 120 - 120 * (0 - drawing.min) / (drawing.max - drawing.min);
         painter.setPen(GraphWidget::framePen());
         painter.drawLine(0, zeroY, 600, zeroY);
         painter.end();
@@ -232,39 +214,53 @@ private slots:
         const QRect plot(0, 0, 601, 121);
         QVERIFY(image.copy(plot) == reference.copy(plot));
         // Each label leaves ink beside the plot: at the top, around the middle and at the bottom.
-        const auto inked = [&](int top) {
-            for (int y = top; y < top + 12; ++y) {
-                for (int x = 602; x < 640; ++x) {
-                    if (image.pixel(x, y) != reference.pixel(x, y))
-                        return true;
-                }
-            }
-            return false;
-        };
-        QVERIFY(inked(0) && inked(55) && inked(108));
+        for (const int top : {0, 55, 108})
+            QVERIFY(image.copy(602, top, 38, 12) != reference.copy(602, top, 38, 12));
     }
 
+    // The graph | the range drawn | its labels, top to bottom.
     void labels_data()
     {
-        QTest::addColumn<QString>("graph");
-        QTest::addColumn<int>("min");
-        QTest::addColumn<int>("max");
-        QTest::addColumn<QStringList>("texts");
-
-        QTest::newRow("delay, empty") << "delay" << 0 << 0 << QStringList{"0.0ms", "Delay", "0.0ms"};
-        QTest::newRow("delay, negative") << "delay" << -15 << 1234 << QStringList{"123.4ms", "Delay", "-1.5ms"};
-        QTest::newRow("percent") << "percent" << 0 << 400 << QStringList{"100%", "Misc", "0%"};
-        QTest::newRow("channel") << "channel" << -2500 << 1234567 << QStringList{"1234.5kb", "RX", "-2.5kb"};
+        rows(R"(
+          delay, empty | delay | 0 0 | 0.0ms Delay 0.0ms
+          delay, negative | delay | -15 1234 | 123.4ms Delay -1.5ms
+          percent | percent | 0 400 | 100% Misc 0%
+          channel | channel | -2500 1234567 | 1234.5kb RX -2.5kb)");
     }
 
     void labels()
     {
-        QFETCH(QString, graph);
-        QFETCH(int, min);
-        QFETCH(int, max);
+        const auto [graph, range, expected] = cells<3>();
         Graphs graphs;
-        const GraphWidget::Labels labels = graphs.named(graph).labels(min, max);
-        QTEST((QStringList{labels.top, labels.middle, labels.bottom}), "texts");
+        const GraphWidget::Labels labels = graphs.named(graph).labels(range.section(' ', 0, 0).toInt(), range.section(' ', 1).toInt());
+        QCOMPARE(QStringList({labels.top, labels.middle, labels.bottom}).join(' '), expected);
+    }
+
+    // Each text beside the one expected; tenths are truncated, units change above 1024.
+    void formats()
+    {
+        using namespace StatsFormat;
+        const Params stats("rxPayload:u=64000 rxOverhead:u=12800 rxRTCP:u=800 rxAvgPayload:u=1299 rxAvgRTCP:u=700 txPayload:u=128000 "
+                           "txAvgOverhead:u=1999");
+        const std::pair<QString, const char*> cases[] = {
+            {duration(0), "0:00:00"}, {duration(3599), "0:59:59"}, {duration(3725), "1:02:05"}, {duration(86399), "23:59:59"},
+            {duration(86400), "1d 0:00:00"}, {duration(90061), "1d 1:01:01"}, {duration(12 * 86400 + 10 * 3600 + 7), "12d 10:00:07"},
+            // The whole part of -0.5 is 0, and the tenth is shown without its sign.
+            {milliseconds(1234), "123.4 ms"}, {milliseconds(-15), "-1.5 ms"}, {milliseconds(-5), "0.5 ms"},
+            {percent(57), "5.7%"}, {percent(1000), "100.0%"}, {decimal(-2345, 1000), "-2.3"},
+            {kbps(1234567), "1234.5 kbps"}, {kbps(999), "0.9 kbps"}, {kbps(5000000000ULL), "5000000.0 kbps"},
+            {dataTotal(0), "0.0 KB"}, {dataTotal(1024), "1024.0 KB"}, {dataTotal(1025), "1.0 MB"}, {dataTotal(1536), "1.5 MB"},
+            {dataTotal(1048576), "1024.0 MB"}, {dataTotal(1073741825), "1024.0 GB"}, {dataTotal(4294967295U), "3.9 TB"},
+            {kbps(bitrateSum(stats, Direction::Receive, false, AllParts)), "77.6 kbps"},
+            {kbps(bitrateSum(stats, Direction::Receive, false, Overhead | Rtcp)), "13.6 kbps"},
+            // Sums just below a tenth: a missing part counts nothing at all.
+            {kbps(bitrateSum(stats, Direction::Receive, true, AllParts)), "1.9 kbps"},
+            {kbps(bitrateSum(stats, Direction::Transmit, true, AllParts)), "1.9 kbps"},
+            {kbps(bitrateSum(stats, Direction::Transmit, false, Payload)), "128.0 kbps"},
+            {kbps(bitrateSum(stats, Direction::Transmit, true, Overhead)), "1.9 kbps"},
+        };
+        for (const auto& [text, expected] : cases)
+            QCOMPARE(text, QString(expected));
     }
 };
 
