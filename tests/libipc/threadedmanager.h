@@ -12,17 +12,38 @@
 // in the program.
 class ThreadedManager : public IPCManager {
 public:
-    ThreadedManager() = default;
-    ~ThreadedManager() override;
+    ~ThreadedManager() override { stop_thread(); }
 
     IPCMutex* get_mutex() override { return &m_mutex; }
 
-    void start_thread();
+    void start_thread()
+    {
+        if (!m_thread.joinable())
+            m_thread = std::thread([this] { event_loop(); });
+    }
     // Stops the loop and joins the thread; endpoints stay registered.
-    void stop_thread();
+    void stop_thread()
+    {
+        if (!m_thread.joinable())
+            return;
+        IPCManager::stop();
+        m_thread.join();
+    }
     // Polls `condition` under the lock until it holds or the time is up.
     bool wait_until(const std::function<bool()>& condition,
-                    std::chrono::milliseconds timeout = std::chrono::seconds(10));
+                    std::chrono::milliseconds timeout = std::chrono::seconds(10))
+    {
+        for (const auto deadline = std::chrono::steady_clock::now() + timeout;;
+             std::this_thread::sleep_for(std::chrono::milliseconds(2))) {
+            {
+                IPCLockGuard lock(get_mutex());
+                if (condition())
+                    return true;
+            }
+            if (std::chrono::steady_clock::now() >= deadline)
+                return false;
+        }
+    }
 
 private:
     class RecursiveMutex : public IPCMutex {
