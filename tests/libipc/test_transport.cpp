@@ -124,13 +124,18 @@ public:
                 return false;
         }
     }
-    // Logs in as "user" the way a client would, reading the challenge unless given.
-    bool login(ipc::Encoding encoding, Message challenge = Message())
+    // Reads the server's challenge.
+    bool challenged(ipc::Encoding encoding)
+    {
+        return receive(encoding, m_challenge) && m_challenge.name == ipc::envelope::kChallenge;
+    }
+    // Logs in as "user" the way a client would, reading the challenge unless it came already.
+    bool login(ipc::Encoding encoding)
     {
         Message result;
         std::string mac;
-        if ((challenge.name.empty() && !receive(encoding, challenge)) || challenge.name != ipc::envelope::kChallenge
-            || !ipc::login::compute_mac(ipc::login::Role::Client, challenge.params().get_string("nonce", ""), "",
+        if ((m_challenge.name.empty() && !challenged(encoding))
+            || !ipc::login::compute_mac(ipc::login::Role::Client, m_challenge.params().get_string("nonce", ""), "",
                                         kPassword, mac))
             return false;
         send(encoding, Message(ipc::envelope::kLogin, Params(("user=user mac=" + mac).c_str())));
@@ -161,6 +166,7 @@ private:
     }
 
     std::string m_error;
+    Message m_challenge;
     int m_fd;
     std::string m_received;
     std::size_t m_consumed = 0;
@@ -289,8 +295,7 @@ TEST_P(ServerSide, CommandBeforeLoginOrMalformedInputClosesOnlyThatConnectionWit
         SCOPED_TRACE(reason);
         LogCapture log;
         RawConnection raw(name);
-        Message reply;
-        ASSERT_TRUE(logIn ? raw.login(encoding) : raw.receive(encoding, reply));
+        ASSERT_TRUE(logIn ? raw.login(encoding) : raw.challenged(encoding));
         raw.send_bytes(bytes);
         if (bytes != badLogin)
             raw.shutdown(SHUT_WR);
@@ -306,7 +311,7 @@ TEST_P(ServerSide, CommandBeforeLoginOrMalformedInputClosesOnlyThatConnectionWit
 }
 
 
-TEST_F(Transport, ReaderThatFallsTooFarBehindIsCutOff)
+TEST_F(Transport, AReaderFallingTooFarBehindIsCutOffAndTheOldestWaitingLoginMakesRoom)
 {
     LogCapture log;
     const std::string name = TestServer::unique_local_address();
@@ -338,6 +343,16 @@ TEST_F(Transport, ReaderThatFallsTooFarBehindIsCutOff)
     deaf.shutdown(SHUT_RD);
     EXPECT_EQ(server.push_unso("bulk", Message("bulk")), 0u);
     EXPECT_TRUE(server.wait_until([&] { return server.sessions().empty(); }));
+
+    // The limit of connections waiting for their login, exactly: the seventeenth closes the first,
+    // and the second can still log in.
+    std::vector<std::unique_ptr<RawConnection>> waiting;
+    for (std::size_t i = 0; i <= IPCServerLink::kMaxPendingLogins; ++i) {
+        waiting.push_back(std::make_unique<RawConnection>(name));
+        ASSERT_TRUE(waiting.back()->challenged(ipc::Encoding::Compact)) << i;
+    }
+    EXPECT_TRUE(waiting[0]->wait_closed());
+    EXPECT_TRUE(waiting[1]->login(ipc::Encoding::Compact));
 }
 
 
@@ -391,7 +406,7 @@ TEST_F(Transport, ClientLogsInWithAMacAndRecoversFromAnImpostorAMalformedAnswerO
 // A remote session as an eavesdropper on the wire records it: TLS records only, application
 // data after the hellos, and none of the password, the names, the answers or the login's nonce and
 // MACs, so the capture gives nothing to test a password guess against.
-TEST_F(Transport, ACaptureHoldsOnlyEncryptedRecords)
+TEST_F(Transport, ACaptureHoldsOnlyEncryptedRecordsAndARelayedLoginFails)
 {
     const int port = TestServer::free_tcp_port();
     TestServer server(kPassword);
@@ -435,6 +450,26 @@ TEST_F(Transport, ACaptureHoldsOnlyEncryptedRecords)
         EXPECT_EQ(offset, stream.size());
         EXPECT_TRUE(std::regex_match(types, std::regex("\x16[\x14\x17]{2,}"))) << testing::PrintToString(types);
     }
+
+    // A relay that ends the client's TLS session and opens its own to the unit forwards every byte
+    // of the login, yet the login is bound to the client's session and fails at the unit; nothing is pinned.
+    TemporaryDirectory relayIdentity;
+    std::string fingerprint;
+    std::string error;
+    TcpRelay relay(port, ipc::tls::server_context(relayIdentity.path(), fingerprint, error));
+    LogCapture relayLog;
+    TemporaryDirectory configuration;
+    TestClient relayed(configuration.file("known_units"));
+    ASSERT_TRUE(relayed.start(ipc::Encoding::Xmls, SocketAddr(kLoopback, relay.port())));
+    ASSERT_TRUE(relayed.wait_until([](const TestClient::Events& e) { return e.authFailures >= 1; }));
+    EXPECT_TRUE(relayLog.wait_for_error("login refused for user \"user\""));
+    // The unit names the peer by address and port, and an empty accept queue is no error.
+    EXPECT_NE(relayLog.all().find("IPC client 127.0.0.1:"), std::string::npos) << relayLog.all();
+    EXPECT_EQ(relayLog.all().find("accept"), std::string::npos) << relayLog.all();
+    EXPECT_NE(relay.toServer().find("<m n=\"login\">"), std::string::npos);
+    EXPECT_EQ(relayed.events().logins, 0);
+    EXPECT_EQ(server.logins(), 1u);
+    EXPECT_EQ(file_text(configuration.file("known_units")), "");
 }
 
 // The unit's identity is made once and kept; half an identity, a damaged one or a place where none
@@ -550,50 +585,6 @@ TEST(KnownUnits, DefaultFileAndPlacesWhereNoPinCanBeKept)
         EXPECT_FALSE(ipc::tls::KnownUnits(file).pin("unit:1", std::string(64, 'a'), error));
         EXPECT_NE(error.find(reason), std::string::npos) << error;
     }
-}
-
-// A relay that ends the client's TLS session and opens its own to the unit forwards every byte of
-// the login, yet the login is bound to the client's session and fails at the unit; nothing is pinned.
-TEST_F(Transport, ALoginRelayedThroughASecondTlsSessionFails)
-{
-    const int port = TestServer::free_tcp_port();
-    TestServer server(kPassword);
-    ASSERT_TRUE(server.listen("xmls", SocketAddr(kLoopback, port)));
-    TemporaryDirectory relayIdentity;
-    std::string fingerprint;
-    std::string error;
-    TcpRelay relay(port, ipc::tls::server_context(relayIdentity.path(), fingerprint, error));
-    LogCapture log;
-    TemporaryDirectory configuration;
-    TestClient client(configuration.file("known_units"));
-    ASSERT_TRUE(client.start(ipc::Encoding::Xmls, SocketAddr(kLoopback, relay.port())));
-    ASSERT_TRUE(client.wait_until([](const TestClient::Events& e) { return e.authFailures >= 1; }));
-    EXPECT_TRUE(log.wait_for_error("login refused for user \"user\""));
-    // The unit names the peer by address and port, and an empty accept queue is no error.
-    EXPECT_NE(log.all().find("IPC client 127.0.0.1:"), std::string::npos) << log.all();
-    EXPECT_EQ(log.all().find("accept"), std::string::npos) << log.all();
-    EXPECT_NE(relay.toServer().find("<m n=\"login\">"), std::string::npos);
-    EXPECT_EQ(client.events().logins, 0);
-    EXPECT_EQ(server.logins(), 0u);
-    EXPECT_EQ(file_text(configuration.file("known_units")), "");
-}
-
-// The limit of connections waiting for their login, exactly: the seventeenth closes the first, and
-// the second can still log in.
-TEST_F(Transport, TheConnectionBeyondTheWaitingLimitClosesTheOldest)
-{
-    const std::string name = TestServer::unique_local_address();
-    TestServer server(kPassword);
-    ASSERT_TRUE(server.listen("compact", SocketAddr(name, 0)));
-    std::vector<std::unique_ptr<RawConnection>> waiting;
-    std::vector<Message> challenges;
-    for (std::size_t i = 0; i <= IPCServerLink::kMaxPendingLogins; ++i) {
-        waiting.push_back(std::make_unique<RawConnection>(name));
-        challenges.emplace_back();
-        ASSERT_TRUE(waiting.back()->receive(ipc::Encoding::Compact, challenges.back())) << i;
-    }
-    EXPECT_TRUE(waiting[0]->wait_closed());
-    EXPECT_TRUE(waiting[1]->login(ipc::Encoding::Compact, challenges[1]));
 }
 
 // Misuse of the loop is refused with a logged reason.
