@@ -1,9 +1,11 @@
 #ifndef TESTS_LIBIPC_TCPRELAY_H
 #define TESTS_LIBIPC_TCPRELAY_H
 
+#include "netutil.h"
 #include "testserver.h"
 #include "tlschannel.h"
 
+#include <fcntl.h>
 #include <poll.h>
 
 #include <algorithm>
@@ -12,26 +14,17 @@
 #include <string>
 #include <thread>
 
-// Stands on a loopback port between a client and a server, one connection at a time, and
-// records every byte that crosses it each way. Given an identity of its own it ends the
-// client's TLS session and opens a second one to the server, as a relay in the middle would;
-// it then records the plaintext it forwards.
+// Stands on a loopback port between a client and a server for one connection, and records every
+// byte that crosses it each way. Given an identity of its own it ends the client's TLS session
+// and opens a second one to the server, as a relay in the middle would; it then records the
+// plaintext it forwards.
 class TcpRelay {
 public:
     explicit TcpRelay(int serverPort, ipc::tls::Context identity = nullptr)
-        : m_serverPort(serverPort)
-        , m_identity(std::move(identity))
-        , m_port(TestServer::free_tcp_port())
+        : m_port(TestServer::free_tcp_port())
+        , m_listener(ipc::net::listen_stream(SocketAddr("127.0.0.1", m_port), m_error))
+        , m_thread([this, serverPort, identity] { forward(serverPort, identity); })
     {
-        sockaddr_in sa = loopback(m_port);
-        bind(m_listener, reinterpret_cast<sockaddr*>(&sa), sizeof sa);
-        listen(m_listener, 8);
-        m_thread = std::thread([this] {
-            while (!m_stop) {
-                if (readable(m_listener, 50))
-                    forward(accept4(m_listener, nullptr, nullptr, SOCK_CLOEXEC));
-            }
-        });
     }
     ~TcpRelay()
     {
@@ -45,9 +38,8 @@ public:
     std::string toClient() { return recorded(m_toClient); }
 
 private:
-    // One end of a forwarded connection, in the clear or through TLS, on a blocking socket.
+    // One end of the forwarded connection, in the clear or through TLS, on a blocking socket.
     struct End {
-        explicit End(int socket) : fd(socket) {}
         ~End()
         {
             tls.reset();
@@ -58,13 +50,6 @@ private:
             std::string error;
             tls = ipc::tls::Channel::create(context, fd, server, error);
             return tls && tls->handshake() == ipc::tls::Channel::Status::Done;
-        }
-        long read(char* buffer, std::size_t size)
-        {
-            std::size_t got = 0;
-            if (!tls)
-                return ::recv(fd, buffer, size, 0);
-            return tls->read(buffer, size, got) == ipc::tls::Channel::Status::Done ? static_cast<long>(got) : -1;
         }
         // False once the peer is gone.
         bool write(const char* data, std::size_t size)
@@ -83,52 +68,52 @@ private:
         std::unique_ptr<ipc::tls::Channel> tls;
     };
 
-    static sockaddr_in loopback(int port) { return {AF_INET, htons(static_cast<uint16_t>(port)), {htonl(INADDR_LOOPBACK)}, {}}; }
-    static bool readable(int fd, int timeoutMs)
-    {
-        pollfd entry{fd, POLLIN, 0};
-        return poll(&entry, 1, timeoutMs) == 1;
-    }
     std::string recorded(const std::string& stream)
     {
         std::lock_guard<std::mutex> lock(m_mutex);
         return stream;
     }
-
-    void forward(int clientFd)
+    void forward(int serverPort, const ipc::tls::Context& identity)
     {
-        End client(clientFd);
-        End server(socket(AF_INET, SOCK_STREAM | SOCK_CLOEXEC, 0));
-        const sockaddr_in sa = loopback(m_serverPort);
+        pollfd listener{m_listener, POLLIN, 0};
+        while (!m_stop && poll(&listener, 1, 50) < 1) {
+        }
+        std::string peer;
         std::string error;
-        if (connect(server.fd, reinterpret_cast<const sockaddr*>(&sa), sizeof sa) != 0
-            || (m_identity && (!client.start_tls(m_identity, true) || !server.start_tls(ipc::tls::client_context(error), false))))
+        End client{ipc::net::accept_stream(m_listener, peer, error), nullptr};
+        End server{socket(AF_INET, SOCK_STREAM | SOCK_CLOEXEC, 0), nullptr};
+        const sockaddr_in address{AF_INET, htons(static_cast<uint16_t>(serverPort)), {htonl(INADDR_LOOPBACK)}, {}};
+        if (client.fd < 0 || fcntl(client.fd, F_SETFL, 0) != 0
+            || connect(server.fd, reinterpret_cast<const sockaddr*>(&address), sizeof address) != 0
+            || (identity && (!client.start_tls(identity, true) || !server.start_tls(ipc::tls::client_context(error), false))))
             return;
         while (!m_stop && pump(client, server, m_toServer) && pump(server, client, m_toClient)) {
-            pollfd entries[] = {{client.fd, POLLIN, 0}, {server.fd, POLLIN, 0}};
-            poll(entries, 2, 50);
         }
     }
     // Moves what `from` has to `to`; false once either is closed.
     bool pump(End& from, End& to, std::string& record)
     {
-        if (!(from.tls && from.tls->has_buffered_input()) && !readable(from.fd, 0))
+        pollfd entry{from.fd, POLLIN, 0};
+        if (!(from.tls && from.tls->has_buffered_input()) && poll(&entry, 1, 10) < 1)
             return true;
         char buffer[16384];
-        const long n = from.read(buffer, sizeof buffer);
-        if (n <= 0)
+        std::size_t got = 0;
+        if (from.tls)
+            from.tls->read(buffer, sizeof buffer, got);
+        else
+            got = static_cast<std::size_t>(std::max<ssize_t>(recv(from.fd, buffer, sizeof buffer, 0), 0));
+        if (got == 0)
             return false;
         {
             std::lock_guard<std::mutex> lock(m_mutex);
-            record.append(buffer, static_cast<std::size_t>(n));
+            record.append(buffer, got);
         }
-        return to.write(buffer, static_cast<std::size_t>(n));
+        return to.write(buffer, got);
     }
 
-    const int m_serverPort;
-    const ipc::tls::Context m_identity;
     const int m_port;
-    const int m_listener = socket(AF_INET, SOCK_STREAM | SOCK_CLOEXEC, 0);
+    std::string m_error;
+    const int m_listener;
     std::atomic<bool> m_stop{false};
     std::mutex m_mutex;
     std::string m_toServer;
