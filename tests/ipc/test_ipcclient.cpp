@@ -51,9 +51,8 @@ private slots:
 };
 
 // Reconnects within a second instead of the library's ten.
-class QuickClient : public IPCClient {
-public:
-    explicit QuickClient(IPCManagerQt& manager) : IPCClient(manager) {}
+struct QuickClient : IPCClient {
+    using IPCClient::IPCClient;
     int retry_interval() const override { return 1; }
 };
 
@@ -68,12 +67,14 @@ struct Link {
     }
     void start() { manager.start(QThread::InheritPriority); }
 
-    // The commands from `first` on, once at least `count` of them have arrived.
-    std::vector<Message> commandsFrom(std::size_t first, std::size_t count)
+    // The commands from `first` on as one-line dumps, once at least `count` of them have arrived.
+    QStringList commandsFrom(std::size_t first, std::size_t count)
     {
         server.wait_until([&] { return server.commands().size() >= first + count; });
-        const std::vector<Message> all = server.commands();
-        return std::vector<Message>(all.begin() + std::min(first, all.size()), all.end());
+        QStringList texts;
+        for (const Message& msg : server.commands())
+            texts << QString::fromStdString(msg.dump_text()).trimmed();
+        return texts.mid(int(first));
     }
 
     TestServer server{kPassword};
@@ -81,20 +82,13 @@ struct Link {
     QuickClient client{manager};
 };
 
-QStringList describe(const std::vector<Message>& messages)
+// The login burst as commandsFrom shows it.
+QStringList burst()
 {
     QStringList texts;
-    for (const Message& msg : messages)
-        texts << QString::fromStdString(msg.dump_text()).trimmed();
+    for (const QString& text : kLoginBurst)
+        texts << QString::fromStdString(loginRequest(text).dump_text()).trimmed();
     return texts;
-}
-
-QStringList describe(const QStringList& requests)
-{
-    std::vector<Message> messages;
-    for (const QString& text : requests)
-        messages.push_back(loginRequest(text));
-    return describe(messages);
 }
 
 // Steps: "login", "down", "pwd" (no option), "pwd:0"/"pwd:1" (option with "defaulted"),
@@ -304,12 +298,7 @@ private slots:
         ArrivalLog arrivals(link.client);
         // The library's lock is the client's mutex, and held here it keeps every other thread out.
         link.manager.get_mutex()->lock();
-        const bool takenElsewhere = std::async(std::launch::async, [&link] {
-            const bool taken = link.client.mutex()->tryLock();
-            if (taken)
-                link.client.mutex()->unlock();
-            return taken;
-        }).get();
+        const bool takenElsewhere = std::async(std::launch::async, [&link] { return link.client.mutex()->tryLock(); }).get();
         link.manager.get_mutex()->unlock();
         QVERIFY(!takenElsewhere);
         link.start();
@@ -320,7 +309,7 @@ private slots:
                                               "recvPowerInfo", "recvChannelList", "recvChannelOpts", "recvTunnelStatus",
                                               "recvVersion", "changedState"}));
         QVERIFY(arrivals.allOnOwnThread);
-        QCOMPARE(describe(link.server.commands()), describe(kLoginBurst));
+        QCOMPARE(link.commandsFrom(0, kLoginBurst.size()), burst());
         const std::vector<std::string> subscriptions = {
             "peer_stats", "channel_stats", "tun_conns", "tun_stats", "power", "cfgData:netmgr.devices.*",
             "cfgStatus:netmgr.devices", "cfgStatus:netmgr.devices.*", "cfgStatus:netmgr.tunnel", "wifi:*"};
@@ -330,7 +319,7 @@ private slots:
 
         link.server.drop_sessions();
         QTRY_COMPARE(arrivals.states, (QStringList{"1:0", "2:1", "0:1", "1:1"}));
-        QCOMPARE(describe(link.commandsFrom(kLoginBurst.size(), kLoginBurst.size())), describe(kLoginBurst));
+        QCOMPARE(link.commandsFrom(kLoginBurst.size(), kLoginBurst.size()), burst());
         QVERIFY(cached(link.client, "peerList") == peers);
 
         // Requests keep their order, so once the marker is in, every request before it is in or never comes.
@@ -342,10 +331,9 @@ private slots:
             QVERIFY(link.client.sendRequest(candidate));
         }
         link.client.sendRaw(Message("marker"));
-        QStringList names;
-        for (const Message& msg : link.commandsFrom(2 * kLoginBurst.size(), 4))
-            names << QString::fromStdString(msg.name);
-        QCOMPARE(names, (QStringList{"setMetering", "getPeerList", "setMeteringMode", "marker"}));
+        QCOMPARE(link.commandsFrom(2 * kLoginBurst.size(), 4),
+                 (QStringList{"setMetering seq:s=\"metering\"", "getPeerList seq:s=\"peerList\"",
+                              "setMeteringMode seq:s=\"meteringMode\"", "marker"}));
     }
 
 private:
