@@ -2,7 +2,6 @@
 // link changes in, cache and signals out), and on its manager thread against an in-process backend
 // (what leaves the client, and how its signals reach the GUI thread).
 
-#include "clientprobe.h"
 #include "ipcclient.h"
 #include "ipcmanagerqt.h"
 #include "logcapture.h"
@@ -10,13 +9,88 @@
 #include "testserver.h"
 
 #include <QMetaMethod>
+#include <QSignalSpy>
 #include <QtTest>
 
 #include <functional>
 #include <future>
+#include <memory>
 #include <tuple>
 
 namespace {
+
+// A spy on every signal of one client.
+class SignalLog {
+public:
+    explicit SignalLog(IPCClient& client)
+    {
+        const QMetaObject* meta = client.metaObject();
+        for (int i = QObject::staticMetaObject.methodCount(); i < meta->methodCount(); ++i) {
+            const QMetaMethod method = meta->method(i);
+            if (method.methodType() == QMetaMethod::Signal)
+                m_spies.push_back({method, std::make_unique<QSignalSpy>(&client, ('2' + method.methodSignature()).constData())});
+        }
+    }
+
+    // Signal names, once per emission, in declaration order.
+    QStringList fired() const
+    {
+        QStringList names;
+        for (const Watched& signal : m_spies)
+            for (int i = 0; i < signal.spy->count(); ++i)
+                names << QString::fromLatin1(signal.method.name());
+        return names;
+    }
+    // Whether every emission so far carried `msg` where the signal has a "msg" parameter, and `id`
+    // where it has an "id".
+    bool carried(const Message& msg, const QString& id) const
+    {
+        for (const Watched& signal : m_spies) {
+            const int msgAt = signal.method.parameterNames().indexOf("msg");
+            const int idAt = signal.method.parameterNames().indexOf("id");
+            for (const QList<QVariant>& arguments : *signal.spy)
+                if ((msgAt >= 0 && !(qvariant_cast<Message>(arguments.at(msgAt)) == msg))
+                    || (idAt >= 0 && arguments.at(idAt).toString() != id))
+                    return false;
+        }
+        return true;
+    }
+
+private:
+    struct Watched {
+        QMetaMethod method;
+        std::unique_ptr<QSignalSpy> spy;
+    };
+
+    std::vector<Watched> m_spies;
+};
+
+// The library's side of the client: every call with the manager's lock held, as its loop does.
+void feedAnswer(IPCClient& client, const Message& msg)
+{
+    QMutexLocker lock(client.mutex());
+    client.process_response(msg);
+}
+void feedUnso(IPCClient& client, const std::string& id, const Message& msg)
+{
+    QMutexLocker lock(client.mutex());
+    client.process_unso_id(id, msg);
+}
+
+// An answer as the backend sends it: named after, and carrying, its "seq".
+Message answer(const std::string& seq, const char* params = "")
+{
+    Message msg(seq, Params(params));
+    msg.params().set_string("seq", seq);
+    return msg;
+}
+// A copy of the cache entry, or an empty message named "<none>".
+Message cached(IPCClient& client, const std::string& name)
+{
+    Message copy("<none>");
+    client.copyResponse(name, copy);
+    return copy;
+}
 
 // The client's built-in password, as the unit's backend expects it.
 const char* const kPassword = "velkor";

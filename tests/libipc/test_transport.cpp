@@ -213,15 +213,8 @@ private:
 // Subscriptions are sent at every login, again after a reconnection.
 TEST_F(Transport, LoginAndSubscriptionsAgainAfterAReconnection)
 {
-    // Server endpoints get the loop's ticks too.
-    struct TickedServer : TestServer {
-        using TestServer::TestServer;
-        ~TickedServer() override { loop().stop_thread(); }
-        void timer_service() override { ++ticks; }
-        int ticks = 0;
-    };
     const SocketAddr address(TestServer::unique_local_address(), 0);
-    TickedServer server(kPassword);
+    TestServer server(kPassword);
     ASSERT_TRUE(server.listen("compact", address));
     TestClient client;
     // Made before the link exists: sent at every login.
@@ -258,7 +251,8 @@ TEST_F(Transport, LoginAndSubscriptionsAgainAfterAReconnection)
     EXPECT_EQ(server.push_unso("wifi:wlan1", Message("status")), 1u);
     EXPECT_EQ(client.events().connectionChanges, (std::vector<bool>{true, false, true}));
     EXPECT_EQ((std::vector<std::size_t>{server.logins(), server.logouts()}), (std::vector<std::size_t>{2, 1}));
-    EXPECT_TRUE(server.wait_until([&server] { return server.ticks > 0; }));
+    // Server endpoints get the loop's ticks too.
+    EXPECT_TRUE(server.wait_until([&server] { return server.ticks() > 0; }));
 }
 
 class ServerSide : public Transport, public ::testing::WithParamInterface<ipc::Encoding> {};
@@ -431,7 +425,8 @@ TEST_F(Transport, ACaptureHoldsOnlyEncryptedRecordsAndARelayedLoginFails)
     client.loop().stop_thread();
     client.set_debug(false);
     const std::string trace = log.all();
-    for (const char* line : {"IPC client test: message tracing off\n", "IPC client test received:\n  challenge ",
+    for (const char* line : {"IPC client test connected\n", "IPC client test received:\n  challenge ",
+                             "IPC client test logged in as user\n", "IPC client test: message tracing off\n",
                              "IPC client test sends:\n  command\n    getPeerList seq:s=\"peerList\"\n"})
         EXPECT_NE(trace.find(line), std::string::npos) << line;
     const std::regex loginValue("(nonce|mac):s=\"([0-9a-f]{64})");
@@ -487,24 +482,22 @@ TEST_F(Transport, TheUnitsIdentityIsMadeOnceAndKept)
     identity_fingerprint(home.file("other"));
     std::filesystem::create_directories(home.file("unwritable/unit.key.new"));
     std::ofstream(home.file("file")) << "x";
-    const std::function<void()> damages[] = {
-        [&] { std::filesystem::remove(directory + "/unit.crt"); },
-        [&] { std::ofstream(directory + "/unit.crt") << "-----BEGIN CERTIFICATE-----\n"; },
-        [&] { std::filesystem::copy_file(home.file("other/unit.crt"), directory + "/unit.crt",
-                                         std::filesystem::copy_options::overwrite_existing); }};
-    const std::pair<std::string, std::string> refused[] = {
-        {directory, "only one of " + directory + "/unit.key and " + directory + "/unit.crt exists"},
-        {directory, directory + "/unit.crt"},
-        {directory, "identity in " + directory},
-        {home.file("unwritable"), "cannot write " + home.file("unwritable/unit.key.new")},
-        {home.file("file/unit"), "cannot create " + home.file("file/unit")}};
-    for (std::size_t i = 0; i < std::size(refused); ++i) {
-        if (i < std::size(damages))
-            damages[i]();
+    // A damage done first, where the identity is asked for, and the reason it is refused.
+    const std::tuple<std::function<void()>, std::string, std::string> refused[] = {
+        {[&] { std::filesystem::remove(directory + "/unit.crt"); }, directory,
+         "only one of " + directory + "/unit.key and " + directory + "/unit.crt exists"},
+        {[&] { std::ofstream(directory + "/unit.crt") << "-----BEGIN CERTIFICATE-----\n"; }, directory, directory + "/unit.crt"},
+        {[&] { std::filesystem::copy_file(home.file("other/unit.crt"), directory + "/unit.crt",
+                                          std::filesystem::copy_options::overwrite_existing); },
+         directory, "identity in " + directory},
+        {[] {}, home.file("unwritable"), "cannot write " + home.file("unwritable/unit.key.new")},
+        {[] {}, home.file("file/unit"), "cannot create " + home.file("file/unit")}};
+    for (const auto& [damage, place, reason] : refused) {
+        damage();
         std::string fingerprint;
         std::string error;
-        EXPECT_FALSE(ipc::tls::server_context(refused[i].first, fingerprint, error));
-        EXPECT_NE(error.find(refused[i].second), std::string::npos) << error;
+        EXPECT_FALSE(ipc::tls::server_context(place, fingerprint, error));
+        EXPECT_NE(error.find(reason), std::string::npos) << error;
     }
 }
 

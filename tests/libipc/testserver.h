@@ -70,6 +70,8 @@ public:
     std::size_t logins() { return locked(m_logins); }
     // Logged-in sessions that have ended.
     std::size_t logouts() { return locked(m_logouts); }
+    // Ticks of the loop's timer, which server endpoints get too.
+    std::size_t ticks() { return locked(m_ticks); }
     // Polls `condition` under the server's lock.
     bool wait_until(const std::function<bool()>& condition) { return m_manager.wait_until(condition); }
     ThreadedManager& loop() { return m_manager; }
@@ -81,6 +83,7 @@ public:
     }
     void session_opened(const IPCSessionInfo&) override { ++m_logins; }
     void session_closed(const IPCSessionInfo&) override { ++m_logouts; }
+    void timer_service() override { ++m_ticks; }
     void process_command(const IPCSessionInfo& session, const Message& msg) override
     {
         m_commands.push_back(msg);
@@ -105,6 +108,7 @@ private:
     std::vector<Message> m_commands;
     std::size_t m_logins = 0;
     std::size_t m_logouts = 0;
+    std::size_t m_ticks = 0;
 };
 
 #endif
