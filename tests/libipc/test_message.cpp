@@ -124,23 +124,21 @@ TEST(Params, ReadsConvertWhereTheMeaningIsPlainElseGiveTheDefault)
     }
 }
 
+// Text, the parsed items as a dump shows them, and how many malformed items were skipped, each with a log line.
 TEST(Params, TextIsParsedIntoItemsAndEachMalformedOneSkippedWithALogLine)
 {
-    const std::tuple<const char*, std::vector<std::pair<std::string, ParamValue>>, std::size_t> cases[] = {
+    const std::tuple<const char*, const char*, std::size_t> cases[] = {
         {"path=netmgr.devices depth:u=2 label=\"Studio A\" up:b=true",
-         {{"path", "netmgr.devices"s}, {"depth", uint32_t{2}}, {"label", "Studio A"s}, {"up", true}}, 0},
-        {"a:i=-2147483648 b:u=4294967295 e:s=x", {{"a", kIntMin}, {"b", kUintMax}, {"e", "x"s}}, 0},
-        {R"(q="say \"hi\" \\ ok" raw=a\b)", {{"q", R"(say "hi" \ ok)"s}, {"raw", R"(a\b)"s}}, 0},
-        {"  empty=\t\teq=a=b k=1 k=2", {{"empty", ""s}, {"eq", "a=b"s}, {"k", "2"s}}, 0},
-        {nullptr, {}, 0},
-        {"neg:u=-1 big:i=2147483648 bad:i=abc ok:i=1", {{"ok", int32_t{1}}}, 3},
-        {"flag:b=yes novalue =x t:x=1 good=1 open=\"never closed", {{"good", "1"s}}, 5}};
+         R"(depth:u=2 label:s="Studio A" path:s="netmgr.devices" up:b=true)", 0},
+        {"a:i=-2147483648 b:u=4294967295 e:s=x", R"(a:i=-2147483648 b:u=4294967295 e:s="x")", 0},
+        {R"(q="say \"hi\" \\ ok" raw=a\b)", R"(q:s="say \"hi\" \\ ok" raw:s="a\\b")", 0},
+        {"  empty=\t\teq=a=b k=1 k=2", R"(empty:s="" eq:s="a=b" k:s="2")", 0},
+        {nullptr, "", 0},
+        {"neg:u=-1 big:i=2147483648 bad:i=abc ok:i=1", "ok:i=1", 3},
+        {"flag:b=yes novalue =x t:x=1 good=1 open=\"never closed", R"(good:s="1")", 5}};
     for (const auto& [text, items, skipped] : cases) {
         LogCapture log;
-        Params expected;
-        for (const auto& [key, value] : items)
-            expected.set(key, value);
-        EXPECT_EQ(Params(text), expected) << (text ? text : "(null)");
+        EXPECT_EQ(Message("m", Params(text)).dump_text(), "m" + std::string(*items ? " " : "") + items + "\n");
         EXPECT_EQ(log.lineCount(), skipped) << (text ? text : "(null)");
     }
     const Params left("a=1 b=2");
