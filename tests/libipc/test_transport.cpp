@@ -469,7 +469,7 @@ TEST_F(Transport, ACaptureHoldsOnlyEncryptedRecordsAndARelayedLoginFails)
 
 // The unit's identity is made once and kept; half an identity, a damaged one or a place where none
 // can be written is an error, never a new identity.
-TEST_F(Transport, TheUnitsIdentityIsMadeOnceAndKept)
+TEST_F(Transport, TheUnitsIdentityIsMadeOnceAndKeptAndThePinsFileHasItsPlace)
 {
     TemporaryDirectory home;
     const std::string directory = home.file("unit");
@@ -492,11 +492,33 @@ TEST_F(Transport, TheUnitsIdentityIsMadeOnceAndKept)
          directory, "identity in " + directory},
         {[] {}, home.file("unwritable"), "cannot write " + home.file("unwritable/unit.key.new")},
         {[] {}, home.file("file/unit"), "cannot create " + home.file("file/unit")}};
+    std::string error;
     for (const auto& [damage, place, reason] : refused) {
         damage();
         std::string fingerprint;
-        std::string error;
         EXPECT_FALSE(ipc::tls::server_context(place, fingerprint, error));
+        EXPECT_NE(error.find(reason), std::string::npos) << error;
+    }
+
+    // The pin file lives under XDG_CONFIG_HOME, else under HOME, in directories made for it; a pin
+    // with nowhere to go is an error.
+    const char* const places[][3] = {
+        {"/xdg", "/home/op", "/xdg/orvane/known_units"}, {"relative", "/home/op", "/home/op/.config/orvane/known_units"},
+        {"", "relative", ""}};
+    for (const auto& [xdg, homeVariable, file] : places) {
+        setenv("XDG_CONFIG_HOME", xdg, 1);
+        setenv("HOME", homeVariable, 1);
+        EXPECT_EQ(ipc::tls::KnownUnits::default_file(), file) << xdg << " " << homeVariable;
+    }
+    const ipc::tls::KnownUnits fresh(home.file("a/b/known_units"));
+    std::string pinned = "stale";
+    EXPECT_TRUE(fresh.pinned("unit:1", pinned, error) && pinned.empty()) << "no file yet: nothing pinned, no error";
+    ASSERT_TRUE(fresh.pin("unit:1", std::string(64, 'a'), error)) << error;
+    EXPECT_TRUE(fresh.pinned("unit:1", pinned, error) && pinned == std::string(64, 'a')) << error;
+    const std::pair<std::string, std::string> unpinnable[] = {
+        {"", "no file to keep it in"}, {home.file("file/c/known_units"), "cannot create " + home.file("file/c")}};
+    for (const auto& [file, reason] : unpinnable) {
+        EXPECT_FALSE(ipc::tls::KnownUnits(file).pin("unit:1", std::string(64, 'a'), error));
         EXPECT_NE(error.find(reason), std::string::npos) << error;
     }
 }
@@ -546,34 +568,6 @@ TEST_F(Transport, PinsTheFirstUnitRefusesAChangedOneHonoursAnExpectedFingerprint
     std::transform(copied.begin(), copied.end(), copied.begin(), ::toupper);
     EXPECT_TRUE(log_in(copied));
     EXPECT_EQ(second.logins(), 1u);
-}
-
-// The pin file lives under XDG_CONFIG_HOME, else under HOME, in directories made for it; a pin with
-// nowhere to go is an error.
-TEST(KnownUnits, DefaultFileAndPlacesWhereNoPinCanBeKept)
-{
-    const char* const places[][3] = {
-        {"/xdg", "/home/op", "/xdg/orvane/known_units"}, {"relative", "/home/op", "/home/op/.config/orvane/known_units"},
-        {"", "relative", ""}};
-    for (const auto& [xdg, homeVariable, file] : places) {
-        setenv("XDG_CONFIG_HOME", xdg, 1);
-        setenv("HOME", homeVariable, 1);
-        EXPECT_EQ(ipc::tls::KnownUnits::default_file(), file) << xdg << " " << homeVariable;
-    }
-    TemporaryDirectory home;
-    std::string error;
-    const ipc::tls::KnownUnits fresh(home.file("a/b/known_units"));
-    std::string pinned = "stale";
-    EXPECT_TRUE(fresh.pinned("unit:1", pinned, error) && pinned.empty()) << "no file yet: nothing pinned, no error";
-    ASSERT_TRUE(fresh.pin("unit:1", std::string(64, 'a'), error)) << error;
-    EXPECT_TRUE(fresh.pinned("unit:1", pinned, error) && pinned == std::string(64, 'a')) << error;
-    std::ofstream(home.file("file")) << "x";
-    const std::pair<std::string, std::string> refused[] = {
-        {"", "no file to keep it in"}, {home.file("file/c/known_units"), "cannot create " + home.file("file/c")}};
-    for (const auto& [file, reason] : refused) {
-        EXPECT_FALSE(ipc::tls::KnownUnits(file).pin("unit:1", std::string(64, 'a'), error));
-        EXPECT_NE(error.find(reason), std::string::npos) << error;
-    }
 }
 
 // Misuse of the loop is refused with a logged reason.
