@@ -46,13 +46,10 @@ public:
     }
 
 private:
-    class RecursiveMutex : public IPCMutex {
-    public:
-        void lock() override { m_mutex.lock(); }
-        void unlock() override { m_mutex.unlock(); }
-
-    private:
-        std::recursive_mutex m_mutex;
+    struct RecursiveMutex : IPCMutex {
+        void lock() override { mutex.lock(); }
+        void unlock() override { mutex.unlock(); }
+        std::recursive_mutex mutex;
     };
 
     RecursiveMutex m_mutex;
