@@ -92,7 +92,7 @@ struct QuickClient : IPCClient {
 
 // A backend on its own thread and the client on its manager thread, connected.
 struct Link {
-    Link()
+    explicit Link(TestServer::Handler handler) : server(kPassword, std::move(handler))
     {
         const SocketAddr address(TestServer::unique_local_address(), 0);
         server.listen("compact", address);
@@ -111,7 +111,7 @@ struct Link {
         return texts.mid(int(first));
     }
 
-    TestServer server{kPassword};
+    TestServer server;
     IPCManagerQt manager;
     QuickClient client{manager};
 };
@@ -317,8 +317,7 @@ private slots:
     {
         qunsetenv("REMOTE_UI");
         qunsetenv("REMOTE_UI_PASS");
-        Link link;
-        link.server.set_handler([](TestServer& backend, const IPCSessionInfo& session, const Message& msg) {
+        Link link([](TestServer& backend, const IPCSessionInfo& session, const Message& msg) {
             Message reply = answer(msg.params().get_string("seq", ""), "session:i=1");
             if (reply.name == "pwd")
                 reply.add_child("option").params().set_bool("defaulted", true);

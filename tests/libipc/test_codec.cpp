@@ -200,11 +200,9 @@ TEST(CompactCodec, DecodesIntoKeyOrderAndRefusesMalformedInputWithAReason)
 TEST(XmlsCodec, WritesOneElementPerParameterAndHexWhereXmlCannot)
 {
     Message message("peer", Params("id:i=-3 rate:u=64000 up:b=true none="));
-    message.params().set_string("name", "A & \"B\" <c>\t\r\n");
-    message.params().set_string("blob", "\x01\xff"s);
-    message.params().set_string("replacement", "\xef\xbf\xbd"s);
-    message.params().set_string("reserved", "\xef\xbf\xbe"s);
-    message.params().set_string("private", "\xee\x80\x80"s);
+    for (const auto& [key, text] : {std::pair{"name", "A & \"B\" <c>\t\r\n"s}, {"blob", "\x01\xff"s},
+                                    {"replacement", "\xef\xbf\xbd"s}, {"reserved", "\xef\xbf\xbe"s}, {"private", "\xee\x80\x80"s}})
+        message.params().set_string(key, text);
     message.add_child("\x02"s).params().set_bool("\x03"s, false);
     EXPECT_EQ(encode(Encoding::Xmls, message),
               "<m n=\"peer\"><s k=\"blob\" hex=\"1\">01ff</s><i k=\"id\">-3</i>"
@@ -271,8 +269,7 @@ TEST(ParamsOrder, ValuesComeInKeyOrderBytewiseAndAssignRefusesAKeyGivenTwiceLeav
     params.set_string("a", "again");
     EXPECT_TRUE(params.remove("ab"));
     EXPECT_FALSE(params.remove("ab"));
-    EXPECT_EQ(keys_of(params), ",B,a,a\x01,b,\xc3\xa9,");
-    EXPECT_EQ(params.get_string("a", ""), "again");
+    EXPECT_EQ(keys_of(params) + params.get_string("a", ""), ",B,a,a\x01,b,\xc3\xa9,again");
     std::string duplicate;
     EXPECT_TRUE(params.assign({{"c", 3}, {"a", 1u}, {"b", true}}, duplicate));
     EXPECT_EQ(params, Params("a:u=1 b:b=true c:i=3"));

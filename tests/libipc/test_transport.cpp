@@ -277,8 +277,7 @@ TEST_P(ServerSide, CommandBeforeLoginOrMalformedInputClosesOnlyThatConnectionWit
         {command, "malformed \"command\" envelope", true}};
 
     const std::string name = TestServer::unique_local_address();
-    TestServer server(kPassword);
-    server.set_handler([](TestServer& s, const IPCSessionInfo& session, const Message&) {
+    TestServer server(kPassword, [](TestServer& s, const IPCSessionInfo& session, const Message&) {
         s.send_response(session.id, Message("version"));
     });
     ASSERT_TRUE(server.listen(ipc::encoding_name(encoding), SocketAddr(name, 0)));
@@ -403,8 +402,7 @@ TEST_F(Transport, ClientLogsInWithAMacAndRecoversFromAnImpostorAMalformedAnswerO
 TEST_F(Transport, ACaptureHoldsOnlyEncryptedRecordsAndARelayedLoginFails)
 {
     const int port = TestServer::free_tcp_port();
-    TestServer server(kPassword);
-    server.set_handler([](TestServer& s, const IPCSessionInfo& session, const Message&) {
+    TestServer server(kPassword, [](TestServer& s, const IPCSessionInfo& session, const Message&) {
         Message answer("peerList", Params("seq=peerList"));
         answer.add_child(Message("peer", Params("id:i=1 name=Studio password=remote-s3cret")));
         s.send_response(session.id, answer);

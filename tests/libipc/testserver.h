@@ -16,8 +16,8 @@
 #include <string>
 #include <vector>
 
-// An in-process backend for tests: a server endpoint on its own manager thread that accepts one
-// user, records every command it receives and, when a handler is set, lets the test answer.
+// An in-process backend for tests: a server endpoint on its own manager thread that accepts the
+// user "user", records every command it receives and, given a handler, lets the test answer.
 // Its TLS identity is made in a directory of its own unless set_tls_directory says otherwise.
 // push_unso, drop_sessions and sessions() of the base may be called from the test thread.
 class TestServer : public IPCEndpointServer {
@@ -43,9 +43,9 @@ public:
         return ntohs(sa.sin_port);
     }
 
-    explicit TestServer(const std::string& password, const std::string& user = "user")
-        : m_user(user)
-        , m_password(password)
+    explicit TestServer(const std::string& password, Handler handler = nullptr)
+        : m_password(password)
+        , m_handler(std::move(handler))
     {
         m_manager.add_server("test", this);
         set_tls_directory(m_tlsDirectory.path());
@@ -59,11 +59,6 @@ public:
         const bool listening = m_manager.listen_server(encoding, "stream", address, "test");
         m_manager.start_thread();
         return listening;
-    }
-    void set_handler(Handler handler)
-    {
-        IPCLockGuard lock(m_manager.get_mutex());
-        m_handler = std::move(handler);
     }
 
     std::vector<Message> commands() { return locked(m_commands); }
@@ -79,7 +74,7 @@ public:
     bool password_for(const std::string& user, std::string& password) const override
     {
         password = m_password;
-        return user == m_user;
+        return user == "user";
     }
     void session_opened(const IPCSessionInfo&) override { ++m_logins; }
     void session_closed(const IPCSessionInfo&) override { ++m_logouts; }
@@ -102,7 +97,6 @@ private:
 
     TemporaryDirectory m_tlsDirectory;
     ThreadedManager m_manager;
-    const std::string m_user;
     const std::string m_password;
     Handler m_handler;
     std::vector<Message> m_commands;

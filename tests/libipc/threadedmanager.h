@@ -31,7 +31,7 @@ public:
     }
     // Polls `condition` under the lock until it holds or the time is up.
     bool wait_until(const std::function<bool()>& condition,
-                    std::chrono::milliseconds timeout = std::chrono::seconds(10))
+                    std::chrono::milliseconds timeout = std::chrono::seconds(5))
     {
         for (const auto deadline = std::chrono::steady_clock::now() + timeout;;
              std::this_thread::sleep_for(std::chrono::milliseconds(2))) {
