@@ -133,16 +133,6 @@ TEST_P(Codec, RoundTripsUpToEachLimitAndRefusesWhatIsBeyondTruncatedOrTrailing)
 INSTANTIATE_TEST_SUITE_P(Both, Codec, ::testing::Values(Encoding::Compact, Encoding::Xmls),
                          [](const ::testing::TestParamInfo<Encoding>& info) { return encoding_name(info.param); });
 
-// Also inside an envelope.
-TEST(WithinLimits, CountsTheEnvelopesDepth)
-{
-    std::string error;
-    const Message deepest = chain(Limits::kMaxDepth - 1);
-    const Message tooDeep = chain(Limits::kMaxDepth);
-    EXPECT_TRUE(within_limits(Message(envelope::kCommand), &deepest, error)) << error;
-    EXPECT_FALSE(within_limits(Message(envelope::kCommand), &tooDeep, error));
-}
-
 TEST(CompactCodec, LayoutIsAnArrayOfNameTypedMapsAndChildrenWithTheShortestHeads)
 {
     Message message("m", Params("s=v i:i=-1 j:i=1 u:u=2 b:b=true"));
@@ -222,7 +212,7 @@ TEST(XmlsCodec, WritesOneElementPerParameterAndHexWhereXmlCannot)
         expect_refused(Encoding::Xmls, data, reason);
 }
 
-TEST(Frame, PrefixesTheBigEndianLengthAndPeekChecksTheLimit)
+TEST(Codec, FramesNamesPatternsAndTheEnvelopesDepth)
 {
     const std::string payload(0x0102, 'p');
     EXPECT_EQ(frame(payload), bytes({0, 0, 1, 2}) + payload);
@@ -233,10 +223,8 @@ TEST(Frame, PrefixesTheBigEndianLengthAndPeekChecksTheLimit)
     for (const auto& [buffer, status] : cases)
         EXPECT_EQ(peek_frame(buffer.data(), buffer.size(), payloadSize), status) << buffer.size();
     EXPECT_EQ(payloadSize, 1u);
-}
 
-TEST(Codec, EncodingNamesParseBackAndPatternsMatchAPrefixOrExactly)
-{
+    // Encoding names parse back; patterns match a prefix or exactly.
     Encoding parsed = Encoding::Compact;
     EXPECT_TRUE(parse_encoding(encoding_name(Encoding::Xmls), parsed) && parsed == Encoding::Xmls);
     EXPECT_TRUE(parse_encoding(encoding_name(Encoding::Compact), parsed) && parsed == Encoding::Compact);
@@ -246,6 +234,13 @@ TEST(Codec, EncodingNamesParseBackAndPatternsMatchAPrefixOrExactly)
         {"*", "", true}, {"a*b", "axb", false}};
     for (const auto& [pattern, identifier, matches] : patterns)
         EXPECT_EQ(pattern_matches(pattern, identifier), matches) << pattern << " vs " << identifier;
+
+    // The send-side limits count an envelope's depth too.
+    std::string error;
+    const Message deepest = chain(Limits::kMaxDepth - 1);
+    const Message tooDeep = chain(Limits::kMaxDepth);
+    EXPECT_TRUE(within_limits(Message(envelope::kCommand), &deepest, error)) << error;
+    EXPECT_FALSE(within_limits(Message(envelope::kCommand), &tooDeep, error));
 }
 
 TEST(Utf8, AcceptsWellFormedTextOnlyAndAsksAboutEveryCodePoint)

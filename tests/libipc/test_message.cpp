@@ -22,13 +22,7 @@ struct EarlyLogUser {
 };
 const EarlyLogUser g_earlyLogUser;
 
-TEST(Logger, IsReadyBeforeDynamicInitialisationOfOtherFiles)
-{
-    EXPECT_EQ(g_earlyLogUser.thresholdSeen, LOG_ERROR);
-    EXPECT_EQ(g_log.log_level(9), LOG_INFO) << "a later constructor run must not reset what was set";
-}
-
-TEST(StrUtil, SplitsKeepingEmptyFieldsUpperCasesAsciiOnlyAndReadsWholeDecimals)
+TEST(StrUtil, SplitsUpperCasesReadsWholeDecimalsAndNamesSocketAddresses)
 {
     using Fields = std::vector<std::string>;
     EXPECT_EQ(split("a,,b", ","), (Fields{"a", "", "b"}));
@@ -42,20 +36,27 @@ TEST(StrUtil, SplitsKeepingEmptyFieldsUpperCasesAsciiOnlyAndReadsWholeDecimals)
     for (const auto& [text, value] : cases)
         EXPECT_EQ(str_to_int(text), value) << '"' << text << '"';
     EXPECT_EQ(int_to_str(INT_MIN), "-2147483648");
-}
-
-TEST(SocketAddr, LocalPathsAndTcpHostsWithTheDefaultPort)
-{
-    const std::tuple<const char*, int, const char*, bool> cases[] = {
+    // Socket addresses: local paths, and TCP hosts with the default port.
+    const std::tuple<const char*, int, const char*, bool> addresses[] = {
         {"/com/halvik/orvane", 0, "/com/halvik/orvane", true}, {"192.168.1.20", 0, "192.168.1.20:47710", false},
         {"unit.local", 5000, "unit.local:5000", false}, {"::1", 0, "[::1]:47710", false}};
-    for (const auto& [host, port, text, local] : cases)
+    for (const auto& [host, port, text, local] : addresses)
         EXPECT_EQ(std::make_pair(SocketAddr(host, port).to_string(), SocketAddr(host, port).is_local()),
                   std::make_pair(std::string(text), local));
 }
 
+// Without a sink a logger writes "<level> <text>" on stderr; with one, it hands it the line.
 TEST(Logger, WritesALineOnlyAboveZeroAndUpToItsCategorysThreshold)
 {
+    // g_log is ready before the dynamic initialisation of other files.
+    EXPECT_EQ(g_earlyLogUser.thresholdSeen, LOG_ERROR);
+    EXPECT_EQ(g_log.log_level(9), LOG_INFO) << "a later constructor run must not reset what was set";
+    testing::internal::CaptureStderr();
+    Logger plain;
+    plain.clog(3, LOG_CRITICAL, "fatal");
+    plain.log(LOG_DEBUG, "not written");
+    plain.log(LOG_ERROR, "%s", "error");
+    EXPECT_EQ(testing::internal::GetCapturedStderr(), "1 fatal\n2 error\n");
     Logger logger;
     std::vector<std::string> lines;
     logger.set_sink([&lines](unsigned int category, LOG_LEVEL level, const std::string& text) {
@@ -87,17 +88,6 @@ TEST(Logger, WritesALineOnlyAboveZeroAndUpToItsCategorysThreshold)
     logger.log(LOG_ERROR, "%ls", L"\u0100");
     EXPECT_EQ(lines, (std::vector<std::string>{"0 2 state IPC_READY -> 2", "7 1 003.1|x  |<" + longText + '>', "0 2 ",
                                                "0 2 %ls"}));
-}
-
-// Without a sink: "<level> <text>" on stderr.
-TEST(LoggerStderr, WritesLevelSpaceTextOnlyUpToTheThreshold)
-{
-    testing::internal::CaptureStderr();
-    Logger logger;
-    logger.clog(3, LOG_CRITICAL, "fatal");
-    logger.log(LOG_DEBUG, "not written");
-    logger.log(LOG_ERROR, "%s", "error");
-    EXPECT_EQ(testing::internal::GetCapturedStderr(), "1 fatal\n2 error\n");
 }
 
 constexpr int32_t kIntMin = std::numeric_limits<int32_t>::min();
