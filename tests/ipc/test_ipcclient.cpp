@@ -24,9 +24,8 @@ class SignalLog {
 public:
     explicit SignalLog(IPCClient& client)
     {
-        const QMetaObject* meta = client.metaObject();
-        for (int i = QObject::staticMetaObject.methodCount(); i < meta->methodCount(); ++i) {
-            const QMetaMethod method = meta->method(i);
+        for (int i = QObject::staticMetaObject.methodCount(); i < client.metaObject()->methodCount(); ++i) {
+            const QMetaMethod method = client.metaObject()->method(i);
             if (method.methodType() == QMetaMethod::Signal)
                 m_spies.emplace_back(method, std::make_unique<QSignalSpy>(&client, ('2' + method.methodSignature()).constData()));
         }
@@ -99,7 +98,6 @@ struct Link {
         manager.add_client("orvane", &client);
         manager.connect_client("compact", "stream", address, "orvane", 0, "");
     }
-    void start() { manager.start(QThread::InheritPriority); }
 
     // The commands from `first` on as one-line dumps, once at least `count` of them have arrived.
     QStringList commandsFrom(std::size_t first, std::size_t count)
@@ -187,8 +185,7 @@ private slots:
         client.setRequestTap([&](const Message& msg) { sent.push_back(msg); });
         for (const auto& [call, name, params, dumped] : cases) {
             sent.clear();
-            LogCapture log;
-            g_log.set_log_level(0, LOG_DEBUG);
+            LogCapture log(LOG_DEBUG);
             call(client);
             QCOMPARE(int(sent.size()), 1);
             QCOMPARE(sent[0].name, std::string(name));
@@ -300,8 +297,7 @@ private slots:
         IPCClient client(m_manager);
         SignalLog emitted(client);
         Message msg("stats", Params("rtt:u=120 loss:i=3"));
-        LogCapture log;
-        g_log.set_log_level(0, LOG_DEBUG);
+        LogCapture log(LOG_DEBUG);
         feedUnso(client, id.toStdString(), msg);
         // An id nobody handles is logged with its message.
         QCOMPARE(log.all().find("stats loss:i=3 rtt:u=120") != std::string::npos, fired.isEmpty());
@@ -337,7 +333,7 @@ private slots:
         const bool takenElsewhere = std::async(std::launch::async, [&link] { return link.client.mutex()->tryLock(); }).get();
         link.manager.get_mutex()->unlock();
         QVERIFY(!takenElsewhere);
-        link.start();
+        link.manager.start(QThread::InheritPriority);
 
         QTRY_COMPARE(states, (QStringList{"1:0", "2:1"}));
         QCOMPARE(link.commandsFrom(0, kLoginBurst.size()), burst());

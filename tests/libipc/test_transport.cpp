@@ -8,8 +8,6 @@
 
 #include <gtest/gtest.h>
 
-#include <sys/stat.h>
-
 #include <filesystem>
 #include <fstream>
 #include <regex>
@@ -203,8 +201,6 @@ protected:
             std::this_thread::sleep_for(2ms);
         EXPECT_EQ(open_descriptors(), m_before);
     }
-
-private:
     const long m_before = open_descriptors();
 };
 
@@ -446,13 +442,12 @@ TEST_F(Transport, ACaptureHoldsOnlyEncryptedRecordsAndARelayedLoginFails)
 
     // A relay that ends the client's TLS session and opens its own to the unit forwards every byte
     // of the login, yet the login is bound to the client's session and fails at the unit; nothing is pinned.
-    TemporaryDirectory relayIdentity;
+    TemporaryDirectory relayHome;
     std::string fingerprint;
     std::string error;
-    TcpRelay relay(port, ipc::tls::server_context(relayIdentity.path(), fingerprint, error));
+    TcpRelay relay(port, ipc::tls::server_context(relayHome.file("identity"), fingerprint, error));
     LogCapture relayLog;
-    TemporaryDirectory configuration;
-    TestClient relayed(configuration.file("known_units"));
+    TestClient relayed(relayHome.file("known_units"));
     ASSERT_TRUE(relayed.start(ipc::Encoding::Xmls, SocketAddr(kLoopback, relay.port())));
     ASSERT_TRUE(relayed.wait_until([](const TestClient::Events& e) { return e.authFailures >= 1; }));
     EXPECT_TRUE(relayLog.wait_for_error("login refused for user \"user\""));
@@ -462,7 +457,7 @@ TEST_F(Transport, ACaptureHoldsOnlyEncryptedRecordsAndARelayedLoginFails)
     EXPECT_NE(relay.toServer().find("<m n=\"login\">"), std::string::npos);
     EXPECT_EQ(relayed.events().logins, 0);
     EXPECT_EQ(server.logins(), 1u);
-    EXPECT_EQ(file_text(configuration.file("known_units")), "");
+    EXPECT_EQ(file_text(relayHome.file("known_units")), "");
 }
 
 // The unit's identity is made once and kept; half an identity, a damaged one or a place where none
@@ -474,9 +469,8 @@ TEST_F(Transport, TheUnitsIdentityIsMadeOnceAndKeptAndThePinsFileHasItsPlace)
     const std::string first = identity_fingerprint(directory);
     EXPECT_EQ(ipc::tls::normalise_fingerprint(first), first);
     EXPECT_EQ(identity_fingerprint(directory), first);
-    struct stat key {};
-    ASSERT_EQ(stat((directory + "/unit.key").c_str(), &key), 0);
-    EXPECT_EQ(key.st_mode & 0777, 0600u);
+    EXPECT_EQ(std::filesystem::status(directory + "/unit.key").permissions(),
+              std::filesystem::perms::owner_read | std::filesystem::perms::owner_write);
     identity_fingerprint(home.file("other"));
     std::filesystem::create_directories(home.file("unwritable/unit.key.new"));
     std::ofstream(home.file("file")) << "x";
@@ -526,9 +520,9 @@ TEST_F(Transport, TheUnitsIdentityIsMadeOnceAndKeptAndThePinsFileHasItsPlace)
 TEST_F(Transport, PinsTheFirstUnitRefusesAChangedOneHonoursAnExpectedFingerprint)
 {
     const int port = TestServer::free_tcp_port();
-    const std::string unit = SocketAddr(kLoopback, port).to_string();
     TemporaryDirectory configuration;
     const std::string knownUnits = configuration.file("orvane/known_units");
+    const std::string unit = SocketAddr(kLoopback, port).to_string();
     // Whether a client expecting `expectedFingerprint` logs in, or, given a reason, is refused with it.
     const auto log_in = [&](const std::string& expectedFingerprint, const char* reason = nullptr) {
         LogCapture log;
