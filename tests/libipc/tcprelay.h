@@ -9,9 +9,7 @@
 #include <poll.h>
 
 #include <algorithm>
-#include <memory>
 #include <mutex>
-#include <string>
 #include <thread>
 
 // Stands on a loopback port between a client and a server for one connection, and records every
@@ -51,17 +49,15 @@ private:
             tls = ipc::tls::Channel::create(context, fd, server, error);
             return tls && tls->handshake() == ipc::tls::Channel::Status::Done;
         }
-        // False once the peer is gone.
+        // False once the peer is gone. Blocking, and one record at most: all is written at once.
         bool write(const char* data, std::size_t size)
         {
-            for (std::size_t n = 1; size > 0 && n > 0; data += n, size -= n) {
-                n = 0;
-                if (tls)
-                    tls->write(data, size, n);
-                else
-                    n = static_cast<std::size_t>(std::max<ssize_t>(::send(fd, data, size, MSG_NOSIGNAL), 0));
-            }
-            return size == 0;
+            std::size_t written = 0;
+            if (tls)
+                tls->write(data, size, written);
+            else
+                written = static_cast<std::size_t>(std::max<ssize_t>(::send(fd, data, size, MSG_NOSIGNAL), 0));
+            return written == size;
         }
 
         int fd;

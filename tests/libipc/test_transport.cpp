@@ -8,7 +8,6 @@
 
 #include <gtest/gtest.h>
 
-#include <filesystem>
 #include <fstream>
 #include <regex>
 
@@ -221,6 +220,10 @@ TEST_F(Transport, LoginAndSubscriptionsAgainAfterAReconnection)
     client.subscribe_unso("netmgr", 0);
     const auto subscribed = [&] { return server.sessions().size() == 1 && server.sessions()[0].subscriptions.size() == 2; };
     ASSERT_TRUE(server.wait_until(subscribed));
+    // An idle link lets the loop sleep: it turns for its timers, never for a socket with nothing to write.
+    const std::size_t turns = client.loop().turns();
+    std::this_thread::sleep_for(100ms);
+    EXPECT_LT(client.loop().turns() - turns, 20u);
 
     for (const auto& [id, reached] : {std::pair{"wifi:wlan0", 1u}, {"wifi", 0u}, {"netmgr", 1u}, {"netmgr.devices", 0u}})
         EXPECT_EQ(server.push_unso(id, Message("status", Params((std::string("for=") + id).c_str()))), reached) << id;
@@ -384,11 +387,9 @@ TEST_F(Transport, ClientLogsInWithAMacAndRecoversFromAnImpostorAMalformedAnswerO
     RawConnection silent(accept_one());
     EXPECT_FALSE(client.send_command(Message("getVersion")));
     EXPECT_TRUE(silent.wait_closed());
-    ASSERT_TRUE(client.wait_until([](const TestClient::Events& e) { return e.connectionChanges.size() >= 6; }));
-    const TestClient::Events events = client.events();
-    EXPECT_EQ(events.logins, 1);
-    EXPECT_EQ(std::vector<bool>(events.connectionChanges.begin(), events.connectionChanges.begin() + 6),
-              (std::vector<bool>{true, false, true, false, true, false}));
+    const std::vector<bool> upAndDown = {true, false, true, false, true, false};
+    EXPECT_TRUE(client.wait_until([&](const TestClient::Events& e) { return e.connectionChanges == upAndDown; }));
+    EXPECT_EQ(client.events().logins, 1);
     close(listener);
 }
 
@@ -571,6 +572,7 @@ TEST_F(Transport, MisusingTheLoopIsRefusedWithAReason)
     IPCEndpointClient client;
     IPCEndpointClient other;
     LogCapture log;
+    EXPECT_EQ(server.push_unso("wifi", Message("status")), 0u) << "not listening: nobody to reach";
     ASSERT_TRUE(loop.add_client("client", &client));
     ASSERT_TRUE(loop.connect_client("xmls", "stream", address, "client", 0, ""));
     const std::pair<bool, const char*> misuses[] = {

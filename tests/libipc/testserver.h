@@ -13,7 +13,6 @@
 
 #include <atomic>
 #include <functional>
-#include <string>
 #include <vector>
 
 // An in-process backend for tests: a server endpoint on its own manager thread that accepts the

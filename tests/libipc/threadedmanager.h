@@ -3,6 +3,7 @@
 
 #include "ipcmanager.h"
 
+#include <atomic>
 #include <chrono>
 #include <functional>
 #include <mutex>
@@ -15,6 +16,9 @@ public:
     ~ThreadedManager() override { stop_thread(); }
 
     IPCMutex* get_mutex() override { return &m_mutex; }
+    void user_loop() override { ++m_turns; }
+    // Turns of the loop so far.
+    std::size_t turns() const { return m_turns; }
 
     void start_thread()
     {
@@ -53,6 +57,7 @@ private:
     };
 
     RecursiveMutex m_mutex;
+    std::atomic<std::size_t> m_turns{0};
     std::thread m_thread;
 };
 
