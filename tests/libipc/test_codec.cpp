@@ -5,7 +5,6 @@
 #include <gtest/gtest.h>
 
 #include <functional>
-#include <tuple>
 #include <variant>
 
 using namespace ipc;

@@ -8,7 +8,6 @@
 #include <climits>
 #include <functional>
 #include <limits>
-#include <tuple>
 #include <vector>
 
 using namespace std::string_literals;
