@@ -89,7 +89,6 @@ TEST(Logger, WritesALineOnlyAboveZeroAndUpToItsCategorysThreshold)
                                                "0 2 %ls"}));
 }
 
-constexpr int32_t kIntMin = std::numeric_limits<int32_t>::min();
 constexpr uint32_t kUintMax = std::numeric_limits<uint32_t>::max();
 
 // How `key` reads as int, uint, bool (with default true, then false) and string, with defaults that

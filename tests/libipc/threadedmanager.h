@@ -33,11 +33,10 @@ public:
         IPCManager::stop();
         m_thread.join();
     }
-    // Polls `condition` under the lock until it holds or the time is up.
-    bool wait_until(const std::function<bool()>& condition,
-                    std::chrono::milliseconds timeout = std::chrono::seconds(5))
+    // Polls `condition` under the lock until it holds or five seconds have passed.
+    bool wait_until(const std::function<bool()>& condition)
     {
-        for (const auto deadline = std::chrono::steady_clock::now() + timeout;;
+        for (const auto deadline = std::chrono::steady_clock::now() + std::chrono::seconds(5);;
              std::this_thread::sleep_for(std::chrono::milliseconds(2))) {
             {
                 IPCLockGuard lock(get_mutex());
