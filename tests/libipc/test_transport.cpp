@@ -523,12 +523,13 @@ TEST_F(Transport, PinsTheFirstUnitRefusesAChangedOneHonoursAnExpectedFingerprint
     TemporaryDirectory configuration;
     const std::string knownUnits = configuration.file("orvane/known_units");
     const std::string unit = SocketAddr(kLoopback, port).to_string();
-    // Whether a client expecting `expectedFingerprint` logs in, or, given a reason, is refused with it.
+    // Whether a client expecting `expectedFingerprint` logs in, or, given a reason, is refused with it
+    // before its link counts as up.
     const auto log_in = [&](const std::string& expectedFingerprint, const char* reason = nullptr) {
         LogCapture log;
         TestClient client(knownUnits, expectedFingerprint);
         client.start(ipc::Encoding::Compact, SocketAddr(kLoopback, port));
-        return reason ? log.wait_for_error(reason) && client.events().logins == 0 : client.wait_logins(1);
+        return reason ? log.wait_for_error(reason) && client.events().connectionChanges.empty() : client.wait_logins(1);
     };
     // Comments and other units' lines, even malformed ones, are kept.
     const std::string others = "# units\nother:1 nonsense\n";
