@@ -52,16 +52,15 @@ QTreeWidgetItem* ConfigParser::addNodeItem(const Message& node, QTreeWidget* tre
     return row;
 }
 
-bool ConfigParser::removeNodeItem(const std::string& name, QTreeWidget* tree)
+void ConfigParser::removeNodeItem(const std::string& name, QTreeWidget* tree)
 {
     const QString wanted = QString::fromStdString(name);
     for (int i = 0; i < tree->topLevelItemCount(); ++i) {
         if (nameOf(tree->topLevelItem(i)) == wanted) {
             delete tree->takeTopLevelItem(i);
-            return true;
+            return;
         }
     }
-    return false;
 }
 
 std::vector<std::string> ConfigParser::nodeCommands(const Message& nodeOrGroup)

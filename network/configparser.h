@@ -32,8 +32,8 @@ public:
                         const std::string& parentName);
     // A gray top-level row spanning all columns for a sub-object (a location).
     QTreeWidgetItem* addNodeItem(const Message& node, QTreeWidget* tree);
-    // Deletes the first top-level row of that name; false when there is none.
-    bool removeNodeItem(const std::string& name, QTreeWidget* tree);
+    // Deletes the first top-level row of that name, if any.
+    void removeNodeItem(const std::string& name, QTreeWidget* tree);
 
     static std::vector<std::string> nodeCommands(const Message& nodeOrGroup);
     static bool hasCommand(const std::vector<std::string>& commands, const std::string& name);

@@ -1,33 +1,27 @@
 #include "localwebserver.h"
 
 #include <QFile>
-#include <QHostAddress>
 #include <QSslCertificate>
 #include <QSslKey>
 #include <QSslSocket>
 
 namespace {
 
-QByteArray portalPage(const QString& title)
+// A page, the logo or the TLS certificate and key, from the resources.
+QByteArray resource(const char* name)
 {
-    return QStringLiteral("<html><head><title>%1</title></head><body style=\"font-family: Arial, sans-serif\">"
-                          "<h1><img src=\"/logo.svg\" alt=\"\" style=\"vertical-align: middle\"> Riverside Press Centre</h1>"
-                          "<p>Welcome to the guest network. Sign in to reach the internet.</p><p><a id=\"signin\" "
-                          "href=\"/login\">Sign in with your media pass</a></p><p><a id=\"next\" href=\"/terms\">Terms of use</a>"
-                          "</p><p>Room number: <input id=\"room\" type=\"text\"></p></body></html>")
-        .arg(title.toHtmlEscaped())
-        .toUtf8();
+    QFile file(QStringLiteral(":/testserver/") + name);
+    file.open(QIODevice::ReadOnly);
+    return file.readAll();
 }
 
-const QByteArray kOnlinePage = "<html><head><title>Signed in</title></head><body style=\"font-family: Arial, sans-serif\">"
-                               "<h1>You are online</h1><p>Internet access granted for 24 hours.</p></body></html>";
-// Runs script: writes into the page, then tries to copy a field to the clipboard.
-const QByteArray kScriptPage = "<html><head><title>Script</title></head><body><p id=\"ran\">no</p><input id=\"field\" "
-                               "value=\"from the page\"><script>document.getElementById('ran').textContent = 'yes';"
-                               "document.getElementById('field').select(); document.execCommand('copy');</script></body></html>";
-const QByteArray kLogo = "<svg xmlns=\"http://www.w3.org/2000/svg\" width=\"48\" height=\"48\"><rect width=\"48\" height=\"48\" "
-                         "rx=\"8\" fill=\"#1f5f99\"/><path d=\"M10 34 L24 12 L38 34 Z\" fill=\"#f2b134\"/></svg>";
-const QByteArray kRefusedPage = "<html><head><title>Unauthorized</title></head><body><h1>401 Unauthorized</h1></body></html>";
+void answer(QTcpSocket* socket, const QByteArray& status, const QByteArray& extraHeaders, const QByteArray& body,
+            const QByteArray& type = "text/html; charset=utf-8")
+{
+    socket->write("HTTP/1.1 " + status + "\r\nContent-Type: " + type + "\r\nContent-Length: " + QByteArray::number(body.size()) +
+                  "\r\nConnection: close\r\n" + extraHeaders + "\r\n" + body);
+    socket->disconnectFromHost();
+}
 
 } // namespace
 
@@ -35,12 +29,7 @@ LocalWebServer::LocalWebServer(bool tls, QObject* parent)
     : QTcpServer(parent)
     , m_tls(tls)
 {
-    Q_INIT_RESOURCE(testcert);
-}
-
-bool LocalWebServer::start()
-{
-    return listen(QHostAddress::LocalHost, 0);
+    Q_INIT_RESOURCE(testserver);
 }
 
 QUrl LocalWebServer::url(const QString& path) const
@@ -55,21 +44,12 @@ bool LocalWebServer::slowOpen() const
 
 void LocalWebServer::incomingConnection(qintptr descriptor)
 {
-    QTcpSocket* socket;
-    if (m_tls) {
-        auto* tls = new QSslSocket(this);
-        tls->setSocketDescriptor(descriptor);
-        QFile certificate(QStringLiteral(":/localhost.crt"));
-        QFile key(QStringLiteral(":/localhost.key"));
-        certificate.open(QIODevice::ReadOnly);
-        key.open(QIODevice::ReadOnly);
-        tls->setLocalCertificate(QSslCertificate(certificate.readAll()));
-        tls->setPrivateKey(QSslKey(key.readAll(), QSsl::Rsa));
+    QTcpSocket* socket = m_tls ? new QSslSocket(this) : new QTcpSocket(this);
+    socket->setSocketDescriptor(descriptor);
+    if (auto* tls = qobject_cast<QSslSocket*>(socket)) {
+        tls->setLocalCertificate(QSslCertificate(resource("localhost.crt")));
+        tls->setPrivateKey(QSslKey(resource("localhost.key"), QSsl::Rsa));
         tls->startServerEncryption();
-        socket = tls;
-    } else {
-        socket = new QTcpSocket(this);
-        socket->setSocketDescriptor(descriptor);
     }
     connect(socket, &QTcpSocket::readyRead, this, [this, socket] { readRequest(socket); });
     connect(socket, &QTcpSocket::disconnected, socket, &QObject::deleteLater);
@@ -96,22 +76,15 @@ void LocalWebServer::readRequest(QTcpSocket* socket)
     }
     const QByteArray login = "Basic " + QByteArray(kUser).append(':').append(kPassword).toBase64();
     if (path == QLatin1String("/login") && authorization != login) {
-        answer(socket, "401 Unauthorized", "WWW-Authenticate: Basic realm=\"Press Centre\"\r\n", kRefusedPage);
+        answer(socket, "401 Unauthorized", "WWW-Authenticate: Basic realm=\"Press Centre\"\r\n", resource("refused.html"));
     } else if (path == QLatin1String("/login")) {
         ++m_authorised;
-        answer(socket, "200 OK", QByteArray(), kOnlinePage);
+        answer(socket, "200 OK", QByteArray(), resource("online.html"));
     }
     // Cacheable for an hour: only a cache that outlives the page could spare the next request.
     else if (path == QLatin1String("/logo.svg"))
-        answer(socket, "200 OK", "Cache-Control: max-age=3600\r\n", kLogo, "image/svg+xml");
+        answer(socket, "200 OK", "Cache-Control: max-age=3600\r\n", resource("logo.svg"), "image/svg+xml");
     else
-        answer(socket, "200 OK", QByteArray(), path == QLatin1String("/script") ? kScriptPage : portalPage(path));
-}
-
-void LocalWebServer::answer(QTcpSocket* socket, const QByteArray& status, const QByteArray& extraHeaders,
-                            const QByteArray& body, const QByteArray& type)
-{
-    socket->write("HTTP/1.1 " + status + "\r\nContent-Type: " + type + "\r\nContent-Length: " +
-                  QByteArray::number(body.size()) + "\r\nConnection: close\r\n" + extraHeaders + "\r\n" + body);
-    socket->disconnectFromHost();
+        answer(socket, "200 OK", QByteArray(), path == QLatin1String("/script") ? resource("script.html")
+                                                                : QString::fromUtf8(resource("portal.html")).arg(path.toHtmlEscaped()).toUtf8());
 }

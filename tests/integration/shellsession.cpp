@@ -12,9 +12,8 @@
 bool ShellSession::start(const QStringList& simArguments)
 {
     static int count = 0;
-    const QByteArray address = "/orvane-test-shell-" + QByteArray::number(QCoreApplication::applicationPid()) + "-"
-        + QByteArray::number(++count);
-    qputenv("LIBIPC_LOCAL_ADDR", address);
+    qputenv("LIBIPC_LOCAL_ADDR", "/orvane-test-shell-" + QByteArray::number(QCoreApplication::applicationPid()) + "-"
+                                     + QByteArray::number(++count));
     m_sim = startUnitSim(QStringList{"--no-tcp"} + simArguments, QProcessEnvironment::systemEnvironment());
     if (!m_sim)
         return false;
@@ -28,17 +27,16 @@ bool ShellSession::start(const QStringList& simArguments)
 void ShellSession::key(int keycode)
 {
     QWidget* top = QApplication::activeModalWidget() ? QApplication::activeModalWidget() : m_window.get();
-    sendPlatformKey(top, true, keycode);
-    sendPlatformKey(top, false, keycode);
+    for (bool press : {true, false})
+        sendPlatformKey(top, press, keycode);
     QCoreApplication::processEvents();
 }
 
 void ShellSession::type(const QString& text)
 {
     for (const QChar c : text) {
-        const int keycode = c.toUpper().unicode();
-        sendPlatformKey(m_window.get(), true, keycode, Qt::NoModifier, QString(c));
-        sendPlatformKey(m_window.get(), false, keycode, Qt::NoModifier, QString(c));
+        for (bool press : {true, false})
+            sendPlatformKey(m_window.get(), press, c.toUpper().unicode(), Qt::NoModifier, QString(c));
     }
 }
 
@@ -63,11 +61,6 @@ QString ShellSession::answerQuestion(const std::function<void()>& open, const QL
     // The offscreen platform leaves no window active once the question has closed.
     QApplication::setActiveWindow(m_window.get());
     return text;
-}
-
-QString ShellSession::simEvent(const QString& text)
-{
-    return m_sim->waitForLine(text, kCommandMs);
 }
 
 QString ShellSession::simCommand(const QString& line)

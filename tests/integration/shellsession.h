@@ -38,7 +38,7 @@ public:
     QString answerQuestion(const std::function<void()>& open, const QList<int>& keys);
 
     // The simulator's next line containing `text` (its reports of what it was asked).
-    QString simEvent(const QString& text);
+    QString simEvent(const QString& text) { return m_sim->waitForLine(text, kCommandMs); }
     // A control command, and the console's answer to it.
     QString simCommand(const QString& line);
 

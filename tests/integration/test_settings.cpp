@@ -14,7 +14,6 @@ private slots:
 
     void editWithTheKeypadAndSave()
     {
-        auto* editor = m_shell.screen<EditSetting>(Pane::ScreenEditSetting);
         auto* settings = m_shell.screen<SystemSettings>(Pane::ScreenSystemSettings);
         QTreeWidget* tree = settings->treeSysConfig;
         auto row = [tree] { return tree->findItems("Relaybook Directory", Qt::MatchExactly | Qt::MatchRecursive).value(0); };
@@ -26,7 +25,7 @@ private slots:
         // Down to the row, Enter on Edit, Left toggles the switch (the focus moves to Save), Enter saves.
         QVERIFY(m_shell.pressUntil(Qt::Key_Down, [&] { return tree->currentItem() == row(); }));
         m_shell.key(Qt::Key_Enter);
-        QCOMPARE(editor->labelTitle->text(), QString("Relaybook Directory"));
+        QCOMPARE(m_shell.screen<EditSetting>(Pane::ScreenEditSetting)->labelTitle->text(), QString("Relaybook Directory"));
         m_shell.key(Qt::Key_Left);
         m_shell.key(Qt::Key_Enter);
         QCOMPARE(m_shell.window().pane().currentScreen(), int(Pane::ScreenSystemSettings));

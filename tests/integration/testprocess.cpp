@@ -13,11 +13,6 @@ TestProcess::TestProcess(const QString& program, const QStringList& arguments,
                                                                             : QProcess::ForwardedOutputChannel);
 }
 
-TestProcess::~TestProcess()
-{
-    stop();
-}
-
 bool TestProcess::start()
 {
     m_process.start(m_program, m_arguments);
@@ -50,20 +45,15 @@ void TestProcess::writeLine(const QString& line)
 
 bool TestProcess::stop()
 {
-    if (m_process.state() == QProcess::NotRunning)
-        return m_process.exitStatus() == QProcess::NormalExit && m_process.exitCode() == 0;
-    m_process.terminate();
-    if (!m_process.waitForFinished(10000)) {
-        m_process.kill();
-        m_process.waitForFinished(5000);
-        return false;
+    if (m_process.state() != QProcess::NotRunning) {
+        m_process.terminate();
+        if (!m_process.waitForFinished(10000)) {
+            m_process.kill();
+            m_process.waitForFinished(5000);
+            return false;
+        }
     }
     return m_process.exitStatus() == QProcess::NormalExit && m_process.exitCode() == 0;
-}
-
-QString TestProcess::transcript() const
-{
-    return m_lines.join('\n');
 }
 
 std::unique_ptr<TestProcess> startUnitSim(const QStringList& arguments, const QProcessEnvironment& environment)

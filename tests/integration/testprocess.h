@@ -14,7 +14,7 @@ public:
                 QProcess::ProcessChannel readChannel);
     TestProcess(const TestProcess&) = delete;
     TestProcess& operator=(const TestProcess&) = delete;
-    ~TestProcess();
+    ~TestProcess() { stop(); }
 
     bool start();
     // Reads lines until one contains `text` and returns it; an empty string on time-out or exit.
@@ -23,7 +23,7 @@ public:
     // SIGTERM, then SIGKILL if it lingers. True when it ended by itself with exit code 0.
     bool stop();
     // Every line read so far, for failure messages.
-    QString transcript() const;
+    QString transcript() const { return m_lines.join('\n'); }
 
 private:
     QProcess m_process;

@@ -4,7 +4,9 @@
 #include "codec.h"
 #include "ipcinstances.h"
 
+#include <QComboBox>
 #include <QMutexLocker>
+#include <QPixmap>
 #include <QTreeWidget>
 #include <QtTest>
 
@@ -12,8 +14,8 @@
 #include <string>
 #include <vector>
 
-// Answers from the backend, fed straight into the shared client's cache, and the requests that
-// leave it.
+// Answers from the backend, fed straight into the shared client's cache, the requests that leave
+// it, and the keypad.
 namespace cachefeeder {
 
 // An xmls message, as the scenario files write them.
@@ -26,19 +28,45 @@ inline Message parse(const std::string& xmls)
     return msg;
 }
 
-// An option description: xmls, or the params of an "option" in the text syntax.
-inline Message option(const std::string& text)
+// A message in short: its params in the text syntax of Params, then its children.
+inline Message msg(const std::string& name, const std::string& params = "", std::initializer_list<Message> children = {})
 {
-    return text.rfind('<', 0) == 0 ? parse(text) : Message("option", Params(text.c_str()));
+    Message message(name, Params(params.c_str()));
+    for (const Message& child : children)
+        message.add_child(child);
+    return message;
 }
 
-// A list answer such as "systemOpts", one option description per entry.
-inline Message optionList(const std::string& name, std::initializer_list<const char*> options)
+// A message on one line, "name key=value ... {child} ...", keys in order, every value as text.
+inline std::string line(const Message& message, bool withSeq = false)
 {
-    Message list(name);
-    for (const char* text : options)
-        list.add_child(option(text));
-    return list;
+    std::string text = message.name;
+    for (const auto& entry : message.params().values()) {
+        if (withSeq || entry.first != "seq")
+            text += " " + entry.first + "=" + message.params().get_string(entry.first, "");
+    }
+    for (std::size_t i = 0; i < message.child_count(); ++i)
+        text += " {" + line(message.child(i), withSeq) + "}";
+    return text;
+}
+
+// Rows of a data table, one a line: the row's name, then one text column each, split by " | ".
+inline void table(std::initializer_list<const char*> columns, const char* rows)
+{
+    for (const char* column : columns)
+        QTest::addColumn<QString>(column);
+    for (const QString& row : QString(rows).split('\n', Qt::SkipEmptyParts)) {
+        const QStringList cells = (row + ' ').split(" | ");
+        QTestData& data = QTest::newRow(qPrintable(cells.value(0).trimmed()));
+        for (int i = 1; i <= int(columns.size()); ++i)
+            data << cells.value(i).trimmed();
+    }
+}
+
+// A text column of the current row of a table().
+inline QString cell(const char* column)
+{
+    return *static_cast<const QString*>(QTest::qData(column, qMetaTypeId<QString>()));
 }
 
 // The same tree as RequestLog::lastTree() gives, from xmls text.
@@ -60,25 +88,46 @@ inline void answer(const std::string& seq, const std::string& xmls)
     answer(seq, parse(xmls));
 }
 
-// A settings tree as "Group: Row=Text, ...": "~" before grey rows, "?" before rows neither grey
-// nor black, "(b)" after bold ones.
-inline QString outline(const QTreeWidget* tree)
+// A tree's rows, each child after its parent with a leading blank: "text=value" (no "=" without a
+// value), then marks: * bold, ~ grey, ? coloured otherwise, - hidden, + open, # selected.
+inline QString treeText(const QTreeWidget* tree)
 {
-    const auto mark = [](const QTreeWidgetItem* item) {
+    const auto row = [](const QTreeWidgetItem* item) {
         const QColor colour = item->foreground(0).color();
         const bool same = item->foreground(1).color() == colour;
-        const QString tint = same && colour == QColor(128, 128, 128) ? "~" : same && colour == Qt::black ? "" : "?";
-        const bool bold = item->font(0).bold() && item->font(1).bold();
-        return tint + item->text(0) + (item->parent() ? "=" + item->text(1) + (bold ? "(b)" : "") : QString());
+        const std::pair<bool, const char*> marks[] = {{item->font(0).bold() && item->font(1).bold(), "*"},
+            {same && colour == QColor(128, 128, 128), "~"}, {!same || (colour != Qt::black && colour != QColor(128, 128, 128)), "?"},
+            {item->isHidden(), "-"}, {item->childCount() && item->isExpanded(), "+"}, {item->isSelected(), "#"}};
+        QString text = item->text(0) + (item->text(1).isEmpty() ? "" : "=" + item->text(1));
+        for (const auto& [on, mark] : marks)
+            text += on ? mark : "";
+        return text;
     };
-    QStringList groups;
-    for (int g = 0; g < tree->topLevelItemCount(); ++g) {
-        QStringList rows;
-        for (int o = 0; o < tree->topLevelItem(g)->childCount(); ++o)
-            rows << mark(tree->topLevelItem(g)->child(o));
-        groups << mark(tree->topLevelItem(g)) + ": " + rows.join(", ");
+    QStringList rows;
+    for (int i = 0; i < tree->topLevelItemCount(); ++i) {
+        rows << row(tree->topLevelItem(i));
+        for (int c = 0; c < tree->topLevelItem(i)->childCount(); ++c)
+            rows << " " + row(tree->topLevelItem(i)->child(c));
     }
-    return groups.join(" | ");
+    return rows.join(',');
+}
+
+// Keypad keys by name, each pressed and released on `screen`, then the events they posted; "Popup"
+// opens `list` first.
+template <class Screen>
+void pressKeys(Screen& screen, const QString& keys, QComboBox* list = nullptr)
+{
+    const QMap<QString, int> codes{{"Left", Qt::Key_Left}, {"Right", Qt::Key_Right}, {"Up", Qt::Key_Up},
+                                   {"Down", Qt::Key_Down}, {"Enter", Qt::Key_Enter}};
+    for (const QString& key : keys.split(' ', Qt::SkipEmptyParts)) {
+        if (key == "Popup" && list) {
+            list->showPopup();
+            continue;
+        }
+        screen.handleKey(codes.value(key), true, false);
+        screen.handleKey(codes.value(key), false, false);
+        QCoreApplication::processEvents();
+    }
 }
 
 // Records every request from construction to destruction.
@@ -93,6 +142,15 @@ public:
     RequestLog& operator=(const RequestLog&) = delete;
 
     const std::vector<Message>& requests() const { return m_requests; }
+
+    // Every request, one a line (see line()), joined by "; ".
+    QString sent(bool withSeq = false) const
+    {
+        QStringList lines;
+        for (const Message& request : m_requests)
+            lines << QString::fromStdString(line(request, withSeq));
+        return lines.join("; ");
+    }
 
     // The last request as a readable tree, without "seq" (the client's own business).
     std::string lastTree() const
@@ -109,5 +167,41 @@ private:
 };
 
 } // namespace cachefeeder
+
+// The network manager's messages as the unit sends them, into the shared client.
+namespace netfeeder {
+
+using cachefeeder::msg;
+
+// A notification under its subscription id ("cfgStatus:netmgr.devices.eth0", "wifi:wlan0").
+inline void notify(const std::string& id, const Message& msg)
+{
+    QMutexLocker lock(g_ipcClient.mutex());
+    g_ipcClient.process_unso_id(id, msg);
+}
+
+// A device's status notification: its fields in the text syntax of Params.
+inline void status(const std::string& id, const std::string& fields)
+{
+    notify("cfgStatus:netmgr.devices." + id, msg("node", "name=" + id + " " + fields));
+}
+
+// A change in the configuration tree: "add", "delete" or "value" (with the new display value).
+inline void data(const std::string& name, const std::string& type, const std::string& display = "")
+{
+    notify("cfgData:" + name, msg("data", "name=" + name + " type=" + type, {msg("descr", "display_value=\"" + display + "\"")}));
+}
+
+// Which of the five signal bars icons `pixmap` is; -1 for none.
+inline int barsOf(const QPixmap& pixmap)
+{
+    for (int level = 0; level < 5; ++level) {
+        if (pixmap.toImage() == QPixmap(QStringLiteral(":/icons/signal_strength_%1.png").arg(level)).toImage())
+            return level;
+    }
+    return -1;
+}
+
+} // namespace netfeeder
 
 #endif

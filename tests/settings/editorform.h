@@ -6,7 +6,8 @@
 #include <QStringList>
 
 // The option editor form both editors share, as one line: the page on show with its input ("*"
-// before the current entry of a list), then "(current/default)" as labelled.
+// before the current entry of a list), "(current/default)" as labelled, the codec's details on the
+// codec page, then the buttons that can be pressed.
 inline QString editorState(const Ui::EditSetting& e)
 {
     const QWidget* page = e.stackEdit->isHidden() ? nullptr : e.stackEdit->currentWidget();
@@ -25,7 +26,9 @@ inline QString editorState(const Ui::EditSetting& e)
             items << (i == combo->currentIndex() ? "*" : "") + combo->itemText(i) + "=" + combo->itemData(i).toString();
         input = (page == e.pageCodec ? "codec " : "select ") + items.join(", ");
     }
-    return input + " (" + e.labelCurrentValue->text() + "/" + e.labelDefaultValue->text() + ")";
+    const QString details = " [" + e.labelCodecDescription->text() + " " + e.labelCodecQuality->text() + " " + e.labelCodecDelay->text() + "]";
+    return input + " (" + e.labelCurrentValue->text() + "/" + e.labelDefaultValue->text() + ")" + (page == e.pageCodec ? details : "")
+           + (e.buttonSave->isEnabled() ? " save" : "") + (e.buttonDefault->isEnabled() ? " default" : "");
 }
 
 #endif

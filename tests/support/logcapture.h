@@ -3,6 +3,7 @@
 
 #include "logger.h"
 
+#include <algorithm>
 #include <chrono>
 #include <mutex>
 #include <string>
@@ -18,7 +19,6 @@ public:
         m_previous = g_log.set_sink([this](unsigned int, LOG_LEVEL level, const std::string& line) {
             std::lock_guard<std::mutex> lock(m_mutex);
             m_all += line + '\n';
-            ++m_lines;
             if (level == LOG_ERROR)
                 m_errors += line + '\n';
         });
@@ -35,8 +35,8 @@ public:
     }
     std::size_t lineCount()
     {
-        std::lock_guard<std::mutex> lock(m_mutex);
-        return m_lines;
+        const std::string text = all();
+        return std::count(text.begin(), text.end(), '\n');
     }
 
     // Polls for up to five seconds for an error line containing `text`.
@@ -56,7 +56,6 @@ private:
     std::mutex m_mutex;
     std::string m_all;
     std::string m_errors;
-    std::size_t m_lines = 0;
 };
 
 #endif

@@ -22,10 +22,8 @@ inline bool clickPickBoard(const PickBoard& board, const QStringList& labels)
 {
     for (const QString& label : labels) {
         KeyButton* b = pickBoardButton(board, label);
-        if (!b) {
-            qWarning("no key %s on the shown page", qPrintable(label));
-            return false;
-        }
+        if (!b)
+            return QTest::qVerify(false, "key on the shown page", qPrintable(label), __FILE__, __LINE__);
         QTest::mouseClick(b, Qt::LeftButton);
     }
     return true;
