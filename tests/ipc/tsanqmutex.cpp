@@ -42,15 +42,6 @@ void QMutex::lock() QT_MUTEX_LOCK_NOEXCEPT
     __tsan_acquire(this);
 }
 
-bool QMutex::tryLock(int timeout) QT_MUTEX_LOCK_NOEXCEPT
-{
-    static const auto forward = qtCore<bool (*)(QMutex*, int)>("_ZN6QMutex7tryLockEi");
-    const bool locked = forward(this, timeout);
-    if (locked)
-        __tsan_acquire(this);
-    return locked;
-}
-
 void QMutex::unlock() noexcept
 {
     static const auto forward = qtCore<void (*)(QMutex*)>("_ZN6QMutex6unlockEv");
@@ -63,15 +54,6 @@ void QBasicMutex::lockInternal() QT_MUTEX_LOCK_NOEXCEPT
     static const auto forward = qtCore<void (*)(QBasicMutex*)>("_ZN11QBasicMutex12lockInternalEv");
     forward(this);
     __tsan_acquire(this);
-}
-
-bool QBasicMutex::lockInternal(int timeout) QT_MUTEX_LOCK_NOEXCEPT
-{
-    static const auto forward = qtCore<bool (*)(QBasicMutex*, int)>("_ZN11QBasicMutex12lockInternalEi");
-    const bool locked = forward(this, timeout);
-    if (locked)
-        __tsan_acquire(this);
-    return locked;
 }
 
 void QBasicMutex::unlockInternal() noexcept

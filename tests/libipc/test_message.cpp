@@ -1,59 +1,132 @@
 #include "logcapture.h"
 #include "message.h"
+#include "socketaddr.h"
+#include "strutil.h"
 
 #include <gtest/gtest.h>
 
+#include <climits>
 #include <functional>
 #include <limits>
-#include <optional>
 #include <vector>
 
 using namespace std::string_literals;
 
 namespace {
 
-constexpr int32_t kIntMin = std::numeric_limits<int32_t>::min();
+// Recorded while this file's static objects are constructed: g_log must already be usable then.
+struct EarlyLogUser {
+    EarlyLogUser() : thresholdSeen(g_log.log_level(0)) { g_log.set_log_level(9, LOG_INFO); }
+    LOG_LEVEL thresholdSeen;
+};
+const EarlyLogUser g_earlyLogUser;
+
+TEST(StrUtil, SplitsUpperCasesReadsWholeDecimalsAndNamesSocketAddresses)
+{
+    using Fields = std::vector<std::string>;
+    EXPECT_EQ(split("a,,b", ","), (Fields{"a", "", "b"}));
+    EXPECT_EQ(split("", ","), Fields{""});
+    EXPECT_EQ(split("a,b;c", ",;"), (Fields{"a", "b", "c"}));
+    EXPECT_EQ(split("a,b", ""), Fields{"a,b"});
+    EXPECT_EQ(str_uc("gui_debug 1-z\xc3\xa9"), "GUI_DEBUG 1-Z\xc3\xa9");
+    const std::pair<const char*, int> cases[] = {
+        {"-17", -17}, {"+5", 5}, {"  \t12", 12}, {"-2147483648", INT_MIN}, {"2147483648", 0},
+        {"", 0}, {"-", 0}, {"+-5", 0}, {"12abc", 0}, {"12 ", 0}, {"0x10", 0}};
+    for (const auto& [text, value] : cases)
+        EXPECT_EQ(str_to_int(text), value) << '"' << text << '"';
+    EXPECT_EQ(int_to_str(INT_MIN), "-2147483648");
+    // Socket addresses: local paths, and TCP hosts with the default port.
+    const std::tuple<const char*, int, const char*, bool> addresses[] = {
+        {"/com/halvik/orvane", 0, "/com/halvik/orvane", true}, {"192.168.1.20", 0, "192.168.1.20:47710", false},
+        {"unit.local", 5000, "unit.local:5000", false}, {"::1", 0, "[::1]:47710", false}};
+    for (const auto& [host, port, text, local] : addresses)
+        EXPECT_EQ(std::make_pair(SocketAddr(host, port).to_string(), SocketAddr(host, port).is_local()),
+                  std::make_pair(std::string(text), local));
+}
+
+// Without a sink a logger writes "<level> <text>" on stderr; with one, it hands it the line.
+TEST(Logger, WritesALineOnlyAboveZeroAndUpToItsCategorysThreshold)
+{
+    // g_log is ready before the dynamic initialisation of other files.
+    EXPECT_EQ(g_earlyLogUser.thresholdSeen, LOG_ERROR);
+    EXPECT_EQ(g_log.log_level(9), LOG_INFO) << "a later constructor run must not reset what was set";
+    testing::internal::CaptureStderr();
+    Logger plain;
+    plain.clog(3, LOG_CRITICAL, "fatal");
+    plain.log(LOG_DEBUG, "not written");
+    plain.log(LOG_ERROR, "%s", "error");
+    EXPECT_EQ(testing::internal::GetCapturedStderr(), "1 fatal\n2 error\n");
+    Logger logger;
+    std::vector<std::string> lines;
+    logger.set_sink([&lines](unsigned int category, LOG_LEVEL level, const std::string& text) {
+        lines.push_back(std::to_string(category) + ' ' + std::to_string(level) + ' ' + text);
+    });
+    // Category set and its threshold, category and level of the line, whether it is written.
+    const std::tuple<unsigned int, LOG_LEVEL, unsigned int, LOG_LEVEL, bool> cases[] = {
+        {0, LOG_ERROR, 0, LOG_ERROR, true},    {0, LOG_ERROR, 0, LOG_WARNING, false},
+        {0, LOG_DEBUG, 0, LOG_NONE, false},    {5, LOG_DEBUG, 5, LOG_INFO, true},
+        {5, LOG_DEBUG, 6, LOG_INFO, false},    {0, LOG_ERROR, 5, LOG_INFO, false},
+        {31, LOG_INFO, 31, LOG_INFO, true},    {0, LOG_DEBUG, 32, LOG_DEBUG, true},
+        {0, LOG_DEBUG, 4000, LOG_VERBOSE, true}, {32, LOG_INFO, 0, LOG_INFO, true},
+        {32, LOG_INFO, 1, LOG_INFO, false}};
+    for (const auto& [setCategory, threshold, lineCategory, lineLevel, written] : cases) {
+        logger.set_log_level(LOG_ERROR);
+        logger.set_log_level(setCategory, threshold);
+        lines.clear();
+        logger.clog(lineCategory, lineLevel, "line %d", 1);
+        EXPECT_EQ(lines.size(), written ? 1u : 0u) << setCategory << ' ' << lineCategory;
+        // What callers ask before building a costly line.
+        EXPECT_EQ(logger.enabled(lineCategory, lineLevel), written);
+    }
+    const std::string longText(5000, 'x');
+    lines.clear();
+    logger.log(LOG_ERROR, "state %s -> %d", "IPC_READY", 2);
+    logger.clog(7, LOG_CRITICAL, "%05.1f|%-3s|<%s>", 3.14159, "x", longText.c_str());
+    // A format that cannot be printed is written as it stands.
+    logger.log(LOG_ERROR, "%s", "");
+    logger.log(LOG_ERROR, "%ls", L"\u0100");
+    EXPECT_EQ(lines, (std::vector<std::string>{"0 2 state IPC_READY -> 2", "7 1 003.1|x  |<" + longText + '>', "0 2 ",
+                                               "0 2 %ls"}));
+}
+
 constexpr uint32_t kUintMax = std::numeric_limits<uint32_t>::max();
+
+// How `key` reads as int, uint, bool (with default true, then false) and string, with defaults that
+// no case stores.
+std::string reads(const Params& params, const std::string& key)
+{
+    return std::to_string(params.get_int(key, -77)) + ' ' + std::to_string(params.get_uint(key, 77u)) + ' '
+        + "ft"[params.get_bool(key, true)] + "ft"[params.get_bool(key, false)] + ' ' + params.get_string(key, "default");
+}
 
 TEST(Params, ReadsConvertWhereTheMeaningIsPlainElseGiveTheDefault)
 {
-    // A stored value and how it reads as int, uint, bool and string; nullopt: the caller's default.
-    const std::tuple<ParamValue, std::optional<int32_t>, std::optional<uint32_t>, std::optional<bool>, std::string> cases[] = {
-        {"-5"s, -5, {}, {}, "-5"}, {"1"s, 1, 1u, true, "1"}, {"42x"s, {}, {}, {}, "42x"},
-        {"4294967296"s, {}, {}, {}, "4294967296"}, {int32_t{-1}, -1, {}, true, "-1"},
-        {kUintMax, {}, kUintMax, true, "4294967295"}};
-    for (const auto& [stored, asInt, asUint, asBool, asString] : cases) {
+    const std::pair<ParamValue, std::string> cases[] = {
+        {"-5"s, "-5 77 tf -5"}, {"1"s, "1 1 tt 1"}, {"42x"s, "-77 77 tf 42x"}, {"4294967296"s, "-77 77 tf 4294967296"},
+        {int32_t{-1}, "-1 77 tt -1"}, {kUintMax, "-77 4294967295 tt 4294967295"}};
+    for (const auto& [stored, expected] : cases) {
         Params params;
         params.set("k", stored);
-        EXPECT_EQ(params.get_int("k", -77), asInt.value_or(-77)) << asString;
-        EXPECT_EQ(params.get_uint("k", 77u), asUint.value_or(77u)) << asString;
-        EXPECT_EQ(params.get_bool("k", true), asBool.value_or(true)) << asString;
-        EXPECT_EQ(params.get_bool("k", false), asBool.value_or(false)) << asString;
-        EXPECT_EQ(params.get_string("k", "default"), asString);
-        EXPECT_EQ(params.get_string("absent", "x"), "x");
-        EXPECT_EQ(params.get_int("absent", -3), -3);
-        EXPECT_EQ(params.get_uint("absent", 9u), 9u);
-        EXPECT_TRUE(params.get_bool("absent", true));
+        EXPECT_EQ(reads(params, "k"), expected);
+        EXPECT_EQ(reads(params, "absent"), "-77 77 tf default");
     }
 }
 
+// Text, the parsed items as a dump shows them, and how many malformed items were skipped, each with a log line.
 TEST(Params, TextIsParsedIntoItemsAndEachMalformedOneSkippedWithALogLine)
 {
-    const std::tuple<const char*, std::vector<std::pair<std::string, ParamValue>>, std::size_t> cases[] = {
+    const std::tuple<const char*, const char*, std::size_t> cases[] = {
         {"path=netmgr.devices depth:u=2 label=\"Studio A\" up:b=true",
-         {{"path", "netmgr.devices"s}, {"depth", uint32_t{2}}, {"label", "Studio A"s}, {"up", true}}, 0},
-        {"a:i=-2147483648 b:u=4294967295 e:s=x", {{"a", kIntMin}, {"b", kUintMax}, {"e", "x"s}}, 0},
-        {R"(q="say \"hi\" \\ ok" raw=a\b)", {{"q", R"(say "hi" \ ok)"s}, {"raw", R"(a\b)"s}}, 0},
-        {"  empty=\t\teq=a=b k=1 k=2", {{"empty", ""s}, {"eq", "a=b"s}, {"k", "2"s}}, 0},
-        {nullptr, {}, 0},
-        {"neg:u=-1 big:i=2147483648 bad:i=abc ok:i=1", {{"ok", int32_t{1}}}, 3},
-        {"flag:b=yes novalue =x t:x=1 good=1 open=\"never closed", {{"good", "1"s}}, 5}};
+         R"(depth:u=2 label:s="Studio A" path:s="netmgr.devices" up:b=true)", 0},
+        {"a:i=-2147483648 b:u=4294967295 e:s=x", R"(a:i=-2147483648 b:u=4294967295 e:s="x")", 0},
+        {R"(q="say \"hi\" \\ ok" raw=a\b)", R"(q:s="say \"hi\" \\ ok" raw:s="a\\b")", 0},
+        {"  empty=\t\teq=a=b k=1 k=2", R"(empty:s="" eq:s="a=b" k:s="2")", 0},
+        {nullptr, "", 0},
+        {"neg:u=-1 big:i=2147483648 bad:i=abc ok:i=1", "ok:i=1", 3},
+        {"flag:b=yes novalue =x t:x=1 good=1 open=\"never closed", R"(good:s="1")", 5}};
     for (const auto& [text, items, skipped] : cases) {
         LogCapture log;
-        Params expected;
-        for (const auto& [key, value] : items)
-            expected.set(key, value);
-        EXPECT_EQ(Params(text), expected) << (text ? text : "(null)");
+        EXPECT_EQ(Message("m", Params(text)).dump_text(), "m" + std::string(*items ? " " : "") + items + "\n");
         EXPECT_EQ(log.lineCount(), skipped) << (text ? text : "(null)");
     }
     const Params left("a=1 b=2");

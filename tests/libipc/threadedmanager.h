@@ -3,6 +3,7 @@
 
 #include "ipcmanager.h"
 
+#include <atomic>
 #include <chrono>
 #include <functional>
 #include <mutex>
@@ -12,29 +13,50 @@
 // in the program.
 class ThreadedManager : public IPCManager {
 public:
-    ThreadedManager() = default;
-    ~ThreadedManager() override;
+    ~ThreadedManager() override { stop_thread(); }
 
     IPCMutex* get_mutex() override { return &m_mutex; }
+    void user_loop() override { ++m_turns; }
+    // Turns of the loop so far.
+    std::size_t turns() const { return m_turns; }
 
-    void start_thread();
+    void start_thread()
+    {
+        if (!m_thread.joinable())
+            m_thread = std::thread([this] { event_loop(); });
+    }
     // Stops the loop and joins the thread; endpoints stay registered.
-    void stop_thread();
-    // Polls `condition` under the lock until it holds or the time is up.
-    bool wait_until(const std::function<bool()>& condition,
-                    std::chrono::milliseconds timeout = std::chrono::seconds(10));
+    void stop_thread()
+    {
+        if (!m_thread.joinable())
+            return;
+        IPCManager::stop();
+        m_thread.join();
+    }
+    // Polls `condition` under the lock until it holds or five seconds have passed.
+    bool wait_until(const std::function<bool()>& condition)
+    {
+        for (const auto deadline = std::chrono::steady_clock::now() + std::chrono::seconds(5);;
+             std::this_thread::sleep_for(std::chrono::milliseconds(2))) {
+            {
+                IPCLockGuard lock(get_mutex());
+                if (condition())
+                    return true;
+            }
+            if (std::chrono::steady_clock::now() >= deadline)
+                return false;
+        }
+    }
 
 private:
-    class RecursiveMutex : public IPCMutex {
-    public:
-        void lock() override { m_mutex.lock(); }
-        void unlock() override { m_mutex.unlock(); }
-
-    private:
-        std::recursive_mutex m_mutex;
+    struct RecursiveMutex : IPCMutex {
+        void lock() override { mutex.lock(); }
+        void unlock() override { mutex.unlock(); }
+        std::recursive_mutex mutex;
     };
 
     RecursiveMutex m_mutex;
+    std::atomic<std::size_t> m_turns{0};
     std::thread m_thread;
 };
 
