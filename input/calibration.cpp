@@ -1,12 +1,11 @@
 #include "calibration.h"
 
-#include "instructiontext.h"
-
 #include <qwsmousehandler.h>
 #include <qwsserver.h>
 
 #include <QGuiApplication>
 #include <QMouseEvent>
+#include <QPainter>
 #include <QScreen>
 
 namespace {
@@ -64,8 +63,17 @@ void Calibration::paintEvent(QPaintEvent*)
     QPainter painter(this);
     painter.fillRect(rect(), Qt::blue);
 
-    drawInstructionText(painter, 220, tr("Press each point to calibrate touchscreen."),
-                        tr("%1 points remaining...").arg(kPoints - m_pressCount), tr("Press F2 to abort."));
+    painter.setPen(Qt::white);
+    painter.setFont(QFont(QStringLiteral("arial"), 8, QFont::Normal));
+    painter.drawText(QRect(10, 50, 220, 16), Qt::AlignCenter, tr("Press each point to calibrate touchscreen."));
+
+    painter.setPen(Qt::cyan);
+    painter.setFont(QFont(QStringLiteral("arial"), 10, QFont::Bold));
+    painter.drawText(QRect(10, 270, 220, 16), Qt::AlignCenter,
+                     tr("%1 points remaining...").arg(kPoints - m_pressCount));
+
+    painter.setPen(Qt::red);
+    painter.drawText(QRect(10, 300, 220, 16), Qt::AlignCenter, tr("Press F2 to abort."));
 
     // Between the last touch and the dialog closing there is no target left.
     if (m_pressCount == kPoints)

@@ -1,7 +1,5 @@
 #include "scribblewidget.h"
 
-#include "instructiontext.h"
-
 #include <QMouseEvent>
 #include <QPainter>
 
@@ -43,8 +41,18 @@ void ScribbleWidget::paintEvent(QPaintEvent*)
 {
     QPainter painter(this);
     painter.drawImage(0, 0, m_image);
-    drawInstructionText(painter, width() - 10, tr("Test calibration by drawing on the screen."),
-                        tr("Window will close in 15 seconds..."), tr("Press F2 if done."));
+    const int w = width();
+
+    painter.setPen(Qt::white);
+    painter.setFont(QFont(QStringLiteral("arial"), 8, QFont::Normal));
+    painter.drawText(QRect(10, 50, w - 10, 16), Qt::AlignCenter, tr("Test calibration by drawing on the screen."));
+
+    painter.setPen(Qt::cyan);
+    painter.setFont(QFont(QStringLiteral("arial"), 10, QFont::Bold));
+    painter.drawText(QRect(10, 270, w - 10, 16), Qt::AlignCenter, tr("Window will close in 15 seconds..."));
+
+    painter.setPen(Qt::red);
+    painter.drawText(QRect(10, 300, w - 10, 16), Qt::AlignCenter, tr("Press F2 if done."));
 }
 
 void ScribbleWidget::drawLineTo(const QPoint& end)
