@@ -423,7 +423,7 @@ TEST_F(Transport, ACaptureHoldsOnlyEncryptedRecordsAndARelayedLoginFails)
         secrets.push_back((*found)[2]);
     ASSERT_EQ(secrets.size(), 9u);
 
-    // Whole records, the hello first, then only application data and change-cipher-spec.
+    // Whole records, the hello first, then only application data and cipher changes.
     for (const std::string& stream : {tap.toServer(), tap.toClient()}) {
         for (const std::string& secret : secrets)
             EXPECT_EQ(stream.find(secret), std::string::npos) << secret;
