@@ -6,13 +6,11 @@
 #include <QTemporaryDir>
 #include <QtTest>
 
-namespace {
-const int kLoginMs = 20000;
-const int kCommandMs = 10000;
-} // namespace
-
 class TestUnitSim : public QObject {
     Q_OBJECT
+
+    static constexpr int kLoginMs = 20000;
+    static constexpr int kCommandMs = 10000;
 
     QTemporaryDir m_home;
 
@@ -28,14 +26,6 @@ class TestUnitSim : public QObject {
             environment.remove(variable);
         return environment;
     }
-    static bool loggedIn(TestProcess& orvane)
-    {
-        const bool ready = !orvane.waitForLine("ipcChangedState 2", kLoginMs).isEmpty();
-        if (!ready)
-            qWarning("%s", qPrintable(orvane.transcript()));
-        return ready;
-    }
-
 private slots:
     // The unit's password comes from its command line, else REMOTE_UI_PASS (the local run takes
     // the default); the program gives the one it finds in REMOTE_UI_PASS. A remote unit listens on
@@ -59,7 +49,8 @@ private slots:
         environment.insert("REMOTE_UI_PASS", password);
         TestProcess orvane("orvane", QStringList(), environment, QProcess::StandardError);
         QVERIFY(orvane.start());
-        QVERIFY(loggedIn(orvane));
+        const bool ready = !orvane.waitForLine("ipcChangedState 2", kLoginMs).isEmpty();
+        QVERIFY2(ready, qPrintable(orvane.transcript()));
     }
 
     void notifiesOnlySubscribedSessions()
@@ -69,7 +60,8 @@ private slots:
         QVERIFY(sim);
         TestProcess orvane("orvane", QStringList(), environment, QProcess::StandardError);
         QVERIFY(orvane.start());
-        QVERIFY(loggedIn(orvane));
+        const bool ready = !orvane.waitForLine("ipcChangedState 2", kLoginMs).isEmpty();
+        QVERIFY2(ready, qPrintable(orvane.transcript()));
         const QList<QPair<QString, int>> sessionsById = {
             {"peer_stats", 1}, {"cfgData:netmgr.devices.eth0", 1}, {"cfgData:netmgr.remote", 0}, {"tun_stats2", 0}};
         for (const auto& [id, sessions] : sessionsById) {

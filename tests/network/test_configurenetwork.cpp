@@ -141,6 +141,20 @@ nothing |  | no | Power=Off-,Region=EU*,Mode=DHCP|Apply Add Scan |
         QCOMPARE(m_screen->tabNetwork->indexOf(m_screen->tabScan), -1);
     }
 
+    // The backend's own location changes: a deleted one goes; an added one is asked for, then
+    // shown last, open and current, the others closed.
+    void locationsFollowTheBackend()
+    {
+        show("wlan0", kWireless);
+        ConfigParser::selectPath(m_screen->treeLocations, "setup.essid");
+        RequestLog log;
+        data("netmgr.devices.wlan0.studio", "delete");
+        data("netmgr.devices.wlan0.lab", "add");
+        answer("networkDeviceLocation", tunnelTree("resp {node name=lab display_name=Lab {group name= {option name=essid display_name=Name display_value=Lab}}}"));
+        QCOMPARE(log.sent() + "|" + treeText(m_screen->treeLocations) + "|" + m_screen->tabNetwork->currentWidget()->objectName(),
+                 QString("cfgDescribe depth=0 path=netmgr.devices.wlan0.lab status=raw|Setup~, Name=Setup,Lab~+#, Name=Lab*|tabLocations"));
+    }
+
     void keypad()
     {
         show("wlan0", kWireless);
