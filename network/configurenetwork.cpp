@@ -197,7 +197,6 @@ void ConfigureNetwork::handleRecvNetworkDeviceLocation(Message msg)
     QTreeWidgetItem* row = treeLocations->topLevelItem(treeLocations->topLevelItemCount() - 1);
     treeLocations->setCurrentItem(row);
     row->setExpanded(true);
-    collapseOthers(treeLocations, row);
     tabNetwork->setCurrentWidget(tabLocations);
 }
 
