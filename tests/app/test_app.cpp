@@ -158,7 +158,7 @@ private slots:
         m_shell = std::make_unique<ShellFixture>();
         // The offline screen comes up by itself shortly after start; the key source is made
         // active after it, or the offline screen would take the activation away meanwhile.
-        QTRY_VERIFY(m_shell->window->offlineScreen().isVisible());
+        QVERIFY(QTest::qWaitFor([this] { return m_shell->window->offlineScreen().isVisible(); }));
         m_keySource = std::make_unique<QWidget>();
         QVERIFY(showActive(m_keySource.get()));
         m_shell->setState(IPCClient::IPC_READY);
