@@ -4,7 +4,7 @@
 #include "chat.h"
 #include "logcapture.h"
 #include "platformkey.h"
-#include "remotestest.h"
+#include "screentest.h"
 
 #include <QScrollBar>
 #include <QTextBlock>

@@ -1,7 +1,7 @@
 #include "aboutwidget.h"
 #include "cachefeeder.h"
 #include "platformkey.h"
-#include "remotestest.h"
+#include "screentest.h"
 
 #include <QFile>
 #include <QScrollBar>

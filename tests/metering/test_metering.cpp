@@ -1,7 +1,7 @@
 #include "bigmeter.h"
 #include "ipcinstances.h"
 #include "metering.h"
-#include "remotestest.h"
+#include "screentest.h"
 #include "smallmeter.h"
 
 #include <QImage>

@@ -4,7 +4,7 @@
 #include "cachefeeder.h"
 #include "grapher.h"
 #include "platformkey.h"
-#include "remotestest.h"
+#include "screentest.h"
 
 #include <QEvent>
 

@@ -3,6 +3,7 @@
 
 #include "codec.h"
 #include "ipcinstances.h"
+#include "screentest.h"
 
 #include <QComboBox>
 #include <QMutexLocker>
@@ -50,16 +51,15 @@ inline std::string line(const Message& message, bool withSeq = false)
     return text;
 }
 
-// Rows of a data table, one a line: the row's name, then one text column each, split by " | ".
+// A data table with a text column each, its rows from textCases() cut at " | " (cells may hold "|").
 inline void table(std::initializer_list<const char*> columns, const char* rows)
 {
     for (const char* column : columns)
         QTest::addColumn<QString>(column);
-    for (const QString& row : QString(rows).split('\n', Qt::SkipEmptyParts)) {
-        const QStringList cells = (row + ' ').split(" | ");
-        QTestData& data = QTest::newRow(qPrintable(cells.value(0).trimmed()));
-        for (int i = 1; i <= int(columns.size()); ++i)
-            data << cells.value(i).trimmed();
+    for (QStringList cells : textCases(rows, " | ")) {
+        QTestData& data = QTest::newRow(qPrintable(cells.takeFirst()));
+        for (int i = 0; i < int(columns.size()); ++i)
+            data << cells.value(i);
     }
 }
 
@@ -117,15 +117,13 @@ inline QString treeText(const QTreeWidget* tree)
 template <class Screen>
 void pressKeys(Screen& screen, const QString& keys, QComboBox* list = nullptr)
 {
-    const QMap<QString, int> codes{{"Left", Qt::Key_Left}, {"Right", Qt::Key_Right}, {"Up", Qt::Key_Up},
-                                   {"Down", Qt::Key_Down}, {"Enter", Qt::Key_Enter}};
     for (const QString& key : keys.split(' ', Qt::SkipEmptyParts)) {
         if (key == "Popup" && list) {
             list->showPopup();
             continue;
         }
-        screen.handleKey(codes.value(key), true, false);
-        screen.handleKey(codes.value(key), false, false);
+        screen.handleKey(keyNamed(key), true, false);
+        screen.handleKey(keyNamed(key), false, false);
         QCoreApplication::processEvents();
     }
 }

@@ -1,5 +1,5 @@
-#ifndef REMOTESTEST_H
-#define REMOTESTEST_H
+#ifndef SCREENTEST_H
+#define SCREENTEST_H
 
 #include <QApplication>
 #include <QKeySequence>
@@ -9,38 +9,41 @@
 
 #include <array>
 
-// The rows of a data-driven test written as text: one case a line, "tag | cell | cell ...", a
-// line indented deeper than the first going on with the case above.
-inline void rows(const char* table)
+// The cases of a data-driven test written as text, one a line: "tag | cell | cell ...", cut at
+// `separator` and trimmed; a line indented deeper than the first goes on with the case above.
+inline QList<QStringList> textCases(const char* table, const QString& separator)
 {
-    QStringList lines;
+    QList<QStringList> cases;
     int indent = -1;
-    for (const QString& line : QString(table).split('\n')) {
+    for (QString line : QString(table).split('\n')) {
         const int depth = line.indexOf(QRegularExpression("\\S"));
         if (depth < 0)
             continue;
         if (indent < 0)
             indent = depth;
-        if (depth > indent && !lines.isEmpty())
-            lines.last() += ' ' + line.trimmed();
-        else
-            lines << line.trimmed();
+        if (depth > indent && !cases.isEmpty())
+            line = cases.takeLast().join(separator) + ' ' + line.trimmed();
+        cases << (line + ' ').split(separator).replaceInStrings(QRegularExpression("^\\s+|\\s+$"), "");
     }
-    QTest::addColumn<QStringList>("cells");
-    for (const QString& line : lines) {
-        QStringList cells = line.split('|');
-        QTest::newRow(qPrintable(cells.takeFirst().trimmed())) << cells;
-    }
+    return cases;
 }
 
-// The current row's cells, trimmed, with \n and \t as in C; missing ones are empty.
+// The rows of a data-driven test, textCases() cut at "|", read back by cells().
+inline void rows(const char* table)
+{
+    QTest::addColumn<QStringList>("cells");
+    for (QStringList cells : textCases(table, "|"))
+        QTest::newRow(qPrintable(cells.takeFirst())) << cells;
+}
+
+// The current row's cells, with \n and \t as in C; missing ones are empty.
 template <std::size_t N>
 std::array<QString, N> cells()
 {
     QFETCH(QStringList, cells);
     std::array<QString, N> out;
     for (std::size_t i = 0; i < N; ++i)
-        out[i] = cells.value(int(i)).trimmed().replace("\\n", "\n").replace("\\t", "\t");
+        out[i] = cells.value(int(i)).replace("\\n", "\n").replace("\\t", "\t");
     return out;
 }
 
