@@ -353,6 +353,8 @@ TEST_F(Transport, ClientLogsInWithAMacAndRecoversFromAnImpostorAMalformedAnswerO
     const std::string name = TestServer::unique_local_address();
     std::string error;
     const int listener = ipc::net::listen_stream(SocketAddr(name, 0), error);
+    // The whole name counts: one that differs in its last byte only is another address.
+    EXPECT_LT(ipc::net::connect_local(SocketAddr(name.substr(0, name.size() - 1) + '~', 0), error), 0);
     const auto accept_one = [&] {
         pollfd entry{listener, POLLIN, 0};
         std::string peer;
