@@ -51,7 +51,7 @@ private slots:
     void addAndDeleteRemoteWithTheKeypad()
     {
         m_shell.window().menu().actionAdd_New_Remote->trigger();
-        for (const QString& field : {"Field Kit", "secret", "192.0.2.44"}) {
+        for (const char* field : {"Field Kit", "secret", "192.0.2.44"}) {
             m_shell.type(field);
             m_shell.key(Qt::Key_Down);
         }
