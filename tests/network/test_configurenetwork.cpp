@@ -111,12 +111,13 @@ nothing |  | no | Power=Off-,Region=EU*,Mode=DHCP|Apply Add Scan |
         QTest::mouseClick(m_screen->buttonScan, Qt::LeftButton);
         QCOMPARE(treeText(m_screen->treeScan) + "|" + buttons(), QString("Scanning...|Apply Add"));
         notify("wifi:wlan0", kScanResults);
-        QTreeWidget* results = m_screen->treeScan;
-        QCOMPARE(treeText(results) + "|" + buttons(), QString("80%=Café?#,20%=Office?|Apply Add Scan Create Location"));
-        QCOMPARE(QApplication::focusWidget(), results);
-        results->setCurrentItem(results->topLevelItem(1));
+        QCOMPARE(treeText(m_screen->treeScan) + "|" + buttons(), QString("80%=Café?#,20%=Office?|Apply Add Scan Create Location"));
+        // The open network shows the open lock.
+        QCOMPARE(m_screen->treeScan->topLevelItem(0)->icon(2).pixmap(16).toImage(), QIcon(":/icons/unlocked.png").pixmap(16).toImage());
+        QCOMPARE(QApplication::focusWidget(), m_screen->treeScan);
+        m_screen->treeScan->setCurrentItem(m_screen->treeScan->topLevelItem(1));
         QTest::mouseClick(m_screen->buttonCreateLocation, Qt::LeftButton);
-        results->clearSelection();
+        m_screen->treeScan->clearSelection();
         QTest::mouseClick(m_screen->buttonCreateLocation, Qt::LeftButton);
 
         QTest::mouseClick(m_screen->buttonAddLocation, Qt::LeftButton);
